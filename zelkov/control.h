@@ -1,0 +1,44 @@
+/*
+ * control.h - the controller: owns instances, prints their messages, stops them
+ *
+ * A message is one line on standard error, "ZOLAK-W-PDFVRSN: text".  Severity 4 also sends "STOP"
+ * to every instance that the controller has adopted; after that only messages of severity 4 are
+ * still printed.
+ */
+#ifndef ZELKOV_CONTROL_H
+#define ZELKOV_CONTROL_H
+
+#include <cstdint>
+
+#include "zelkov/instance.h"
+
+using ZelkovController = ZelkovInstance;
+
+enum Severity : int32_t {
+    SEVERITY_INFO = 1,
+    SEVERITY_WARNING = 2, /* the run goes on */
+    SEVERITY_FAULT = 3,   /* a fault in the data that the run survives */
+    SEVERITY_ERROR = 4,   /* the run stops */
+};
+
+/* The controller class, built at the first call, or null.  Its first method creates a
+ * controller. */
+ZelkovClass *control_baseclass_init();
+
+/* Takes an instance under the controller's control; its `owner` is the controller from now on. */
+void control_adopt(ZelkovController *controller, ZelkovInstance *instance);
+
+/* Reports a message through the controller's report method.  `module`, `key` and the format are
+ * the program's own; what the arguments bring from a document is made harmless when it is
+ * printed: control bytes come out as \xNN.  errno is left as it was. */
+void control_report(ZelkovController *controller, const char *module, const char *source, int line,
+                    int32_t severity, const char *key, const char *format, ...)
+    __attribute__((format(printf, 7, 8)));
+
+/* Has the controller sent "STOP"? */
+bool control_stopped(const ZelkovController *controller);
+
+/* Ends a run: prints how many repeated messages were not shown. */
+void control_endRun(ZelkovController *controller);
+
+#endif
