@@ -271,12 +271,19 @@ void control_adopt(ZelkovController *controller, ZelkovInstance *instance)
 void control_report(ZelkovController *controller, const char *module, const char *source, int line,
                     int32_t severity, const char *key, const char *format, ...)
 {
-    int saved = errno;
     va_list arguments;
     va_start(arguments, format);
+    control_reportArguments(controller, module, source, line, severity, key, format, arguments);
+    va_end(arguments);
+}
+
+void control_reportArguments(ZelkovController *controller, const char *module, const char *source,
+                             int line, int32_t severity, const char *key, const char *format,
+                             va_list arguments)
+{
+    int saved = errno;
     instanceMethod<SLOT_REPORT>(controller)(controller, module, source, line, severity, key,
                                             format, arguments);
-    va_end(arguments);
     errno = saved;
 }
 

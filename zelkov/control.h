@@ -8,6 +8,7 @@
 #ifndef ZELKOV_CONTROL_H
 #define ZELKOV_CONTROL_H
 
+#include <cstdarg>
 #include <cstdint>
 
 #include "zelkov/instance.h"
@@ -34,6 +35,11 @@ void control_adopt(ZelkovController *controller, ZelkovInstance *instance);
 void control_report(ZelkovController *controller, const char *module, const char *source, int line,
                     int32_t severity, const char *key, const char *format, ...)
     __attribute__((format(printf, 7, 8)));
+
+/* The same with the arguments in a list. */
+void control_reportArguments(ZelkovController *controller, const char *module, const char *source,
+                             int line, int32_t severity, const char *key, const char *format,
+                             va_list arguments);
 
 /* Has the controller sent "STOP"? */
 bool control_stopped(const ZelkovController *controller);
