@@ -34,9 +34,12 @@ int inProcess(const ScratchDirectory &directory, const std::function<void()> &wo
 
 void openBothKinds(const ScratchDirectory &directory)
 {
+    static ZFile *kept[2]; /* open at the end, and no leak */
     cleanup_removePrivateDirectory();
-    fputstr(fopenw("", (directory / "out.ps").c_str(), "", 0), "half a file");
-    fputstr(fopent("", "font", "KV_TMP:.tmp", 0), "half a font");
+    kept[0] = fopenw("", (directory / "out.ps").c_str(), "", 0);
+    kept[1] = fopent("", "font", "KV_TMP:.tmp", 0);
+    fputstr(kept[0], "half a file");
+    fputstr(kept[1], "half a font");
 }
 
 } // namespace

@@ -10,18 +10,19 @@
 
 #include <cstdint>
 
+#include "tools/zolak1_3/pdf_to_ps/containermemo.h"
 #include "zelkov/attribute.h"
 #include "zelkov/control.h"
 #include "zelkov/file.h"
 #include "zelkov/instance.h"
 
 struct XrefEntry;
-struct ContainerMemo;
 
 /* How deep and how much hostile input has made the converter go.  Each kind of nesting is counted
  * apart; the outermost level is 1. */
 struct ReaderLimits {
     int32_t parsedDepth;     /* arrays and dictionaries being parsed */
+    int32_t deepestParsed;   /* the greatest parsedDepth inside the one being parsed */
     int32_t writtenDepth;    /* arrays and dictionaries being written */
     int32_t pageTreeDepth;   /* nodes of the page tree */
     int32_t resourceDepth;   /* resource dictionaries: a page's, its forms', their fonts' */
@@ -71,10 +72,9 @@ struct ConverterInstance {
 
     ZelkovController *controller;
 
-    /* Guards against hostile input, and what the parser remembers of containers it has read. */
-    int32_t xrefCapacity;
+    int32_t xrefCapacity; /* entries of the table, whatever a later trailer says */
     ReaderLimits limits;
-    ContainerMemo *memo; /* made by the first container, released by the driver */
+    ContainerMemo memo;
 };
 
 /* Reports a message of the converter: module "ZOLAK", source "tools/zolak1_3/pdf_to_ps".  `line`

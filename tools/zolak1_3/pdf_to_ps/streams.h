@@ -20,6 +20,12 @@ PdfStream *parseStream(ConverterInstance *inst);
 /* Null is accepted. */
 void freeStream(ConverterInstance *inst, PdfStream *stream);
 
+/* What follows a stream's dictionary: the keyword "stream", the data, "endstream".  `hasLength`
+ * and `lengthValue` tell of the dictionary's /Length.  Fills the data position and the length of
+ * `stream`; false, after a report, on failure. */
+bool readStreamData(ConverterInstance *inst, bool hasLength, ValuePosition lengthValue,
+                    PdfStream *stream);
+
 using StreamPtr = Owned<PdfStream, freeStream>;
 StreamPtr readStream(ConverterInstance *inst);
 
