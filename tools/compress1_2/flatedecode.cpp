@@ -1,0 +1,646 @@
+/*
+ * flatedecode.cpp - the Flate decoder family (FlateD_)
+ *
+ * The caller may stop and go on at any byte of input and output.  The decoding is cut into steps:
+ * one symbol (with the match that it begins) or one piece of a stored block, each with the block
+ * header before it.  A step that runs out of input is undone and starts over at the next call, so
+ * nothing inside a step has to survive a call; output that finds no room waits in the window.
+ *
+ * Most symbols need none of that: as long as there are 8 bytes of input for them and room for
+ * their output, decodeRun takes them in one loop with all state in registers.  It leaves whatever
+ * is unusual, untouched, to decodeStep.
+ *
+ * During a call the output itself is the history of what the call has written; the window is
+ * brought up to date at its end.
+ */
+#include "tools/compress1_2/flatedecode.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "tools/compress1_0/decoderstate.h"
+#include "tools/compress1_2/adler.h"
+#include "tools/compress1_2/bitinput.h"
+#include "tools/compress1_2/flatetable.h"
+
+namespace {
+
+constexpr char MODULE[] = "DECODE";
+constexpr char SOURCE[] = "tools/compress1_2/flatedecode";
+
+/* The line that each report gives: they name the fault for whoever traces messages, and so stay
+ * as they are when the code moves. */
+constexpr int LINE_METHOD = 97;
+constexpr int LINE_FCHECK = 102;
+constexpr int LINE_FDICT = 106;
+constexpr int LINE_CHECKSUM = 177;
+constexpr int LINE_RESTART = 201;
+constexpr int LINE_BLOCK_HEADER = 376;
+constexpr int LINE_DYNAMIC = 472;
+constexpr int LINE_BAD_CODE = 561;
+
+constexpr int32_t HEADER_BYTES = 2;
+constexpr int32_t TRAILER_BYTES = 4;
+constexpr int32_t STORED_HEADER_BYTES = 4;
+
+constexpr uint32_t METHOD_DEFLATE = 8;
+constexpr uint32_t FLAG_DICTIONARY = 32;
+
+enum BlockType { BLOCK_STORED, BLOCK_FIXED, BLOCK_DYNAMIC };
+
+/* The code for code lengths, and the order in which its own lengths are sent. */
+constexpr uint32_t CODE_LENGTH_CODES = 19;
+constexpr uint32_t codeLenMap[CODE_LENGTH_CODES + 1] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
+                                                        11, 4,  12, 3, 13, 2, 14, 1, 15, 0};
+
+constexpr uint32_t WINDOW_MASK = FLATE_WINDOW_BYTES - 1;
+static_assert((FLATE_WINDOW_BYTES & WINDOW_MASK) == 0);
+
+void setState(FlateDecoder *decoder, DecoderState state)
+{
+    decoder->status = withDecoderState(decoder->status, state);
+}
+
+void reportFault(FlateDecoder *decoder, int line, const char *key, const char *text)
+{
+    control_report(decoder->controller, MODULE, SOURCE, line, SEVERITY_FAULT, key, "%s", text);
+}
+
+/* A fault after which the decoder gives nothing more. */
+void failDecoder(FlateDecoder *decoder, int line, const char *key, const char *text)
+{
+    setState(decoder, DECODER_ERROR);
+    reportFault(decoder, line, key, text);
+}
+
+/* ---- output and history */
+
+/* A call's output.  What it has written since `history` is not in the window yet, and stands
+ * there for the bytes from the window position on. */
+struct Output {
+    uint8_t *history, *next, *end;
+};
+
+size_t room(const Output &out)
+{
+    return (size_t)(out.end - out.next);
+}
+
+/* Copies a few bytes between places that do not overlap, without calling anything. */
+inline void copyShort(uint8_t *to, const uint8_t *from, size_t count)
+{
+    if (count > 16) {
+        memcpy(to, from, count);
+    } else if (count >= 8) {
+        uint64_t head, tail;
+        memcpy(&head, from, 8);
+        memcpy(&tail, from + count - 8, 8);
+        memcpy(to, &head, 8);
+        memcpy(to + count - 8, &tail, 8);
+    } else if (count >= 4) {
+        uint32_t head, tail;
+        memcpy(&head, from, 4);
+        memcpy(&tail, from + count - 4, 4);
+        memcpy(to, &head, 4);
+        memcpy(to + count - 4, &tail, 4);
+    } else {
+        for (size_t i = 0; i < count; i++)
+            to[i] = from[i];
+    }
+}
+
+/* Repeats the bytes `distance` before `to`; where they overlap, bytes just written are repeated
+ * again. */
+inline void copyOverlapping(uint8_t *to, size_t distance, size_t count)
+{
+    const uint8_t *from = to - distance;
+    if (distance >= count) {
+        copyShort(to, from, count);
+    } else if (distance == 1) {
+        memset(to, *from, count);
+    } else {
+        for (size_t i = 0; i < count; i++)
+            to[i] = from[i];
+    }
+}
+
+/* Copies bytes of the window, from `position` on and round its end. */
+void copyFromWindow(const FlateDecoder *decoder, uint8_t *to, size_t position, size_t count)
+{
+    size_t straight = std::min(count, FLATE_WINDOW_BYTES - position);
+    copyShort(to, decoder->window + position, straight);
+    copyShort(to + straight, decoder->window, count - straight);
+}
+
+/* Copies bytes into the window, at most as many as it holds. */
+void copyToWindow(FlateDecoder *decoder, size_t position, const uint8_t *from, size_t count)
+{
+    size_t straight = std::min(count, FLATE_WINDOW_BYTES - position);
+    if (straight)
+        memcpy(decoder->window + position, from, straight);
+    if (count > straight)
+        memcpy(decoder->window, from + straight, count - straight);
+}
+
+void advanceWindow(FlateDecoder *decoder, size_t count)
+{
+    decoder->windowPosition = (int32_t)(((size_t)decoder->windowPosition + count) & WINDOW_MASK);
+}
+
+/* Brings the window up to date with the output. */
+void syncWindow(FlateDecoder *decoder, Output &out)
+{
+    size_t written = (size_t)(out.next - out.history);
+    size_t kept = std::min<size_t>(written, FLATE_WINDOW_BYTES);
+    advanceWindow(decoder, written - kept);
+    copyToWindow(decoder, (size_t)decoder->windowPosition, out.next - kept, kept);
+    advanceWindow(decoder, kept);
+    out.history = out.next;
+}
+
+/* Repeats `length` bytes; there is room for them. */
+inline void copyMatch(const FlateDecoder *decoder, Output &out, size_t length, size_t distance)
+{
+    size_t written = (size_t)(out.next - out.history);
+    if (distance > written) {
+        /* It begins in the window, and may go on at the beginning of the output. */
+        size_t back = distance - written;
+        size_t old = std::min(length, back);
+        copyFromWindow(decoder, out.next, ((size_t)decoder->windowPosition - back) & WINDOW_MASK,
+                       old);
+        out.next += old;
+        length -= old;
+    }
+    if (length > 0)
+        copyOverlapping(out.next, distance, length);
+    out.next += length;
+}
+
+/* ---- output that finds no room */
+
+void putLiteral(FlateDecoder *decoder, Output &out, uint8_t literal)
+{
+    if (room(out) > 0) {
+        *out.next++ = literal;
+        return;
+    }
+    syncWindow(decoder, out);
+    decoder->window[decoder->windowPosition] = literal;
+    decoder->pending = 1;
+}
+
+void putMatch(FlateDecoder *decoder, Output &out, size_t length, size_t distance)
+{
+    size_t fitting = std::min(length, room(out));
+    copyMatch(decoder, out, fitting, distance);
+    if (fitting == length)
+        return;
+    syncWindow(decoder, out);
+    size_t to = (size_t)decoder->windowPosition;
+    for (size_t i = 0; i < length - fitting; i++, to++)
+        decoder->window[to & WINDOW_MASK] = decoder->window[(to - distance) & WINDOW_MASK];
+    decoder->pending = (int32_t)(length - fitting);
+}
+
+void putStored(FlateDecoder *decoder, Output &out, const uint8_t *bytes, size_t count)
+{
+    size_t fitting = std::min(count, room(out));
+    if (fitting)
+        memcpy(out.next, bytes, fitting);
+    out.next += fitting;
+    if (fitting == count)
+        return;
+    syncWindow(decoder, out);
+    copyToWindow(decoder, (size_t)decoder->windowPosition, bytes + fitting, count - fitting);
+    decoder->pending = (int32_t)(count - fitting);
+}
+
+void handOutPending(FlateDecoder *decoder, Output &out)
+{
+    size_t count = std::min((size_t)decoder->pending, room(out));
+    copyFromWindow(decoder, out.next, (size_t)decoder->windowPosition, count);
+    advanceWindow(decoder, count);
+    decoder->pending -= (int32_t)count;
+    out.next += count;
+    out.history = out.next;
+}
+
+/* ---- header and trailer of the stream */
+
+bool checkZlibHeader(FlateDecoder *decoder, const uint8_t *in)
+{
+    uint32_t method = in[0], flags = in[1];
+    if ((method & 15) != METHOD_DEFLATE)
+        reportFault(decoder, LINE_METHOD, "BADFLATE", "Unknown compression method");
+    else if ((method * 256 + flags) % 31 != 0)
+        reportFault(decoder, LINE_FCHECK, "BADFLATE", "Bad FCHECK");
+    else if (flags & FLAG_DICTIONARY)
+        reportFault(decoder, LINE_FDICT, "BADFLATE", "FDICT bit set");
+    else
+        return true;
+    return false;
+}
+
+/* The input is behind the last block; it has been given back to a byte boundary. */
+void checkAdlerTrailer(FlateDecoder *decoder, const BitInput &input)
+{
+    if (input.end - input.next < TRAILER_BYTES) {
+        decoder->awaitingChecksum = 1;
+        return;
+    }
+    const uint8_t *in = input.next;
+    uint32_t expected =
+        (uint32_t)in[0] << 24 | (uint32_t)in[1] << 16 | (uint32_t)in[2] << 8 | (uint32_t)in[3];
+    if (expected != decoder->adler) {
+        failDecoder(decoder, LINE_CHECKSUM, "BADEOF", "Incorrect checksum");
+        return;
+    }
+    setState(decoder, DECODER_DONE);
+    decoder->consumed += TRAILER_BYTES;
+}
+
+/* ---- block headers */
+
+/* The next symbol, or -1: out of input, or after a report. */
+int32_t decodeSymbol(FlateDecoder *decoder, BitInput &input, const FlateTable &table)
+{
+    bitinput_refill(input);
+    int32_t symbol = matchSymbol<false>(table, input.bits, input.count);
+    if (symbol == SYMBOL_BAD_CODE)
+        failDecoder(decoder, LINE_BAD_CODE, "BADCODE", "Bad code in flate stream");
+    return symbol < 0 ? -1 : symbol;
+}
+
+bool failDynamic(FlateDecoder *decoder)
+{
+    failDecoder(decoder, LINE_DYNAMIC, "BADEOF", "Bad dynamic code table in flate stream");
+    return false;
+}
+
+/* A run of code lengths that one symbol stands for; false when out of input. */
+struct LengthRun {
+    uint32_t length, count;
+};
+
+bool readLengthRun(BitInput &input, uint32_t symbol, uint32_t &previous, LengthRun &run)
+{
+    static constexpr FlateRange repeats[] = {{2, 3}, {3, 3}, {7, 11}};
+    if (symbol < 16) {
+        previous = symbol;
+        run = {symbol, 1};
+        return true;
+    }
+    FlateRange repeat = repeats[symbol - 16];
+    int64_t extra = getBits(input, repeat.extraBits);
+    if (extra < 0)
+        return false;
+    if (symbol != 16)
+        previous = 0;
+    run = {previous, repeat.base + (uint32_t)extra};
+    return true;
+}
+
+/* Reads code lengths until there are `wanted` of them.  A last repeat may overshoot, as far as
+ * there are code entries. */
+bool readCodeLengths(FlateDecoder *decoder, BitInput &input, const FlateTable &table,
+                     uint32_t wanted)
+{
+    uint32_t previous = 0;
+    for (uint32_t given = 0; given < wanted;) {
+        int32_t symbol = decodeSymbol(decoder, input, table);
+        LengthRun run;
+        if (symbol < 0 || !readLengthRun(input, (uint32_t)symbol, previous, run))
+            return false;
+        if (run.count > FLATE_CODES - given)
+            return failDynamic(decoder);
+        for (; run.count > 0; run.count--)
+            decoder->codes[given++].length = run.length;
+    }
+    return true;
+}
+
+bool readDynamicTables(FlateDecoder *decoder, BitInput &input)
+{
+    int64_t counts = getBits(input, 14);
+    if (counts < 0)
+        return false;
+    uint32_t litlenCodes = (uint32_t)(counts & 31) + 257;
+    uint32_t distCodes = (uint32_t)(counts >> 5 & 31) + 1;
+    uint32_t lengthCodes = (uint32_t)(counts >> 10) + 4;
+    if (litlenCodes > FLATE_LITLEN_CODES || distCodes > FLATE_DIST_CODES)
+        return failDynamic(decoder);
+
+    FlateCode lengthCode[CODE_LENGTH_CODES] = {};
+    for (uint32_t i = 0; i < lengthCodes; i++) {
+        int64_t length = getBits(input, 3);
+        if (length < 0)
+            return false;
+        lengthCode[codeLenMap[i]].length = (uint32_t)length;
+    }
+    FlateTable codeLengths;
+    buildHuffmanTable(codeLengths, lengthCode, CODE_LENGTH_CODES);
+    if (!readCodeLengths(decoder, input, codeLengths, litlenCodes + distCodes))
+        return false;
+    buildHuffmanTable(decoder->litlen, decoder->codes, litlenCodes);
+    buildHuffmanTable(decoder->dist, decoder->codes + litlenCodes, distCodes);
+    return true;
+}
+
+void setFixedTables(FlateDecoder *decoder)
+{
+    decoder->litlen = fixedLitlenTable;
+    decoder->dist = fixedDistTable;
+}
+
+/* The length of a stored block stands at the next byte boundary, followed by its complement,
+ * which is not looked at. */
+bool readStoredHeader(FlateDecoder *decoder, BitInput &input)
+{
+    bitinput_giveBack(input);
+    if (input.end - input.next < STORED_HEADER_BYTES)
+        return false;
+    decoder->storedRemaining = input.next[0] | input.next[1] << 8;
+    input.next += STORED_HEADER_BYTES;
+    input.bits = 0;
+    input.count = 0;
+    return true;
+}
+
+/* False when the block cannot start: out of input, or Error after a report. */
+bool readBlockHeader(FlateDecoder *decoder, BitInput &input)
+{
+    decoder->needBlockHeader = 0;
+    int64_t header = getBits(input, 3);
+    if (header < 0)
+        return false;
+    if (header & 1)
+        decoder->lastBlock = 1;
+    decoder->huffmanBlock = (header >> 1) != BLOCK_STORED;
+    switch (header >> 1) {
+    case BLOCK_STORED:
+        return readStoredHeader(decoder, input);
+    case BLOCK_FIXED:
+        setFixedTables(decoder);
+        return true;
+    case BLOCK_DYNAMIC:
+        return readDynamicTables(decoder, input);
+    }
+    failDecoder(decoder, LINE_BLOCK_HEADER, "BADEOF", "Bad block header");
+    return false;
+}
+
+/* ---- steps */
+
+/* What a step may change before it turns out that it cannot be finished. */
+struct DecodeState {
+    BitInput input;
+    uint32_t huffmanBlock;
+    int32_t storedRemaining;
+    uint32_t needBlockHeader, lastBlock;
+};
+
+DecodeState saveDecodeState(const FlateDecoder *decoder, const BitInput &input)
+{
+    return {input, decoder->huffmanBlock, decoder->storedRemaining, decoder->needBlockHeader,
+            decoder->lastBlock};
+}
+
+void restoreDecodeState(FlateDecoder *decoder, BitInput &input, const DecodeState &saved)
+{
+    input = saved.input;
+    decoder->huffmanBlock = saved.huffmanBlock;
+    decoder->storedRemaining = saved.storedRemaining;
+    decoder->needBlockHeader = saved.needBlockHeader;
+    decoder->lastBlock = saved.lastBlock;
+}
+
+/* One symbol, whatever it is; false when out of input, or Error after a report. */
+bool decodeStep(FlateDecoder *decoder, BitInput &input, Output &out)
+{
+    int32_t symbol = decodeSymbol(decoder, input, decoder->litlen);
+    if (symbol < 0)
+        return false;
+    if (symbol < FLATE_END_OF_BLOCK) {
+        putLiteral(decoder, out, (uint8_t)symbol);
+        return true;
+    }
+    if (symbol == FLATE_END_OF_BLOCK) {
+        decoder->needBlockHeader = 1;
+        return true;
+    }
+    if (symbol > FLATE_LAST_LENGTH) {
+        failDecoder(decoder, LINE_BAD_CODE, "BADCODE", "Bad code in flate stream");
+        return false;
+    }
+    FlateRange length = lengthTable[symbol - FLATE_FIRST_LENGTH];
+    int64_t more = getBits(input, length.extraBits);
+    if (more < 0)
+        return false;
+    symbol = decodeSymbol(decoder, input, decoder->dist);
+    if (symbol < 0)
+        return false;
+    FlateRange distance = distTable[symbol];
+    int64_t further = getBits(input, distance.extraBits);
+    if (further < 0)
+        return false;
+    putMatch(decoder, out, length.base + (size_t)more, distance.base + (size_t)further);
+    return true;
+}
+
+/* One piece of a stored block.  It is the greater half of what remains, however much input there
+ * is: a piece is taken whole, and what the output has no room for has to wait in the window. */
+void copyStored(FlateDecoder *decoder, BitInput &input, Output &out)
+{
+    int32_t piece = decoder->storedRemaining - decoder->storedRemaining / 2;
+    size_t count = (size_t)std::min<ptrdiff_t>(piece, input.end - input.next);
+    putStored(decoder, out, input.next, count);
+    input.next += count;
+    decoder->storedRemaining -= (int32_t)count;
+    if (decoder->storedRemaining == 0)
+        decoder->needBlockHeader = 1;
+}
+
+/* Takes bits that are known to be there. */
+inline size_t takeBits(uint64_t &bits, uint32_t &count, uint32_t n)
+{
+    size_t value = (size_t)(bits & (((uint64_t)1 << n) - 1));
+    bits >>= n;
+    count -= n;
+    return value;
+}
+
+/* The bits of the longest match must be there after one wide refill. */
+static_assert(FLATE_MAX_BITS + 5 + FLATE_MAX_BITS + 13 <= BITINPUT_WIDE_BITS);
+
+/* Decodes symbols of a Huffman block as long as they are whole, known and find room.  Answers
+ * whether there was one; the symbol that it stops at is untouched. */
+bool decodeRun(FlateDecoder *decoder, BitInput &input, Output &output)
+{
+    BitInput in = input;
+    Output out = output;
+    bool any = false;
+    while (in.end - in.next >= BITINPUT_WIDE_BYTES && out.next < out.end) {
+        bitinput_refillWide(in);
+        uint64_t bits = in.bits;
+        uint32_t count = in.count;
+        int32_t symbol = matchSymbol<true>(decoder->litlen, bits, count);
+        if (symbol < 0 || symbol > FLATE_LAST_LENGTH)
+            break;
+        if (symbol < FLATE_END_OF_BLOCK) {
+            *out.next++ = (uint8_t)symbol;
+        } else if (symbol == FLATE_END_OF_BLOCK) {
+            decoder->needBlockHeader = 1;
+        } else {
+            FlateRange range = lengthTable[symbol - FLATE_FIRST_LENGTH];
+            size_t length = range.base + takeBits(bits, count, range.extraBits);
+            symbol = matchSymbol<true>(decoder->dist, bits, count);
+            if (symbol < 0 || length > room(out))
+                break;
+            range = distTable[symbol];
+            copyMatch(decoder, out, length, range.base + takeBits(bits, count, range.extraBits));
+        }
+        in.bits = bits;
+        in.count = count;
+        any = true;
+        if (symbol == FLATE_END_OF_BLOCK)
+            break;
+    }
+    bitinput_giveBack(in);
+    input = in;
+    output = out;
+    return any;
+}
+
+/* Decodes until the input, the room or the stream ends; false when a block header is at fault. */
+bool decodeSteps(FlateDecoder *decoder, BitInput &input, Output &out)
+{
+    for (;;) {
+        bool running = !decoder->needBlockHeader && decoder->huffmanBlock;
+        if (!running || !decodeRun(decoder, input, out)) {
+            DecodeState before = saveDecodeState(decoder, input);
+            if (decoder->needBlockHeader && !readBlockHeader(decoder, input)) {
+                restoreDecodeState(decoder, input, before);
+                return !FlateD_isError(decoder);
+            }
+            if (!decoder->huffmanBlock) {
+                copyStored(decoder, input, out);
+            } else if (!decodeStep(decoder, input, out)) {
+                restoreDecodeState(decoder, input, before);
+                return true;
+            }
+        }
+        if (room(out) == 0 || bitinput_isEmpty(input))
+            return true;
+        if (decoder->lastBlock && decoder->needBlockHeader)
+            return true;
+    }
+}
+
+bool isStreamEnd(const FlateDecoder *decoder)
+{
+    return decoder->lastBlock && decoder->needBlockHeader && decoder->pending == 0;
+}
+
+/* Decodes what the call can; false when a block header is at fault. */
+bool decodeCall(FlateDecoder *decoder, BitInput &input, Output &out)
+{
+    if (decoder->pending > 0) {
+        handOutPending(decoder, out);
+        if (isStreamEnd(decoder) || room(out) == 0)
+            return true;
+    }
+    return decodeSteps(decoder, input, out);
+}
+
+} // namespace
+
+FlateDecoder *FlateD_Init(ZelkovController *controller)
+{
+    FlateDecoder *decoder = new (std::nothrow) FlateDecoder();
+    if (!decoder)
+        return nullptr;
+    decoder->controller = controller;
+    decoder->needBlockHeader = 1;
+    decoder->adler = ADLER_START;
+    return decoder;
+}
+
+void FlateD_Free(FlateDecoder *decoder)
+{
+    delete decoder;
+}
+
+int32_t FlateD_ToRaw(FlateDecoder *decoder, const uint8_t *in, int32_t inLen, uint8_t *out,
+                     int32_t outMax)
+{
+    decoder->consumed = decoder->produced = 0;
+    if (!FlateD_isBeginRun(decoder)) {
+        control_report(decoder->controller, MODULE, SOURCE, LINE_RESTART, SEVERITY_ERROR,
+                       "BADENCODE", "Cannot restart encoding.");
+        return 0;
+    }
+    BitInput input = {in, in + std::max(inLen, 0), decoder->bitBuffer, (uint32_t)decoder->bitCount};
+    if (FlateD_isBegin(decoder)) {
+        if (inLen < HEADER_BYTES)
+            return 0;
+        if (!checkZlibHeader(decoder, in))
+            return -1;
+        setState(decoder, DECODER_RUN);
+        input.next += HEADER_BYTES;
+    }
+    if (decoder->awaitingChecksum) {
+        checkAdlerTrailer(decoder, input);
+        return 0;
+    }
+
+    Output output = {out, out, out + std::max(outMax, 0)};
+    bool good = decodeCall(decoder, input, output);
+    bitinput_giveBack(input);
+    decoder->bitBuffer = (uint32_t)input.bits;
+    decoder->bitCount = (int32_t)input.count;
+    syncWindow(decoder, output);
+    decoder->consumed = (int32_t)(input.next - in);
+    decoder->produced = (int32_t)(output.next - out);
+    decoder->adler = updateAdler(decoder->adler, out, (size_t)decoder->produced);
+    if (!good)
+        return -1;
+    if (isStreamEnd(decoder))
+        checkAdlerTrailer(decoder, input);
+    return decoder->produced;
+}
+
+int32_t FlateD_Consumed(const FlateDecoder *decoder)
+{
+    return decoder ? decoder->consumed : 0;
+}
+
+int32_t FlateD_Produced(const FlateDecoder *decoder)
+{
+    return decoder ? decoder->produced : 0;
+}
+
+int32_t FlateD_isBegin(const FlateDecoder *decoder)
+{
+    return stateIsBegin(decoder->status);
+}
+
+int32_t FlateD_isRun(const FlateDecoder *decoder)
+{
+    return stateIsRun(decoder->status);
+}
+
+int32_t FlateD_isBeginRun(const FlateDecoder *decoder)
+{
+    return stateIsBeginRun(decoder->status);
+}
+
+int32_t FlateD_isDone(const FlateDecoder *decoder)
+{
+    return stateIsDone(decoder->status);
+}
+
+int32_t FlateD_isError(const FlateDecoder *decoder)
+{
+    return stateIsError(decoder->status);
+}
