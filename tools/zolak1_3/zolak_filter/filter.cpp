@@ -1,0 +1,171 @@
+/*
+ * filter.cpp - from a stream's data in the file, through the decoding chain, to an output file
+ *
+ * errno is tested after file calls and never cleared, so that an error from before shows here at
+ * the latest.  Data that runs past the end of the file is such an error.
+ */
+#include "tools/zolak1_3/zolak_filter/filter.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "tools/zolak1_3/pdf_to_ps/filterlist.h"
+#include "tools/zolak1_3/zolak_filter/chain.h"
+#include "zelkov/text.h"
+
+namespace {
+
+/* The lines that the reports give, wherever the code stands. */
+constexpr int LINE_COPY = 233;
+constexpr int LINE_NO_CHAIN = 237;
+constexpr int LINE_DECODE = 258;
+constexpr int LINE_WRITE = 263;
+constexpr int LINE_DATA_ENDED = 270;
+
+constexpr int32_t COPY_BYTES = 64 * 1024;
+
+/* Passes in a row in which nothing moves: after the first, a decoder may still have something to
+ * say about what it holds; after the second nothing will ever change. */
+constexpr int IDLE_PASSES = 2;
+
+void report(ConverterInstance *inst, int line, Severity severity, const char *text)
+{
+    control_report(inst->controller, FILTER_MODULE, FILTER_SOURCE, line, severity, FILTER_KEY, "%s",
+                   text);
+}
+
+/* Reads up to `count` bytes with the outcome of as many single reads: fewer only with errno set,
+ * at the end of the file as well. */
+int32_t readBytes(ZFile *input, uint8_t *to, int32_t count)
+{
+    int32_t done = 0;
+    for (;;) {
+        done += (int32_t)fgetm(input, to + done, (size_t)(count - done));
+        if (done == count || errno != 0)
+            return done;
+        int byte = fgetb(input);
+        if (byte < 0)
+            return done;
+        to[done++] = (uint8_t)byte;
+    }
+}
+
+void copyUndecoded(ConverterInstance *inst, const PdfStream *stream, ZFile *output)
+{
+    uint8_t block[COPY_BYTES];
+    int32_t left = stream->length;
+    while (left > 0) {
+        int32_t wanted = std::min(left, COPY_BYTES);
+        int32_t count = readBytes(inst->input, block, wanted);
+        if (fputm(output, block, (size_t)count) != 0 || count < wanted)
+            break;
+        left -= count;
+    }
+    if (errno)
+        report(inst, LINE_COPY, SEVERITY_ERROR, "Error copying stream data.");
+}
+
+/* Data of these filters is text, which may be broken into lines. */
+bool isTextFilter(const char *name)
+{
+    return cmpstr(name, "/ASCIIHexDecode") == 0 || cmpstr(name, "/ASCII85Decode") == 0;
+}
+
+/* The encoded data: what has been read of it, and what waits for the chain. */
+struct EncodedData {
+    ZFile *input;
+    int32_t length;
+    bool dropsSpace; /* white space is no data */
+    int32_t readSoFar;
+    int32_t fill;
+    uint8_t bytes[FILTER_BUFFER_BYTES];
+};
+
+/* Answers how many of the bytes are left when white space is taken out. */
+int32_t dropSpace(uint8_t *bytes, int32_t count)
+{
+    return (int32_t)(std::remove_if(bytes, bytes + count, isSpaceByte) - bytes);
+}
+
+/* Fills the buffer as far as there is data.  With an error in errno not more than one byte is
+ * read, and that is lost: the pass that follows ends the decoding. */
+void fillBuffer(EncodedData &data)
+{
+    while (data.fill < FILTER_BUFFER_BYTES && data.readSoFar < data.length) {
+        if (errno) {
+            fgetb(data.input);
+            return;
+        }
+        int32_t wanted = std::min(FILTER_BUFFER_BYTES - data.fill, data.length - data.readSoFar);
+        uint8_t *to = data.bytes + data.fill;
+        int32_t count = readBytes(data.input, to, wanted);
+        data.readSoFar += count;
+        data.fill += data.dropsSpace ? dropSpace(to, count) : count;
+        if (count < wanted)
+            return;
+    }
+}
+
+void dropFront(EncodedData &data, int32_t count)
+{
+    data.fill -= count;
+    memmove(data.bytes, data.bytes + count, (size_t)data.fill);
+}
+
+enum PassResult { PASS_MORE, PASS_IDLE, PASS_ENDED };
+
+/* Reads, decodes and writes what fits into the buffers. */
+PassResult decodePass(ConverterInstance *inst, DecodingChain *chain, EncodedData &data,
+                      ZFile *output)
+{
+    int32_t before = data.readSoFar;
+    fillBuffer(data);
+    uint8_t decoded[FILTER_BUFFER_BYTES];
+    int32_t count = chain_ToRaw(chain, data.bytes, data.fill, decoded, FILTER_BUFFER_BYTES);
+    if (count < 0) {
+        report(inst, LINE_DECODE, SEVERITY_ERROR, "Error uncompressing stream data.");
+        return PASS_ENDED;
+    }
+    fputm(output, decoded, (size_t)count);
+    if (errno) {
+        report(inst, LINE_WRITE, SEVERITY_ERROR, "Error writing decoded data to file.");
+        return PASS_ENDED;
+    }
+    dropFront(data, chainConsumed(chain));
+    if (!chain_isBeginRun(chain) || inst->errorFlag)
+        return PASS_ENDED;
+    return chain->moved || data.readSoFar > before ? PASS_MORE : PASS_IDLE;
+}
+
+void decode(ConverterInstance *inst, DecodingChain *chain, EncodedData &data, ZFile *output)
+{
+    for (int idle = 0; idle < IDLE_PASSES;) {
+        PassResult result = decodePass(inst, chain, data, output);
+        if (result == PASS_ENDED)
+            return;
+        idle = result == PASS_IDLE ? idle + 1 : 0;
+    }
+    report(inst, LINE_DATA_ENDED, SEVERITY_FAULT, "Stream data ended before its end-of-data mark.");
+}
+
+} // namespace
+
+void filter(ConverterInstance *inst, const PdfStream *stream, ZFile *output)
+{
+    if (inst->errorFlag)
+        return;
+    char **names = nullptr;
+    int32_t count = CreateFilters(inst, stream->dict, &names);
+    fputp(inst->input, stream->dataPosition);
+    if (count == 0) {
+        copyUndecoded(inst, stream, output);
+    } else if (DecodingChain *chain = chainInit(inst, count, names)) {
+        EncodedData data = {inst->input, stream->length, isTextFilter(names[0]), 0, 0, {}};
+        decode(inst, chain, data, output);
+        chainFree(chain);
+    } else {
+        report(inst, LINE_NO_CHAIN, SEVERITY_ERROR, "Can't create decoding chain.");
+    }
+    DestroyFilters(inst, names);
+}
