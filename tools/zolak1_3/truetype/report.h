@@ -1,0 +1,47 @@
+/*
+ * report.h - how the conversion reports
+ *
+ * Every report goes to the instance's controller under one module and source.  The line number
+ * names the place; it is part of the message and does not follow the lines of our files.
+ */
+#ifndef TRUETYPE_REPORT_H
+#define TRUETYPE_REPORT_H
+
+#include "zelkov/control.h"
+
+constexpr char TT_MODULE[] = "ZOLAK";
+constexpr char TT_SOURCE[] = "tools/zolak1_3/truetype";
+constexpr char TT_KEY[] = "TTFONT";
+
+enum TTReportLine : int {
+    LINE_NO_FONT_NAMES = 604,
+    LINE_CMAP_ENCODING = 671,
+    LINE_CMAP_GLYPH = 706,
+    LINE_NO_CMAP = 802,
+    LINE_LOCA_FORMAT = 830,
+    LINE_UNITS_PER_EM = 835,
+    LINE_NO_GLYPH = 869,
+    LINE_NESTED_COMPOSITE = 883,
+    LINE_DAMAGED_GLYPH = 900,
+    LINE_TOO_LARGE = 910,
+    LINE_CUSTOM_NAME_TABLE = 1235,
+    LINE_CUSTOM_NAME = 1263,
+    LINE_GENERATED_NAME = 1287,
+    LINE_GENERATED_LAST_NAMES = 1299,
+    LINE_POST_FORMAT = 1320,
+    LINE_FONT_MEMORY = 1365,
+    LINE_FONT_READ = 1368,
+    LINE_SFNT_VERSION = 1381,
+    LINE_GLYPH_TABLE = 1431,
+    LINE_MISSING_TABLE = 1440,
+};
+
+/* Is the instance's error flag set?  Nothing more is read or written then. */
+inline bool tt_stopped(const ZelkovInstance *instance)
+{
+    return control_stopped(instance->owner);
+}
+
+void reportOutOfMemory(ZelkovInstance *instance, TTReportLine line);
+
+#endif
