@@ -14,8 +14,7 @@
 #include "tools/zolak1_3/truetype/truetype.h"
 #include "zelkov/zelkov.h"
 
-namespace
-{
+namespace {
 
 constexpr char USUAL_FONT[] = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
 

@@ -12,8 +12,7 @@
 #include "tests/truetype/font_builder.h"
 #include "zelkov/memzone.h"
 
-namespace
-{
+namespace {
 
 int allocationsLeft = -1; /* before one fails; negative: none does */
 
@@ -39,8 +38,7 @@ void *zallocFailing(MemZone *zone, size_t size)
     return mustFail() ? nullptr : zallocReal(zone, size);
 }
 
-namespace
-{
+namespace {
 
 /* A font that needs every kind of allocation: names of its own, a custom glyph name, a generated
  * one for an index without name, and one for a glyph without index. */

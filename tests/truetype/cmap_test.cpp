@@ -8,14 +8,12 @@
 #include "tools/zolak1_3/truetype/cmap.h"
 #include "tools/zolak1_3/truetype/fontreader.h"
 
-namespace
-{
+namespace {
 
 using Texts = std::vector<std::string>;
 
 /* A font record with a glyph table, and readCmap on it. */
-class ReadCmap : public testing::Test
-{
+class ReadCmap : public testing::Test {
   protected:
     ReadCmap()
     {

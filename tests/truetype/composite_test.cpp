@@ -6,8 +6,7 @@
 #include "tests/truetype/conversion.h"
 #include "tests/truetype/font_builder.h"
 
-namespace
-{
+namespace {
 
 using Texts = std::vector<std::string>;
 

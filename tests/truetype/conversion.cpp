@@ -12,8 +12,7 @@
 #include "tools/zolak1_3/truetype/truetype.h"
 #include "zelkov/zelkov.h"
 
-namespace
-{
+namespace {
 
 constexpr char PROCEDURE_END[] = " } bind def\n";
 

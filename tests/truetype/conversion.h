@@ -10,8 +10,7 @@
 #include "tests/support/recording_controller.h"
 
 /* An instance adopted by a controller that records; both live as long as the test. */
-class RecordedInstance
-{
+class RecordedInstance {
   public:
     RecordedInstance();
     ~RecordedInstance();

@@ -9,8 +9,7 @@
 #include "tools/zolak1_3/truetype/truetype.h"
 #include "zelkov/zelkov.h"
 
-namespace
-{
+namespace {
 
 using Texts = std::vector<std::string>;
 

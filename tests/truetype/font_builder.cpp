@@ -5,8 +5,7 @@
 
 #include <cstdlib>
 
-namespace
-{
+namespace {
 
 constexpr unsigned ARGUMENTS_ARE_WORDS = 0x0001;
 constexpr unsigned MORE_COMPONENTS = 0x0020;

@@ -12,8 +12,7 @@
 #include <vector>
 
 /* Big-endian values one after another. */
-class FontBytes
-{
+class FontBytes {
   public:
     FontBytes &u8(unsigned value);
     FontBytes &u16(unsigned value); /* the low 16 bits, so negative numbers can be given too */

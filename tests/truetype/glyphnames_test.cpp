@@ -12,8 +12,7 @@
 #include "tools/zolak1_3/truetype/fontrecord.h"
 #include "tools/zolak1_3/truetype/glyphnames.h"
 
-namespace
-{
+namespace {
 
 /* CRC-32 (polynomial 0xEDB88320) of the names, a line feed after each. */
 template <class Names> uint32_t checksum(const Names &names)

@@ -7,8 +7,7 @@
 #include "tests/truetype/font_builder.h"
 #include "tools/zolak1_3/truetype/glyf.h"
 
-namespace
-{
+namespace {
 
 using Texts = std::vector<std::string>;
 

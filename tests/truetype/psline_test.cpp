@@ -11,8 +11,7 @@
 #include "tools/zolak1_3/truetype/psline.h"
 #include "zelkov/format.h"
 
-namespace
-{
+namespace {
 
 /* A number as the function puts it; the bytes before and behind must stay. */
 template <class Put> std::string put(Put putNumber)

@@ -10,8 +10,7 @@
 
 #include "tools/zolak1_3/truetype/report.h"
 
-namespace
-{
+namespace {
 
 constexpr size_t RECORDS_START = 12;
 constexpr size_t RECORD_BYTES = 16;

@@ -14,8 +14,7 @@
 #include "tools/zolak1_3/truetype/post.h"
 #include "tools/zolak1_3/truetype/report.h"
 
-namespace
-{
+namespace {
 
 /* The walk ends one code before the last: code 255 has never named a glyph. */
 constexpr int NAMING_CODES = TT_ENCODING_CODES - 1;

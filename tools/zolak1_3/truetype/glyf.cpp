@@ -6,8 +6,7 @@
  */
 #include "tools/zolak1_3/truetype/glyf.h"
 
-namespace
-{
+namespace {
 
 /* Offset of a glyph's data in the `glyf` table. */
 uint32_t glyphOffset(const TTFont &font, size_t entry)

@@ -14,8 +14,7 @@
 #include "tools/zolak1_3/truetype/report.h"
 #include "zelkov/format.h"
 
-namespace
-{
+namespace {
 
 /* A procedure of more segments may be more than some printers hold in a path. */
 constexpr int32_t LONG_GLYPH_SEGMENTS = 100;

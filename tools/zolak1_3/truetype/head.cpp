@@ -5,8 +5,7 @@
 
 #include "tools/zolak1_3/truetype/report.h"
 
-namespace
-{
+namespace {
 
 void copyDate(uint8_t *date, const TTTable &table, size_t position)
 {

@@ -8,8 +8,7 @@
 
 #include <algorithm>
 
-namespace
-{
+namespace {
 
 constexpr size_t FULL_RECORD_BYTES = 4;
 constexpr size_t BEARING_BYTES = 2;

@@ -11,8 +11,7 @@
 
 #include "tools/zolak1_3/truetype/report.h"
 
-namespace
-{
+namespace {
 
 constexpr size_t RECORDS_START = 6;
 constexpr size_t RECORD_BYTES = 12;

@@ -20,8 +20,7 @@
 #include "tools/zolak1_3/truetype/report.h"
 #include "zelkov/format.h"
 
-namespace
-{
+namespace {
 
 constexpr int MAX_POINTS = 2000;
 

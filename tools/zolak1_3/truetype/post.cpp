@@ -10,8 +10,7 @@
 #include "tools/zolak1_3/truetype/glyphnames.h"
 #include "tools/zolak1_3/truetype/report.h"
 
-namespace
-{
+namespace {
 
 constexpr size_t NAMES_START = 32; /* what the fixed part is followed by */
 

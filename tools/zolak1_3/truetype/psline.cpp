@@ -7,8 +7,7 @@
 
 #include <cstring>
 
-namespace
-{
+namespace {
 
 constexpr char decimalPairs[] = "00010203040506070809101112131415161718192021222324"
                                 "25262728293031323334353637383940414243444546474849"

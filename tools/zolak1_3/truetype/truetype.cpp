@@ -9,8 +9,7 @@
 #include "tools/zolak1_3/truetype/report.h"
 #include "tools/zolak1_3/truetype/type3.h"
 
-namespace
-{
+namespace {
 
 constexpr uint32_t TRUETYPE_VERSION = 0x00010000;
 

@@ -7,8 +7,7 @@
 #include "tools/zolak1_3/truetype/report.h"
 #include "zelkov/format.h"
 
-namespace
-{
+namespace {
 
 constexpr int CODES_PER_LINE = 4;
 
