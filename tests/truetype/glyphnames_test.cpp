@@ -29,10 +29,10 @@ template <class Names> uint32_t checksum(const Names &names)
 
 TEST(GlyphNames, TheStandardOrderHasAllItsEntries)
 {
-    EXPECT_EQ(std::size(standardGlyphNames), 258U);
-    EXPECT_EQ(checksum(standardGlyphNames), 0x2F8232A7U);
+    EXPECT_EQ(std::size(tt_standardNames), 258U);
+    EXPECT_EQ(checksum(tt_standardNames), 0x2F8232A7U);
     size_t characters = 0;
-    for (const char *name : standardGlyphNames)
+    for (const char *name : tt_standardNames)
         characters += std::string_view(name).size();
     EXPECT_EQ(characters, 1572U);
 }
@@ -51,15 +51,15 @@ TEST(GlyphNames, TheStandardOrderHasTheseNames)
         {257, "dmacron"},
     };
     for (const auto &[index, name] : names)
-        EXPECT_EQ(standardGlyphNames[index], name) << index;
+        EXPECT_EQ(tt_standardNames[index], name) << index;
 }
 
 TEST(GlyphNames, EveryCodeHasItsName)
 {
-    EXPECT_EQ(std::size(codeNames), 256U);
-    EXPECT_EQ(checksum(codeNames), 0x26F8F397U);
+    EXPECT_EQ(std::size(tt_codeNames), 256U);
+    EXPECT_EQ(checksum(tt_codeNames), 0x26F8F397U);
     size_t characters = 0;
-    for (const char *name : codeNames)
+    for (const char *name : tt_codeNames)
         characters += std::string_view(name).size();
     EXPECT_EQ(characters, 1566U);
 }
@@ -77,7 +77,7 @@ TEST(GlyphNames, CodesHaveTheseNames)
         {255, "ydieresis"},
     };
     for (const auto &[code, name] : names)
-        EXPECT_EQ(codeNames[code], name) << code;
+        EXPECT_EQ(tt_codeNames[code], name) << code;
 }
 
 TEST(GlyphNames, TheDefaultNameIsUnkn)
@@ -126,7 +126,7 @@ TEST(GlyphNames, PostFormatThreeUsesTheNamesOfAllCodesButTheLast)
     std::vector<std::string> names = glyphNames(convertFont(font.build()));
     ASSERT_EQ(names.size(), 257U);
     for (size_t code = 0; code < 255; code++)
-        EXPECT_EQ(names[code + 1], codeNames[code]) << code;
+        EXPECT_EQ(names[code + 1], tt_codeNames[code]) << code;
     EXPECT_EQ(names[256], "UNKN");
 }
 

@@ -128,8 +128,7 @@ void encodeCharacter(ZelkovInstance *instance, TTFont *font, uint32_t character,
 {
     bool fresh = false;
     if (glyph < 0 || glyph > font->glyphCount) {
-        control_report(instance->owner, TT_MODULE, TT_SOURCE, LINE_CMAP_GLYPH, SEVERITY_FAULT,
-                       TT_KEY, "Glyph value out of range: %d", glyph);
+        tt_reportFault(instance, LINE_CMAP_GLYPH, "Glyph value out of range: %d", glyph);
         glyph = 0;
     } else {
         fresh = font->glyphs[glyph].unicode == TT_NO_CHARACTER;
@@ -167,8 +166,8 @@ bool readMicrosoftSubtable(ZelkovInstance *instance, TTFont *font, const TTTable
             continue;
         uint16_t encoding = tt_u16(cmap, record + 2);
         if (encoding != ENCODING_SYMBOL && encoding != ENCODING_UNICODE) {
-            control_report(instance->owner, TT_MODULE, TT_SOURCE, LINE_CMAP_ENCODING,
-                           SEVERITY_ERROR, TT_KEY, "MS Encoding ID %d not supported", encoding);
+            tt_reportError(instance, LINE_CMAP_ENCODING, "MS Encoding ID %d not supported",
+                           encoding);
             return true;
         }
         font->unicodeFlag = encoding == ENCODING_UNICODE;
@@ -213,6 +212,5 @@ void readCmap(ZelkovInstance *instance, TTFont *font, const TTTable &cmap)
     std::fill_n(font->encoding, TT_ENCODING_CODES, (int16_t)0);
     font->unicodeFlag = false;
     if (!readMicrosoftSubtable(instance, font, cmap) && !readFirstByteTable(font, cmap))
-        control_report(instance->owner, TT_MODULE, TT_SOURCE, LINE_NO_CMAP, SEVERITY_ERROR, TT_KEY,
-                       "No Recognised Encoding Table");
+        tt_reportError(instance, LINE_NO_CMAP, "No Recognised Encoding Table");
 }

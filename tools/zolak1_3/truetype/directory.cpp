@@ -54,8 +54,7 @@ void readDirectory(ZelkovInstance *instance, TTDirectory *directory, const TTTab
 
     for (const WantedTable &required : requiredTables)
         if (!(directory->*required.table).data) {
-            control_report(instance->owner, TT_MODULE, TT_SOURCE, LINE_MISSING_TABLE,
-                           SEVERITY_ERROR, TT_KEY, "TrueType font lacks the %s table",
+            tt_reportError(instance, LINE_MISSING_TABLE, "TrueType font lacks the %s table",
                            required.tag);
             return;
         }

@@ -25,7 +25,7 @@ void nameFromCodes(TTFont *font)
 {
     for (int code = 0; code < NAMING_CODES; code++) {
         int16_t glyph = font->encoding[code];
-        font->glyphs[glyph].name = glyph == 0 ? ".notdef" : codeNames[code];
+        font->glyphs[glyph].name = glyph == 0 ? ".notdef" : tt_codeNames[code];
     }
 }
 
@@ -58,7 +58,7 @@ void makeGlyphTable(ZelkovInstance *instance, TTFont *font, int32_t glyphCount)
     int32_t room = std::max(glyphCount + 1, (int32_t)STANDARD_NAMES);
     font->glyphs = static_cast<TTGlyph *>(zalloc(font->zone, (size_t)room * sizeof(TTGlyph)));
     if (!font->glyphs) {
-        reportOutOfMemory(instance, LINE_GLYPH_TABLE);
+        tt_reportOutOfMemory(instance, LINE_GLYPH_TABLE);
         return;
     }
     font->glyphCount = glyphCount;

@@ -7,7 +7,7 @@
 #include "tools/zolak1_3/truetype/glyphnames.h"
 
 // clang-format off
-const char *const standardGlyphNames[STANDARD_NAMES] = {
+const char *const tt_standardNames[STANDARD_NAMES] = {
     /*   0 */ ".notdef", ".null", "CR", "space", "exclam", "quotedbl", "numbersign", "dollar",
     /*   8 */ "percent", "ampersand", "quotesingle", "parenleft", "parenright", "asterisk", "plus",
               "comma",
@@ -60,7 +60,7 @@ const char *const standardGlyphNames[STANDARD_NAMES] = {
     /* 256 */ "ccaron", "dmacron",
 };
 
-const char *const codeNames[CODE_NAMES] = {
+const char *const tt_codeNames[CODE_NAMES] = {
     /*   0 */ ".null", ".notdef", ".notdef", ".notdef", ".notdef", ".notdef", ".notdef", ".notdef",
     /*   8 */ ".notdef", ".notdef", ".notdef", ".notdef", ".notdef", "CR", ".notdef", ".notdef",
     /*  16 */ ".notdef", ".notdef", ".notdef", ".notdef", ".notdef", ".notdef", ".notdef",

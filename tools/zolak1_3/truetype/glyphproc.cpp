@@ -80,11 +80,11 @@ bool checkComponents(ZelkovInstance *instance, TTFont *font, int32_t glyph, TTGl
     do {
         component = readComponent(&cursor);
         if (++font->componentsRead > MAX_COMPONENTS) {
-            reportTooLarge(instance);
+            tt_reportTooLarge(instance);
             return false;
         }
         if (cursor.damaged) {
-            reportDamagedGlyph(instance, *font, glyph);
+            tt_reportDamagedGlyph(instance, *font, glyph);
             return false;
         }
     } while (component.flags & MORE_COMPONENTS);

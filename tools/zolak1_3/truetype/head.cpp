@@ -13,11 +13,6 @@ void copyDate(uint8_t *date, const TTTable &table, size_t position)
         date[i] = tt_u8(table, position + i);
 }
 
-void headError(ZelkovInstance *instance, TTReportLine line, const char *text)
-{
-    control_report(instance->owner, TT_MODULE, TT_SOURCE, line, SEVERITY_ERROR, TT_KEY, "%s", text);
-}
-
 } // namespace
 
 void readHead(ZelkovInstance *instance, TTFont *font, const TTTable &table)
@@ -42,7 +37,7 @@ void readHead(ZelkovInstance *instance, TTFont *font, const TTTable &table)
     head->glyphDataFormat = tt_s16(table, 52);
 
     if (head->indexToLocFormat != 0 && head->indexToLocFormat != 1)
-        headError(instance, LINE_LOCA_FORMAT, "Wrong indexToLocFormat");
+        tt_reportError(instance, LINE_LOCA_FORMAT, "Wrong indexToLocFormat");
     else if (head->unitsPerEm == 0)
-        headError(instance, LINE_UNITS_PER_EM, "Wrong units per em");
+        tt_reportError(instance, LINE_UNITS_PER_EM, "Wrong units per em");
 }

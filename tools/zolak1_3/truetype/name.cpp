@@ -90,7 +90,7 @@ void copyNames(ZelkovInstance *instance, TTFont *font, const NameTexts &names)
         room += 2 * text.size + 1;
     char *area = static_cast<char *>(zalloc(font->zone, room));
     if (!area) {
-        reportOutOfMemory(instance, LINE_FONT_MEMORY);
+        tt_reportOutOfMemory(instance, LINE_FONT_MEMORY);
         return;
     }
     for (int nameID = 0; nameID < TT_NAME_COUNT; nameID++)
@@ -108,8 +108,7 @@ void readNames(ZelkovInstance *instance, TTFont *font, const TTTable &table)
     std::fill_n(font->names, TT_NAME_COUNT, nullptr);
     if (!collectNames(&names, table, PLATFORM_MICROSOFT) &&
         !collectNames(&names, table, PLATFORM_MACINTOSH)) {
-        control_report(instance->owner, TT_MODULE, TT_SOURCE, LINE_NO_FONT_NAMES, SEVERITY_ERROR,
-                       TT_KEY, "Cannot decode font name fields");
+        tt_reportError(instance, LINE_NO_FONT_NAMES, "Cannot decode font name fields");
         return;
     }
     copyNames(instance, font, names);

@@ -220,7 +220,7 @@ void writeContours(ZelkovInstance *instance, TTFont *font, const Outline &outlin
     font->segmentCount += segments;
     font->segmentsWritten += (uint32_t)segments;
     if (font->segmentsWritten > MAX_SEGMENTS)
-        reportTooLarge(instance);
+        tt_reportTooLarge(instance);
 }
 
 /* Reports that a glyph without a path of its own was asked for one, and leaves the same words in
@@ -230,24 +230,23 @@ void refuseComponent(ZelkovInstance *instance, const TTFont &font, TTReportLine 
 {
     const char *parentName = tt_glyphName(font, parent);
     const char *glyphName = tt_glyphName(font, glyph);
-    control_report(instance->owner, TT_MODULE, TT_SOURCE, line, SEVERITY_FAULT, TT_KEY,
-                   "Composite glyph %s refers to %s glyph %s", parentName, kind, glyphName);
+    tt_reportFault(instance, line, "Composite glyph %s refers to %s glyph %s", parentName, kind,
+                   glyphName);
     fputstr_arg(font.output, "\n%%Composite glyph %s refers to %s glyph %s", parentName, kind,
                 glyphName);
 }
 
 } // namespace
 
-void reportDamagedGlyph(ZelkovInstance *instance, const TTFont &font, int32_t glyph)
+void tt_reportDamagedGlyph(ZelkovInstance *instance, const TTFont &font, int32_t glyph)
 {
-    control_report(instance->owner, TT_MODULE, TT_SOURCE, LINE_DAMAGED_GLYPH, SEVERITY_FAULT,
-                   TT_KEY, "Glyph %s is damaged or too large", tt_glyphName(font, glyph));
+    tt_reportFault(instance, LINE_DAMAGED_GLYPH, "Glyph %s is damaged or too large",
+                   tt_glyphName(font, glyph));
 }
 
-void reportTooLarge(ZelkovInstance *instance)
+void tt_reportTooLarge(ZelkovInstance *instance)
 {
-    control_report(instance->owner, TT_MODULE, TT_SOURCE, LINE_TOO_LARGE, SEVERITY_ERROR, TT_KEY,
-                   "Font program is too large");
+    tt_reportError(instance, LINE_TOO_LARGE, "Font program is too large");
 }
 
 void writeOutline(ZelkovInstance *instance, TTFont *font, int32_t glyph, int32_t parent)
@@ -267,5 +266,5 @@ void writeOutline(ZelkovInstance *instance, TTFont *font, int32_t glyph, int32_t
     if (readOutline(&outline, data, header.numberOfContours))
         writeContours(instance, font, outline);
     else
-        reportDamagedGlyph(instance, *font, glyph);
+        tt_reportDamagedGlyph(instance, *font, glyph);
 }

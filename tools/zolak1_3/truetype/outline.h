@@ -16,9 +16,9 @@
 void writeOutline(ZelkovInstance *instance, TTFont *font, int32_t glyph, int32_t parent);
 
 /* Reports, severity 3, that the glyph's data cannot be used. */
-void reportDamagedGlyph(ZelkovInstance *instance, const TTFont &font, int32_t glyph);
+void tt_reportDamagedGlyph(ZelkovInstance *instance, const TTFont &font, int32_t glyph);
 
 /* Reports, severity 4, that the font writes more than any honest one. */
-void reportTooLarge(ZelkovInstance *instance);
+void tt_reportTooLarge(ZelkovInstance *instance);
 
 #endif

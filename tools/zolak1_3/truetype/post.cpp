@@ -49,7 +49,7 @@ const char *generatedName(ZelkovInstance *instance, TTFont *font, size_t glyph, 
 {
     char *name = static_cast<char *>(zalloc(font->zone, GENERATED_NAME_BYTES));
     if (!name) {
-        reportOutOfMemory(instance, line);
+        tt_reportOutOfMemory(instance, line);
         return TT_UNKNOWN_NAME;
     }
     snprintf(name, GENERATED_NAME_BYTES, "_%d", (int)glyph);
@@ -63,7 +63,7 @@ const char *copyName(ZelkovInstance *instance, TTFont *font, const TTTable &tabl
 {
     char *name = static_cast<char *>(zalloc(font->zone, length + 1));
     if (!name) {
-        reportOutOfMemory(instance, LINE_CUSTOM_NAME);
+        tt_reportOutOfMemory(instance, LINE_CUSTOM_NAME);
         return nullptr;
     }
     bool usable = true;
@@ -94,7 +94,7 @@ CustomNames readCustomNames(ZelkovInstance *instance, TTFont *font, const TTTabl
     needed = std::min(needed, table.size);
     custom.names = static_cast<const char **>(zalloc(font->zone, needed * sizeof(char *)));
     if (!custom.names) {
-        reportOutOfMemory(instance, LINE_CUSTOM_NAME_TABLE);
+        tt_reportOutOfMemory(instance, LINE_CUSTOM_NAME_TABLE);
         return custom;
     }
     size_t position = 0;
@@ -115,7 +115,7 @@ CustomNames readCustomNames(ZelkovInstance *instance, TTFont *font, const TTTabl
 const char *indexedName(const CustomNames &custom, size_t index)
 {
     if (index < STANDARD_NAMES)
-        return standardGlyphNames[index];
+        return tt_standardNames[index];
     index -= STANDARD_NAMES;
     return index < custom.count ? custom.names[index] : nullptr;
 }
@@ -124,7 +124,7 @@ const char *indexedName(const CustomNames &custom, size_t index)
 void nameInStandardOrder(TTFont *font)
 {
     for (size_t i = 0; i < STANDARD_NAMES; i++)
-        font->glyphs[i].name = standardGlyphNames[i];
+        font->glyphs[i].name = tt_standardNames[i];
 }
 
 /* Format 2.0: a name index for each glyph, then the names that are not standard. */
@@ -150,15 +150,15 @@ void nameByOffset(TTFont *font, const TTTable &table)
     for (int32_t i = 0; i < font->glyphCount; i++) {
         int32_t index = i + tt_s8(table, NAMES_START + (size_t)i);
         if (index >= 0 && index < (int32_t)STANDARD_NAMES)
-            font->glyphs[i].name = standardGlyphNames[index];
+            font->glyphs[i].name = tt_standardNames[index];
     }
 }
 
 void unknownFormat(ZelkovInstance *instance, const TTTable &table)
 {
     float format = (float)tt_s16(table, 0) + (float)tt_u16(table, 2) / 65536.0F;
-    control_report(instance->owner, TT_MODULE, TT_SOURCE, LINE_POST_FORMAT, SEVERITY_ERROR, TT_KEY,
-                   "Postscript table in wrong format %.1g", (double)format);
+    tt_reportError(instance, LINE_POST_FORMAT, "Postscript table in wrong format %.1g",
+                   (double)format);
 }
 
 } // namespace

@@ -1,10 +1,44 @@
 /*
- * report.cpp - the report that every allocation shares
+ * report.cpp - how the conversion reports
  */
 #include "tools/zolak1_3/truetype/report.h"
 
-void reportOutOfMemory(ZelkovInstance *instance, TTReportLine line)
+#include <cstdarg>
+
+namespace {
+
+constexpr char MODULE[] = "ZOLAK";
+constexpr char SOURCE[] = "tools/zolak1_3/truetype";
+constexpr char KEY[] = "TTFONT";
+
+} // namespace
+
+void tt_reportFault(ZelkovInstance *instance, TTReportLine line, const char *format, ...)
 {
-    control_report(instance->owner, TT_MODULE, TT_SOURCE, line, SEVERITY_ERROR, "out of memory",
+    va_list arguments;
+    va_start(arguments, format);
+    control_reportArguments(instance->owner, MODULE, SOURCE, line, SEVERITY_FAULT, KEY, format,
+                            arguments);
+    va_end(arguments);
+}
+
+void tt_reportError(ZelkovInstance *instance, TTReportLine line, const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    control_reportArguments(instance->owner, MODULE, SOURCE, line, SEVERITY_ERROR, KEY, format,
+                            arguments);
+    va_end(arguments);
+}
+
+void tt_reportOutOfMemory(ZelkovInstance *instance, TTReportLine line)
+{
+    control_report(instance->owner, MODULE, SOURCE, line, SEVERITY_ERROR, "out of memory",
                    "Out of memory");
+}
+
+void tt_reportReadError(ZelkovInstance *instance, TTReportLine line)
+{
+    control_report(instance->owner, MODULE, SOURCE, line, SEVERITY_ERROR, "READERR",
+                   "Reading error.");
 }

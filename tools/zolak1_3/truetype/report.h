@@ -9,10 +9,6 @@
 
 #include "zelkov/control.h"
 
-constexpr char TT_MODULE[] = "ZOLAK";
-constexpr char TT_SOURCE[] = "tools/zolak1_3/truetype";
-constexpr char TT_KEY[] = "TTFONT";
-
 enum TTReportLine : int {
     LINE_NO_FONT_NAMES = 604,
     LINE_CMAP_ENCODING = 671,
@@ -42,6 +38,15 @@ inline bool tt_stopped(const ZelkovInstance *instance)
     return control_stopped(instance->owner);
 }
 
-void reportOutOfMemory(ZelkovInstance *instance, TTReportLine line);
+/* Reports under the key "TTFONT": a fault that the conversion survives, or the error that ends
+ * it. */
+void tt_reportFault(ZelkovInstance *instance, TTReportLine line, const char *format, ...)
+    __attribute__((format(printf, 3, 4)));
+void tt_reportError(ZelkovInstance *instance, TTReportLine line, const char *format, ...)
+    __attribute__((format(printf, 3, 4)));
+
+/* Errors with keys of their own. */
+void tt_reportOutOfMemory(ZelkovInstance *instance, TTReportLine line);
+void tt_reportReadError(ZelkovInstance *instance, TTReportLine line);
 
 #endif

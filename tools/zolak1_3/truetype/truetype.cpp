@@ -19,12 +19,11 @@ void loadFont(ZelkovInstance *instance, TTFont *font, ZFile *input)
     uint32_t size = fgeteof(input);
     uint8_t *buffer = static_cast<uint8_t *>(zalloc(font->zone, size));
     if (!buffer) {
-        reportOutOfMemory(instance, LINE_FONT_MEMORY);
+        tt_reportOutOfMemory(instance, LINE_FONT_MEMORY);
         return;
     }
     if (fgetm(input, buffer, size) != fgeteof(input)) {
-        control_report(instance->owner, TT_MODULE, TT_SOURCE, LINE_FONT_READ, SEVERITY_ERROR,
-                       "READERR", "Reading error.");
+        tt_reportReadError(instance, LINE_FONT_READ);
         return;
     }
     font->data = {buffer, size};
@@ -34,8 +33,8 @@ void checkVersion(ZelkovInstance *instance, const TTFont &font)
 {
     uint32_t version = tt_u32(font.data, 0);
     if (version != TRUETYPE_VERSION)
-        control_report(instance->owner, TT_MODULE, TT_SOURCE, LINE_SFNT_VERSION, SEVERITY_ERROR,
-                       TT_KEY, "Unknown File Version number [%x], or not a TrueType file", version);
+        tt_reportError(instance, LINE_SFNT_VERSION,
+                       "Unknown File Version number [%x], or not a TrueType file", version);
 }
 
 void convert(ZelkovInstance *instance, TTFont *font, ZFile *input)
@@ -64,6 +63,6 @@ int insert_ttfont(ZelkovInstance *instance, ZFile *input, ZFile *output)
     if (font.zone)
         convert(instance, &font, input);
     else
-        reportOutOfMemory(instance, LINE_FONT_MEMORY);
+        tt_reportOutOfMemory(instance, LINE_FONT_MEMORY);
     return zdelete(font.zone);
 }
