@@ -488,6 +488,20 @@ TEST_F(ReadCmap, ManySegmentsBeyondTheTableEndQuickly)
     EXPECT_EQ(reports(), Texts{});
 }
 
+TEST_F(ReadCmap, TheGlyphTableHasARecordForEveryIndexThatAReaderTouches)
+{
+    for (auto [glyphCount, room] :
+         std::map<int32_t, int32_t>{{0, 258}, {257, 258}, {258, 259}, {65535, 65536}}) {
+        makeGlyphTable(instance, &font, glyphCount);
+        EXPECT_EQ(font.glyphCount, glyphCount);
+        EXPECT_EQ(font.glyphRoom, room);
+        const TTGlyph &last = font.glyphs[room - 1];
+        EXPECT_EQ(last.code, TT_NO_CHARACTER);
+        EXPECT_EQ(last.unicode, TT_NO_CHARACTER);
+        EXPECT_STREQ(last.name, "UNKN");
+    }
+}
+
 /* ---- through a font */
 
 TEST(Encoding, SymbolFontsPrintCodesAndUnicodeFontsCharacters)
@@ -528,6 +542,11 @@ TEST(Encoding, AnyGlyphOfAByteTableHasAName)
     font.names = {".notdef"};
     font.replaced["cmap"] = cmapTable({{1, 0, cmapFormat0({0, 255})}});
     EXPECT_EQ(encodingNames(convertFont(font.build()))[1], "UNKN");
+
+    /* The name that `post` gives it, though the font does not have it. */
+    font.replaced["cmap"] = cmapTable({{1, 0, cmapFormat0({0, 5})}});
+    font.names.assign(10, "more");
+    EXPECT_EQ(encodingNames(convertFont(font.build()))[1], "more");
 }
 
 } // namespace

@@ -61,14 +61,25 @@ TEST(DamagedGlyph, TwoThousandPointsAreTheMost)
     std::string path = glyphPath(most, "g");
     EXPECT_EQ(std::count(path.begin(), path.end(), '\n'), 2000 + 3); /* closepath, long glyph */
 
-    FontBytes more = glyphHeader(1, BOX);
-    expectDamaged(more.u16(2000).u16(0).zeros(9000));
-    FontBytes all = glyphHeader(1, BOX);
-    expectDamaged(all.u16(0xFFFF).u16(0).zeros(9000));
+    Conversion more = convertFont(fontOf(pointHeap(2001)).build());
+    EXPECT_EQ(glyphPath(more, "g"), "");
+    EXPECT_EQ(more.reports, DAMAGED);
+    Conversion all = convertFont(fontOf(pointHeap(65536)).build());
+    EXPECT_EQ(glyphPath(all, "g"), "");
+    EXPECT_EQ(all.reports, DAMAGED);
     FontBytes contours = glyphHeader(32767, BOX);
     for (unsigned i = 0; i < 32767; i++)
         contours.u16(i);
     expectDamaged(contours);
+}
+
+TEST(DamagedGlyph, ARepeatMayOvershootTheLastOfTwoThousandPoints)
+{
+    std::string glyph = pointHeap(2000);
+    glyph.back() = '\xFF';
+    Conversion conversion = convertFont(fontOf(glyph).build());
+    EXPECT_EQ(conversion.reports, Texts{});
+    EXPECT_TRUE(glyphPath(conversion, "g").starts_with("0 0 moveto\n0 0 lineto\n"));
 }
 
 TEST(DamagedGlyph, TwoThousandContoursOfOnePointAreNotTooMany)

@@ -90,7 +90,6 @@ void readCoordinates(TTGlyphCursor *cursor, const Outline &outline, int16_t *val
             value += cursorS16(cursor);
         }
         values[i] = (int16_t)value;
-        value = values[i];
     }
 }
 
