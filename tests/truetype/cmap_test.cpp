@@ -263,7 +263,15 @@ TEST_F(ReadCmap, TheLastSegmentIsNeverRead)
 {
     FontBytes table;
     table.u16(4).u16(0).u16(0).u16(4).zeros(6);
-    table.u16('A').u16('B').u16(0).u16('A').u16('B').u16(5 - 'A').u16(6 - 'B').u16(0).u16(0);
+    table.u16('A')
+        .u16('B')
+        .u16(0)
+        .u16('A')
+        .u16('B')
+        .u16(0x10005U - 'A')
+        .u16(0x10006U - 'B')
+        .u16(0)
+        .u16(0);
     read(cmapTable({{3, 1, table}}));
     EXPECT_EQ(encoded(), (Codes{{'A', 5}}));
 }
@@ -273,7 +281,7 @@ TEST_F(ReadCmap, OneSegmentOrNoneEncodesNothing)
     for (unsigned twice : {0U, 1U, 2U, 3U}) {
         FontBytes table;
         table.u16(4).u16(0).u16(0).u16(twice).zeros(6);
-        table.u16('A').u16(0).u16('A').u16(5 - 'A').u16(0).zeros(20);
+        table.u16('A').u16(0).u16('A').u16(0x10005U - 'A').u16(0).zeros(20);
         read(cmapTable({{3, 1, table}}));
         EXPECT_EQ(encoded(), Codes{});
         EXPECT_EQ(reports(), Texts{});

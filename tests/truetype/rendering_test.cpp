@@ -26,6 +26,7 @@
 #include "tests/support/run_program.h"
 #include "tests/support/scratch_directory.h"
 #include "tests/truetype/conversion.h"
+#include "tests/truetype/font_builder.h"
 
 namespace {
 
@@ -331,6 +332,38 @@ TEST(WholeFont, DejaVuSans)
 TEST(WholeFont, LiberationSans)
 {
     expectSameTables(FONTS + "liberation/LiberationSans-Regular.ttf");
+}
+
+/* ---- what Ghostscript reads */
+
+TEST(WholeFont, HostileNamesStayData)
+{
+    if (!haveProgram("gs"))
+        GTEST_SKIP() << "Ghostscript is not installed";
+    const std::string hostile = "a) quit \\(\\) %\r\nquit\n>>}]";
+    FontBuilder font;
+    font.glyphs = {"", simpleGlyph({{{0, 0, ON}, {9, 0, ON}, {9, 9, ON}}})};
+    font.names = {"} def quit {", "a\nquit"};
+    std::vector<NameRecord> records;
+    for (unsigned nameID = 0; nameID < 8; nameID++)
+        records.push_back({3, 1, 0x409, nameID, utf16(hostile)});
+    font.replaced["name"] = nameTable(records);
+
+    ScratchDirectory scratch;
+    scratch.write("font.ps", "/Font\n" + convertFont(font.build()).text +
+                                 "/Font findfont dup /FontInfo get /Notice get ==\n"
+                                 "/FontName get ==\n"
+                                 "/Font findfont 9 scalefont setfont 9 9 moveto /_1 glyphshow\n"
+                                 "(end) = count =\n");
+    ProgramOptions options;
+    options.directory = scratch.path;
+    ProgramResult result =
+        runProgram({"gs", "-dSAFER", "-q", "-dBATCH", "-dNODISPLAY", "font.ps"}, options);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, /* the interpreter reads each line end inside a string as \n */
+              "(a] quit \\\\[\\\\] %\\nquit\\n>>}])\n"
+              "(a] quit \\\\[\\\\] %  quit >>}])\n"
+              "end\n0\n");
 }
 
 /* ---- what Ghostscript draws */
