@@ -1,0 +1,106 @@
+#include "tools/zolak1_3/pdf_to_ps/streams.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/pdf_builder.h"
+#include "tests/support/test_instance.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+/* The reports of parsing `input` as a stream, and its data when it is one. */
+Texts parse(const std::string &input, std::string *data = nullptr)
+{
+    TestInstance test(input);
+    StreamPtr stream = readStream(test.inst);
+    if (stream && data) {
+        EXPECT_EQ(test.ahead(5), " next");
+        test.seek(stream->dataPosition);
+        *data = test.ahead((size_t)stream->length);
+    }
+    return test.controller.takeTexts();
+}
+
+} // namespace
+
+TEST(Stream, DataBeginsBehindTheLineOfTheKeyword)
+{
+    for (const char *end : {"\n", "\r\n", "\r", " \n", " trailing words\n"}) {
+        std::string data;
+        EXPECT_EQ(parse(std::string("<< /Length 5 >>\nstream") + end + "hello\nendstream next",
+                        &data),
+                  Texts{});
+        EXPECT_EQ(data, "hello");
+    }
+}
+
+TEST(Stream, WhiteSpaceBeforeEndstreamIsPassedOver)
+{
+    for (const char *space : {"", "\n", "\r\n", "  \n\n"}) {
+        std::string data;
+        EXPECT_EQ(parse(std::string("<</Length 5>>stream\nhello") + space + "endstream next",
+                        &data),
+                  Texts{});
+        EXPECT_EQ(data, "hello");
+    }
+}
+
+TEST(Stream, AnIndirectLengthIsRead)
+{
+    PdfBuilder pdf;
+    int length = pdf.add("5");
+    int stream = pdf.add("<< /Length " + ref(length) + " >>\nstream\nhello\nendstream");
+    TestInstance test(pdf.build());
+    test.openIndex();
+    test.seek((uint32_t)pdf.offsetOf(stream) + 7);
+    StreamPtr record = readStream(test.inst);
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->length, 5);
+    EXPECT_EQ(record->dictPosition, pdf.offsetOf(stream) + 7);
+}
+
+TEST(Stream, TheFirstLengthCounts)
+{
+    std::string data;
+    EXPECT_EQ(parse("<</Length 5 /Length 3>>stream\nhello\nendstream next", &data), Texts{});
+    EXPECT_EQ(data, "hello");
+}
+
+TEST(Stream, ALengthThatLandsInsideEndstreamIsRefused)
+{
+    EXPECT_EQ(parse("<</Length 7>>stream\nhello\nendstream next"),
+              Texts{"ZOLAK 4 BADSTREAM: Keyword 'endstream' is missing."});
+    EXPECT_EQ(parse("<</Length 4>>stream\nhello\nendstream next"),
+              Texts{"ZOLAK 4 BADSTREAM: Keyword 'endstream' is missing."});
+}
+
+TEST(Stream, ANegativeLengthThatFindsNoEndIsRefused)
+{
+    EXPECT_EQ(parse("<</Length -3>>stream\nhello\nendstream next"),
+              Texts{"ZOLAK 4 BADSTREAM: Keyword 'endstream' is missing."});
+}
+
+TEST(Stream, Failures)
+{
+    EXPECT_EQ(parse("<</Length 5>> endobj "),
+              Texts{"ZOLAK 4 BADSTREAM: Keyword 'stream' is missing."});
+    EXPECT_EQ(parse("<</Size 5>>stream\nhello\nendstream next"),
+              Texts{"ZOLAK 4 NOLENGTH: Stream object doesn't contain the /Length keyword."});
+    EXPECT_EQ(parse("<</Length 50>>stream\nhello\nendstream next"),
+              (Texts{"ZOLAK 4 BADSPACE: Error occurred during skipping white spaces.",
+                     "ZOLAK 4 BADSTREAM: Keyword 'endstream' is missing."}));
+    EXPECT_EQ(parse("[1] "), Texts{"ZOLAK 4 BADDICT: Dictionary expected."});
+    EXPECT_EQ(parse("<</Length (5)>>stream\nhello\nendstream next"),
+              Texts{"ZOLAK 4 NONUMBER: Couldn't read number from PDF file."});
+}
+
+TEST(Stream, NothingLivesAfterAFailure)
+{
+    TestInstance test("<</Length 7>>stream\nhello\nendstream next");
+    EXPECT_EQ(parseStream(test.inst), nullptr);
+    EXPECT_EQ(test.inst->liveStreams, 0);
+    EXPECT_EQ(test.inst->liveDicts, 0);
+    freeStream(test.inst, nullptr);
+    EXPECT_EQ(test.inst->liveStreams, 0);
+}

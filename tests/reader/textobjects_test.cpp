@@ -1,0 +1,203 @@
+/*
+ * textobjects_test.cpp - strings and names, with the rules that are the reader's own
+ */
+#include <cstring>
+#include <gtest/gtest.h>
+
+#include "tests/support/test_instance.h"
+#include "tools/zolak1_3/pdf_to_ps/objects.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+std::string stringOf(const std::string &input, std::string *rest = nullptr)
+{
+    TestInstance test(input + " ");
+    StringPtr string = readString(test.inst);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{}) << input;
+    if (rest)
+        *rest = test.ahead(20);
+    return string ? string.get() : "(none)";
+}
+
+std::string nameOf(const std::string &input, std::string *rest = nullptr)
+{
+    TestInstance test(input + " ");
+    NamePtr name = readName(test.inst);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{}) << input;
+    if (rest)
+        *rest = test.ahead(20);
+    return name ? name.get() : "(none)";
+}
+
+} // namespace
+
+TEST(Strings, ParenthesesAreNotCounted)
+{
+    std::string rest;
+    EXPECT_EQ(stringOf("(a(b)c)", &rest), "a(b");
+    EXPECT_EQ(rest, "c) ");
+}
+
+TEST(Strings, AParenthesisBehindABackslashNeverEndsTheString)
+{
+    std::string rest;
+    EXPECT_EQ(stringOf("(a\\)b)"), "a)b");
+    EXPECT_EQ(stringOf("(a\\\\)b)", &rest), "a\\)b")
+        << "also when the backslash is itself escaped";
+    EXPECT_EQ(rest, " ");
+}
+
+TEST(Strings, AnUnknownEscapeIsAZeroByteThatEndsTheString)
+{
+    TestInstance test("(x\\q) ");
+    StringPtr string = readString(test.inst);
+    ASSERT_TRUE(string);
+    EXPECT_EQ(std::string(string.get(), 3), std::string("x\0q", 3));
+    EXPECT_EQ(stringOf("(x\\q)"), "x");
+}
+
+TEST(Strings, NamedEscapes)
+{
+    EXPECT_EQ(stringOf("(\\n\\r\\t\\b\\f\\\\\\(\\).)"), "\n\r\t\b\f\\().");
+}
+
+TEST(Strings, ABackslashAtALineEndContinuesTheLine)
+{
+    for (const char *end : {"\n", "\r", "\r\n", "\n\r"})
+        EXPECT_EQ(stringOf(std::string("(ab\\") + end + "cd)"), "abcd");
+    EXPECT_EQ(stringOf("(ab\\\n\ncd)"), "ab\ncd");
+}
+
+TEST(Strings, OctalEscapesTakeUpToThreeDigits)
+{
+    EXPECT_EQ(stringOf("(\\101\\102C)"), "ABC");
+    EXPECT_EQ(stringOf("(\\1012)"), "A2");
+    EXPECT_EQ(stringOf("(\\53x)"), "+x");
+    EXPECT_EQ(stringOf("(\\501)"), "A") << "the low eight bits";
+    EXPECT_EQ(stringOf("(a\\1890b)"), std::string("a\x01") + "0b")
+        << "an 8 or 9 ends the value and is swallowed";
+    EXPECT_EQ(stringOf("(a\\81b)"), "a") << "no value at all is a zero byte";
+    EXPECT_EQ(stringOf("(a\\000b)"), "a");
+}
+
+TEST(Strings, HexadecimalPairsIgnoreWhiteSpace)
+{
+    EXPECT_EQ(stringOf("<48 65 6C6>"), "Hel\x60") << "a last single digit is paired with 0";
+    EXPECT_EQ(stringOf("<48\n65>"), "He");
+    EXPECT_EQ(stringOf("<>"), "");
+}
+
+TEST(Strings, AHexadecimalPairIsItsValidPrefix)
+{
+    EXPECT_EQ(stringOf("<4G48>"), "\x04H");
+    EXPECT_EQ(stringOf("<48G148>"), "H") << "no prefix is a zero byte";
+}
+
+TEST(Strings, LongStringsGrow)
+{
+    for (size_t length : {2046U, 2047U, 2048U, 2049U, 100000U})
+        EXPECT_EQ(stringOf("(" + std::string(length, 'x') + ")"), std::string(length, 'x'));
+}
+
+TEST(Strings, AStringWithoutEndIsAReadingError)
+{
+    for (const char *input : {"(abc", "<41"}) {
+        TestInstance test(input);
+        EXPECT_EQ(parseString(test.inst), nullptr);
+        EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 READERR: Reading error."});
+    }
+    TestInstance test("/Name ");
+    EXPECT_EQ(parseString(test.inst), nullptr);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 READERR: Reading error."});
+}
+
+TEST(Names, EndAtTheFirstByteThatIsNotRegular)
+{
+    std::string rest;
+    EXPECT_EQ(nameOf("/Type/Page", &rest), "/Type");
+    EXPECT_EQ(rest, "/Page ");
+    EXPECT_EQ(nameOf("/A[", &rest), "/A");
+    EXPECT_EQ(rest, "[ ");
+    EXPECT_EQ(nameOf("/", &rest), "/");
+    EXPECT_EQ(nameOf("/A\xC3\xA4", &rest), "/A");
+    EXPECT_EQ(rest, "\xC3\xA4 ") << "bytes above 126 are not regular";
+}
+
+TEST(Names, NumberSignsAreDecoded)
+{
+    EXPECT_EQ(nameOf("/A#20B"), "/A B");
+    EXPECT_EQ(nameOf("/#4f#4B"), "/OK");
+    EXPECT_EQ(nameOf("/A#]]"), "/A") << "the two bytes behind it are taken whatever they are";
+    EXPECT_EQ(nameOf("/A#4GB"), "/A\x04" "B");
+    EXPECT_EQ(nameOf("/A#00B"), "/A") << "a zero byte ends the text";
+}
+
+TEST(Names, Keep139CharactersBehindTheSlash)
+{
+    std::string rest;
+    EXPECT_EQ(nameOf("/" + std::string(200, 'n'), &rest), "/" + std::string(139, 'n'));
+    EXPECT_EQ(rest, " ") << "the rest is passed over";
+    EXPECT_EQ(nameOf("/" + std::string(139, 'n')), "/" + std::string(139, 'n'));
+}
+
+TEST(Names, OneAtTheVeryEndOfTheFileIsAReadingError)
+{
+    TestInstance test("/Name");
+    EXPECT_EQ(parseName(test.inst), nullptr);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 READERR: Reading error."});
+}
+
+TEST(Names, OnlyASlashBeginsOne)
+{
+    TestInstance test("Name ");
+    EXPECT_EQ(parseName(test.inst), nullptr);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 READERR: Reading error."});
+}
+
+TEST(Names, AreWrittenBackWithNumberSigns)
+{
+    char text[NAME_PS_BYTES];
+    EXPECT_STREQ(nameToPS(text, "/A B"), "/A#20B");
+    EXPECT_STREQ(nameToPS(text, "/a#(\xE4"), "/a#23#28#e4");
+    EXPECT_STREQ(nameToPS(text, "/"), "/");
+    EXPECT_STREQ(nameToPS(text, ("/" + std::string(139, '\x01')).c_str()),
+                 [] {
+                     static std::string all = "/";
+                     for (int i = 0; i < 139; i++)
+                         all += "#01";
+                     return all.c_str();
+                 }());
+}
+
+TEST(Names, RegularCharacters)
+{
+    for (int byte = 0; byte < 256; byte++) {
+        bool delimiter = byte > 0 && strchr("%()<>[]{}/#", byte);
+        EXPECT_EQ(isRegularChar(byte), byte >= 33 && byte <= 126 && !delimiter) << byte;
+    }
+}
+
+TEST(Names, EscapedStrings)
+{
+    char text[32];
+    escapeString(text, "a(b)\\c\n");
+    EXPECT_STREQ(text, "a\\(b\\)\\\\c\n");
+}
+
+TEST(Names, TheCountersFollowWhatLives)
+{
+    TestInstance test("(s) /n ");
+    char *string = parseString(test.inst);
+    char *name = parseName(test.inst);
+    EXPECT_EQ(test.inst->liveStrings, 1);
+    EXPECT_EQ(test.inst->liveNames, 1);
+    freeString(test.inst, string);
+    freeName(test.inst, name);
+    freeString(test.inst, nullptr);
+    EXPECT_EQ(test.inst->liveStrings, 0);
+    EXPECT_EQ(test.inst->liveNames, 0);
+    freeName(test.inst, nullptr);
+    EXPECT_EQ(test.inst->liveNames, -1) << "this one counts in every case";
+}

@@ -1,0 +1,13 @@
+/*
+ * sample_document.h - one small document with every feature that the converter reads
+ */
+#ifndef TESTS_SAMPLE_DOCUMENT_H
+#define TESTS_SAMPLE_DOCUMENT_H
+
+#include <string>
+
+/* Two pages, a content array, an incremental update, an indirect /Length, inherited attributes,
+ * every kind of object and every kind of resource.  Converts without a fault. */
+std::string sampleDocument();
+
+#endif

@@ -1,0 +1,42 @@
+/*
+ * lexer.h - white space, keywords, booleans and numbers
+ *
+ * The lexer keeps no state: every routine leaves the input's position on the first byte that it
+ * did not use.  Every routine does nothing and answers its failure value once the error flag is
+ * set; failures are reports of severity 4.
+ */
+#ifndef PDF_TO_PS_LEXER_H
+#define PDF_TO_PS_LEXER_H
+
+#include "tools/zolak1_3/pdf_to_ps/instance.h"
+
+/* Bytes of a keyword's buffer: 255 letters and the terminator. */
+constexpr int KEYWORD_BYTES = 256;
+
+/* Passes over white space and comments.  A NUL byte is not white space here. */
+void skipWhite(ConverterInstance *inst, ZFile *input);
+
+/* Reads a run of letters behind white space into `buffer`, terminated, empty when there is none;
+ * answers the byte that ended it. */
+int readKeyword(ConverterInstance *inst, ZFile *input, char *buffer);
+
+/* 0 for "false", 1 for "true", -1 on failure. */
+int readBoolean(ConverterInstance *inst);
+
+/* Sign, digits and one point; 0.0 on failure. */
+double readNumber(ConverterInstance *inst);
+
+/* The number without its fraction, held to the 32-bit range. */
+int32_t readInteger(ConverterInstance *inst);
+
+inline bool isDigitByte(int byte)
+{
+    return byte >= '0' && byte <= '9';
+}
+
+inline bool isLetterByte(int byte)
+{
+    return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
+}
+
+#endif
