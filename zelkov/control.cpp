@@ -212,8 +212,8 @@ void controlReport(ZelkovInstance *self, const char *module, const char *source,
     if (shown && (severity == SEVERITY_WARNING || severity == SEVERITY_FAULT))
         shown = mayShow(state, module, source, line, severity, key);
     if (shown) {
-        std::string text = messageHead(module, severity, key) + ": " +
-                           harmless(formatText(format, arguments));
+        std::string text =
+            messageHead(module, severity, key) + ": " + harmless(formatText(format, arguments));
         if (getenv("ZELKOV_TRACE"))
             text += std::string(" [") + source + ":" + std::to_string(line) + "]";
         printLine(text);
@@ -282,8 +282,8 @@ void control_reportArguments(ZelkovController *controller, const char *module, c
                              va_list arguments)
 {
     int saved = errno;
-    instanceMethod<SLOT_REPORT>(controller)(controller, module, source, line, severity, key,
-                                            format, arguments);
+    instanceMethod<SLOT_REPORT>(controller)(controller, module, source, line, severity, key, format,
+                                            arguments);
     errno = saved;
 }
 

@@ -46,7 +46,7 @@ struct Block {
 struct ZFileBody {
     int descriptor;
     Access access;
-    bool direct;   /* no regular file: written in sequence, never removed */
+    bool direct;    /* no regular file: written in sequence, never removed */
     int writeError; /* errno of the first write that failed; nothing is written after it */
 
     uint64_t outStart;     /* offset of out[0] in the file */
@@ -130,9 +130,8 @@ int writeThrough(ZFileBody *body, const uint8_t *bytes, size_t count)
     }
     while (count > 0) {
         size_t piece = std::min<size_t>(count, SSIZE_MAX);
-        ssize_t done = body->direct
-                           ? write(body->descriptor, bytes, piece)
-                           : pwrite(body->descriptor, bytes, piece, (off_t)body->outStart);
+        ssize_t done = body->direct ? write(body->descriptor, bytes, piece)
+                                    : pwrite(body->descriptor, bytes, piece, (off_t)body->outStart);
         if (done < 0 && errno == EINTR)
             continue;
         if (done < 0) {
@@ -228,7 +227,7 @@ bool loadWindow(ZFile *file, bool *failed)
             return false;
         }
         block.fill = 0;
-        file->windowFill = 0;   /* the window may lie in the block that is replaced */
+        file->windowFill = 0; /* the window may lie in the block that is replaced */
         ssize_t count = readAt(body->descriptor, block.bytes.get(), BLOCK_BYTES, start);
         if (count < 0)
             return false;
@@ -495,7 +494,7 @@ void fputp(ZFile *file, uint32_t position)
 {
     if (file->outRoom && position != file->position) {
         flush(file);
-        file->outRoom = 0;      /* the next write takes up the new position */
+        file->outRoom = 0; /* the next write takes up the new position */
         for (Block &block : file->body->blocks)
             block.fill = 0;
     }

@@ -45,7 +45,9 @@ int32_t rootInit(ZelkovInstance *)
     return 0;
 }
 
-void rootFree(ZelkovInstance *) {}
+void rootFree(ZelkovInstance *)
+{
+}
 
 uint32_t rootIdentify(const char *name)
 {

@@ -19,7 +19,7 @@ struct ZelkovClass;
 struct ZelkovInstance;
 
 enum ZelkovSlot : int {
-    SLOT_CREATE,        /* the class's first method */
+    SLOT_CREATE, /* the class's first method */
     SLOT_INIT,
     SLOT_FREE,
     SLOT_IDENTIFY,
@@ -148,8 +148,7 @@ void zelkov_class_init();
 
 /* A new class with the root's methods, or null.  `instanceSize` is at least the size of a
  * ZelkovInstance and `methodCount` at most ZELKOV_METHOD_COUNT.  Lives as long as the process. */
-ZelkovClass *zelkov_generic_subclass(const ZelkovClass *root, size_t instanceSize,
-                                     int methodCount);
+ZelkovClass *zelkov_generic_subclass(const ZelkovClass *root, size_t instanceSize, int methodCount);
 
 /* Makes an instance of the class through its create method; null on failure.  The framework owns
  * it until zelkov_free_inst. */

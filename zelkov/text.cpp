@@ -55,8 +55,7 @@ double atod(const char *text)
         return 0.0;
 
     double value = 0.0;
-    auto result =
-        std::from_chars(text, text + strlen(text), value, std::chars_format::fixed);
+    auto result = std::from_chars(text, text + strlen(text), value, std::chars_format::fixed);
     if (result.ec == std::errc::result_out_of_range && *text != '0' && *text != '.')
         value = std::numeric_limits<double>::max();
     return negative ? -value : value;

@@ -101,8 +101,10 @@ TEST(ResolveValue, TableAndHeaderMustAgree)
         bool good;
     };
     const Case cases[] = {
-        {"agreement", "3 0 obj", true},         {"another number", "4 0 obj", false},
-        {"another generation", "3 1 obj", false}, {"another keyword", "3 0 ob ", false},
+        {"agreement", "3 0 obj", true},
+        {"another number", "4 0 obj", false},
+        {"another generation", "3 1 obj", false},
+        {"another keyword", "3 0 ob ", false},
         {"generations compare as integers", "3 65536 obj", false},
     };
     for (const Case &c : cases) {
@@ -135,9 +137,11 @@ TEST(ResolveValue, ANumberOutsideTheTableLeadsNowhere)
 
 TEST(SkipObject, PassesOverEveryType)
 {
-    const std::string values[] = {"true",  "12",  "-1.5",         "(a)b)", "<41 42>", "/N#20",
-                                  "[1 [2] (])]", "<< /A << /B [1] >> >>", "null",
-                                  "<< /Length 4 >>\nstream\n(([[\nendstream"};
+    const std::string values[] = {"true",        "12",
+                                  "-1.5",        "(a)b)",
+                                  "<41 42>",     "/N#20",
+                                  "[1 [2] (])]", "<< /A << /B [1] >> >>",
+                                  "null",        "<< /Length 4 >>\nstream\n(([[\nendstream"};
     for (const std::string &value : values) {
         TestInstance test("  " + value + " next ");
         skipObject(test.inst);

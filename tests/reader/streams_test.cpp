@@ -28,9 +28,9 @@ TEST(Stream, DataBeginsBehindTheLineOfTheKeyword)
 {
     for (const char *end : {"\n", "\r\n", "\r", " \n", " trailing words\n"}) {
         std::string data;
-        EXPECT_EQ(parse(std::string("<< /Length 5 >>\nstream") + end + "hello\nendstream next",
-                        &data),
-                  Texts{});
+        EXPECT_EQ(
+            parse(std::string("<< /Length 5 >>\nstream") + end + "hello\nendstream next", &data),
+            Texts{});
         EXPECT_EQ(data, "hello");
     }
 }
@@ -39,9 +39,9 @@ TEST(Stream, WhiteSpaceBeforeEndstreamIsPassedOver)
 {
     for (const char *space : {"", "\n", "\r\n", "  \n\n"}) {
         std::string data;
-        EXPECT_EQ(parse(std::string("<</Length 5>>stream\nhello") + space + "endstream next",
-                        &data),
-                  Texts{});
+        EXPECT_EQ(
+            parse(std::string("<</Length 5>>stream\nhello") + space + "endstream next", &data),
+            Texts{});
         EXPECT_EQ(data, "hello");
     }
 }

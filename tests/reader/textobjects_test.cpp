@@ -44,8 +44,7 @@ TEST(Strings, AParenthesisBehindABackslashNeverEndsTheString)
 {
     std::string rest;
     EXPECT_EQ(stringOf("(a\\)b)"), "a)b");
-    EXPECT_EQ(stringOf("(a\\\\)b)", &rest), "a\\)b")
-        << "also when the backslash is itself escaped";
+    EXPECT_EQ(stringOf("(a\\\\)b)", &rest), "a\\)b") << "also when the backslash is itself escaped";
     EXPECT_EQ(rest, " ");
 }
 
@@ -130,7 +129,8 @@ TEST(Names, NumberSignsAreDecoded)
     EXPECT_EQ(nameOf("/A#20B"), "/A B");
     EXPECT_EQ(nameOf("/#4f#4B"), "/OK");
     EXPECT_EQ(nameOf("/A#]]"), "/A") << "the two bytes behind it are taken whatever they are";
-    EXPECT_EQ(nameOf("/A#4GB"), "/A\x04" "B");
+    EXPECT_EQ(nameOf("/A#4GB"), "/A\x04"
+                                "B");
     EXPECT_EQ(nameOf("/A#00B"), "/A") << "a zero byte ends the text";
 }
 
@@ -162,13 +162,12 @@ TEST(Names, AreWrittenBackWithNumberSigns)
     EXPECT_STREQ(nameToPS(text, "/A B"), "/A#20B");
     EXPECT_STREQ(nameToPS(text, "/a#(\xE4"), "/a#23#28#e4");
     EXPECT_STREQ(nameToPS(text, "/"), "/");
-    EXPECT_STREQ(nameToPS(text, ("/" + std::string(139, '\x01')).c_str()),
-                 [] {
-                     static std::string all = "/";
-                     for (int i = 0; i < 139; i++)
-                         all += "#01";
-                     return all.c_str();
-                 }());
+    EXPECT_STREQ(nameToPS(text, ("/" + std::string(139, '\x01')).c_str()), [] {
+        static std::string all = "/";
+        for (int i = 0; i < 139; i++)
+            all += "#01";
+        return all.c_str();
+    }());
 }
 
 TEST(Names, RegularCharacters)

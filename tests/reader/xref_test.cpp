@@ -110,8 +110,8 @@ TEST(XrefTable, EntriesBeyondTheSizeAreNotStored)
 
 TEST(XrefTable, NegativeNumbersAreReadAndNotStored)
 {
-    TestInstance test(withSection("-1 2\n" + entry(8, 0, 'n') + entry(9, 0, 'n') +
-                                  "trailer\n<< /Size 2 >>\n"));
+    TestInstance test(
+        withSection("-1 2\n" + entry(8, 0, 'n') + entry(9, 0, 'n') + "trailer\n<< /Size 2 >>\n"));
     readXrefTable(test.inst, 9);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
     EXPECT_EQ(test.inst->xref[0].offset, 9U);
@@ -131,8 +131,8 @@ TEST(XrefTable, AHeaderWithoutNumbersCountsAsZeros)
 
 TEST(XrefTable, AHugeSubsectionEndsAtTheTable)
 {
-    TestInstance test(withSection("1 2147483647\n" + entry(5, 0, 'n') +
-                                  "trailer\n<< /Size 2 >>\n"));
+    TestInstance test(
+        withSection("1 2147483647\n" + entry(5, 0, 'n') + "trailer\n<< /Size 2 >>\n"));
     readXrefTable(test.inst, 9);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
     EXPECT_EQ(test.inst->xref[1].offset, 5U);
@@ -141,8 +141,7 @@ TEST(XrefTable, AHugeSubsectionEndsAtTheTable)
 TEST(XrefTable, AnEntryMustHaveItsTypeAsByte17)
 {
     for (const char *bad : {"0000000005 00000 x \n", "0000000005 00000  n\n", "5 0 n\n"}) {
-        TestInstance test(withSection(std::string("0 1\n") + bad +
-                                      "trailer\n<< /Size 2 >>\n"));
+        TestInstance test(withSection(std::string("0 1\n") + bad + "trailer\n<< /Size 2 >>\n"));
         readXrefTable(test.inst, 9);
         EXPECT_EQ(test.controller.takeTexts(), Texts{BAD_FORMAT}) << bad;
         EXPECT_EQ(test.inst->xrefLoaded, 0);
@@ -229,9 +228,9 @@ TEST(XrefTable, ASizeThatALaterTrailerBringsDoesNotGrowTheTable)
 
 TEST(Trailer, TheDictionaryMayStandOnTheLineOfTheWord)
 {
-    for (const char *trailer : {"trailer<< /Size 5 >>\n", "trailer << /Size 5 >>\n",
-                                "trailer\t<<\n/Size 5 >>\n", "trailer \n<< /Size 5 >>\n",
-                                "trailer words\n<< /Size 5 >>\n"}) {
+    for (const char *trailer :
+         {"trailer<< /Size 5 >>\n", "trailer << /Size 5 >>\n", "trailer\t<<\n/Size 5 >>\n",
+          "trailer \n<< /Size 5 >>\n", "trailer words\n<< /Size 5 >>\n"}) {
         TestInstance test(withSection(std::string("0 0\n") + trailer));
         EXPECT_EQ(openReports(test), Texts{}) << trailer;
         EXPECT_EQ(test.inst->xrefSize, 5) << trailer;
@@ -248,7 +247,8 @@ TEST(Trailer, OneThatIsNoDictionaryStopsTheRun)
 TEST(Trailer, AnEncryptedDocumentIsRefused)
 {
     TestInstance test(withSection("0 0\ntrailer\n<< /Size 5 /Encrypt << >> >>\n"));
-    EXPECT_EQ(openReports(test), Texts{"ZOLAK 4 ENCRYPTED: Cannot process encrypted PDF document."});
+    EXPECT_EQ(openReports(test),
+              Texts{"ZOLAK 4 ENCRYPTED: Cannot process encrypted PDF document."});
 }
 
 TEST(Trailer, WithEncryptItIsReadAfterAWarningAtEachReading)
@@ -287,8 +287,8 @@ TEST(Catalog, WithoutARootThereIsNone)
     TestInstance test(withSection("0 0\ntrailer\n<< /Size 5 >>\n"));
     EXPECT_EQ(openReports(test), Texts{});
     checkCatalog(test.inst);
-    EXPECT_EQ(test.controller.takeTexts(),
-              (Texts{"ZOLAK 4 BADSPACE: Error occurred during skipping white spaces.",
-                     "ZOLAK 4 BADDICT: Dictionary expected.",
-                     "ZOLAK 4 out of memory: Out of memory"}));
+    EXPECT_EQ(
+        test.controller.takeTexts(),
+        (Texts{"ZOLAK 4 BADSPACE: Error occurred during skipping white spaces.",
+               "ZOLAK 4 BADDICT: Dictionary expected.", "ZOLAK 4 out of memory: Out of memory"}));
 }

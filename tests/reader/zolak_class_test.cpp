@@ -113,17 +113,17 @@ TEST_F(ZolakClass, TheRecordKeepsTheOrderOfItsFields)
 {
     EXPECT_EQ(offsetof(ConverterInstance, header), 0U);
     const size_t offsets[] = {
-        offsetof(ConverterInstance, FILE),         offsetof(ConverterInstance, OUTSPEC),
-        offsetof(ConverterInstance, PROLOG),       offsetof(ConverterInstance, TRAILER),
-        offsetof(ConverterInstance, LOGFILE),      offsetof(ConverterInstance, ENCRYPT),
-        offsetof(ConverterInstance, PAGE),         offsetof(ConverterInstance, DEBUG),
-        offsetof(ConverterInstance, DECODE),       offsetof(ConverterInstance, input),
-        offsetof(ConverterInstance, output),       offsetof(ConverterInstance, xref),
-        offsetof(ConverterInstance, xrefLoaded),   offsetof(ConverterInstance, rootPosition),
-        offsetof(ConverterInstance, xrefSize),     offsetof(ConverterInstance, xrefPrevious),
-        offsetof(ConverterInstance, pageWritten),  offsetof(ConverterInstance, errorFlag),
-        offsetof(ConverterInstance, liveStrings),  offsetof(ConverterInstance, liveStreams),
-        offsetof(ConverterInstance, baseName),     offsetof(ConverterInstance, controller),
+        offsetof(ConverterInstance, FILE),        offsetof(ConverterInstance, OUTSPEC),
+        offsetof(ConverterInstance, PROLOG),      offsetof(ConverterInstance, TRAILER),
+        offsetof(ConverterInstance, LOGFILE),     offsetof(ConverterInstance, ENCRYPT),
+        offsetof(ConverterInstance, PAGE),        offsetof(ConverterInstance, DEBUG),
+        offsetof(ConverterInstance, DECODE),      offsetof(ConverterInstance, input),
+        offsetof(ConverterInstance, output),      offsetof(ConverterInstance, xref),
+        offsetof(ConverterInstance, xrefLoaded),  offsetof(ConverterInstance, rootPosition),
+        offsetof(ConverterInstance, xrefSize),    offsetof(ConverterInstance, xrefPrevious),
+        offsetof(ConverterInstance, pageWritten), offsetof(ConverterInstance, errorFlag),
+        offsetof(ConverterInstance, liveStrings), offsetof(ConverterInstance, liveStreams),
+        offsetof(ConverterInstance, baseName),    offsetof(ConverterInstance, controller),
     };
     for (size_t i = 1; i < std::size(offsets); i++)
         EXPECT_LT(offsets[i - 1], offsets[i]) << i;

@@ -33,8 +33,8 @@ void PdfBuilder::set(int number, const std::string &text)
 
 int PdfBuilder::addStream(const std::string &entries, const std::string &data)
 {
-    return add("<< " + entries + " /Length " + std::to_string(data.size()) + " >>\nstream\n" + data +
-               "\nendstream");
+    return add("<< " + entries + " /Length " + std::to_string(data.size()) + " >>\nstream\n" +
+               data + "\nendstream");
 }
 
 int PdfBuilder::addPage(const std::string &entries)

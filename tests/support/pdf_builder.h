@@ -53,10 +53,10 @@ class PdfBuilder {
     size_t xrefOffset() const { return xref; }
 
     std::string header = "%PDF-1.2\n";
-    std::string catalogEntries;      /* added to the catalog */
-    std::string rootEntries;         /* added to the root of the page tree */
-    std::string trailerEntries;      /* added to the trailer */
-    int size = -1;                   /* /Size; -1: the right one */
+    std::string catalogEntries; /* added to the catalog */
+    std::string rootEntries;    /* added to the root of the page tree */
+    std::string trailerEntries; /* added to the trailer */
+    int size = -1;              /* /Size; -1: the right one */
 
   private:
     void writeObject(std::string *file, int number, const std::string &text);

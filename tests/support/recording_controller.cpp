@@ -74,7 +74,7 @@ std::vector<std::string> RecordingController::takeTextsWithLines()
 {
     std::vector<std::string> texts;
     for (const RecordedReport &r : take())
-        texts.push_back(r.module + ":" + std::to_string(r.line) + " " +
-                        std::to_string(r.severity) + " " + r.key + ": " + r.text);
+        texts.push_back(r.module + ":" + std::to_string(r.line) + " " + std::to_string(r.severity) +
+                        " " + r.key + ": " + r.text);
     return texts;
 }

@@ -9,7 +9,7 @@
 #include <vector>
 
 struct ProgramResult {
-    int status;    /* exit status; -n when signal n ended it; 127 when it could not be started */
+    int status; /* exit status; -n when signal n ended it; 127 when it could not be started */
     std::string out;
     std::string err;
 };

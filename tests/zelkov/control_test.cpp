@@ -33,12 +33,16 @@ struct Controller : testing::Test {
         zelkov_free_inst(controller);
         delete cls;
     }
-    template <typename... Arguments>
-    std::string report(int32_t severity, const char *key, const char *format, Arguments... a)
+    template <typename Argument>
+    std::string report(int32_t severity, const char *key, const char *format, Argument argument)
     {
         testing::internal::CaptureStderr();
-        control_report(controller, "ZOLAK", "some/source", 12, severity, key, format, a...);
+        control_report(controller, "ZOLAK", "some/source", 12, severity, key, format, argument);
         return testing::internal::GetCapturedStderr();
+    }
+    std::string report(int32_t severity, const char *key, const char *text)
+    {
+        return report(severity, key, "%s", text);
     }
     std::string endRun()
     {
@@ -56,7 +60,8 @@ TEST_F(Controller, AReportIsOneLineOnStandardError)
     EXPECT_EQ(report(1, "INTRO", "v%3.1f", 1.2), "ZOLAK-I-INTRO: v1.2\n");
     EXPECT_EQ(report(2, "PDFVRSN", "text"), "ZOLAK-W-PDFVRSN: text\n");
     EXPECT_EQ(report(3, "TTFONT", "text"), "ZOLAK-F-TTFONT: text\n");
-    EXPECT_EQ(report(4, "out of memory", "Out of memory"), "ZOLAK-E-out of memory: Out of memory\n");
+    EXPECT_EQ(report(4, "out of memory", "Out of memory"),
+              "ZOLAK-E-out of memory: Out of memory\n");
 }
 
 TEST_F(Controller, SourceAndLineAreAddedForTracing)
@@ -89,8 +94,15 @@ TEST_F(Controller, AfterAStopOnlySeverity4IsPrinted)
 TEST_F(Controller, WhatADocumentBringsCannotDriveTheTerminal)
 {
     EXPECT_EQ(report(1, "K", "%s", "a\x1B[2Jb\nc\x7F"), "ZOLAK-I-K: a\\x1B[2Jb\\x0Ac\\x7F\n");
-    EXPECT_EQ(report(1, "K", "%s", "\x9B" "1m"), "ZOLAK-I-K: \\x9B1m\n") << "an 8-bit control";
-    EXPECT_EQ(report(1, "K", "%s", "\xC2\x9B" "1m"), "ZOLAK-I-K: \\xC2\\x9B1m\n")
+    EXPECT_EQ(report(1, "K", "%s",
+                     "\x9B"
+                     "1m"),
+              "ZOLAK-I-K: \\x9B1m\n")
+        << "an 8-bit control";
+    EXPECT_EQ(report(1, "K", "%s",
+                     "\xC2\x9B"
+                     "1m"),
+              "ZOLAK-I-K: \\xC2\\x9B1m\n")
         << "the same in UTF-8";
     EXPECT_EQ(report(1, "K", "%s", "\xC3\xA4\xE2\x82\xAC"), "ZOLAK-I-K: \xC3\xA4\xE2\x82\xAC\n")
         << "other UTF-8 stays readable";

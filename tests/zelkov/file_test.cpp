@@ -107,8 +107,7 @@ TEST(FileReading, LargePiecesAndSingleBytesSeeTheSameFile)
     }
     EXPECT_TRUE(seen == content);
     /* Jumping about: blocks that share a slot of the cache push each other out. */
-    for (uint32_t at : {0U, 8192U * 3, 299999U, 8191U, 8192U, 1U, 262144U, 8192U * 3})
-    {
+    for (uint32_t at : {0U, 8192U * 3, 299999U, 8191U, 8192U, 1U, 262144U, 8192U * 3}) {
         fputp(file, at);
         EXPECT_EQ(fgetb(file), (unsigned char)content[at]) << at;
     }

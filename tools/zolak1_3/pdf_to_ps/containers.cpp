@@ -225,8 +225,7 @@ bool scanArray(ConverterInstance *inst, PdfArray **array)
     ScanLevel level(inst);
     if (level.tooDeep() || !scanItems(inst, array))
         return false;
-    memo_keep(&inst->memo,
-              {start, fgetp(input), 0, 0, level.levels(), PDF_ARRAY, false, true});
+    memo_keep(&inst->memo, {start, fgetp(input), 0, 0, level.levels(), PDF_ARRAY, false, true});
     return true;
 }
 

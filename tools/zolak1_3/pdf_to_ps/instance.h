@@ -21,16 +21,16 @@ struct XrefEntry;
 /* How deep and how much hostile input has made the converter go.  Each kind of nesting is counted
  * apart; the outermost level is 1. */
 struct ReaderLimits {
-    int32_t parsedDepth;     /* arrays and dictionaries being parsed */
-    int32_t deepestParsed;   /* the greatest parsedDepth inside the one being parsed */
-    int32_t writtenDepth;    /* arrays and dictionaries being written */
-    int32_t pageTreeDepth;   /* nodes of the page tree */
-    int32_t resourceDepth;   /* resource dictionaries: a page's, its forms', their fonts' */
-    int32_t colorSpaceDepth; /* colour spaces inside colour spaces */
-    int32_t halftoneDepth;   /* halftones inside halftones */
-    uint32_t valuesWritten;  /* by the serializer for the value that it was handed */
+    int32_t parsedDepth;      /* arrays and dictionaries being parsed */
+    int32_t deepestParsed;    /* the greatest parsedDepth inside the one being parsed */
+    int32_t writtenDepth;     /* arrays and dictionaries being written */
+    int32_t pageTreeDepth;    /* nodes of the page tree */
+    int32_t resourceDepth;    /* resource dictionaries: a page's, its forms', their fonts' */
+    int32_t colorSpaceDepth;  /* colour spaces inside colour spaces */
+    int32_t halftoneDepth;    /* halftones inside halftones */
+    uint32_t valuesWritten;   /* by the serializer for the value that it was handed */
     uint32_t resourceEntries; /* of the page description being written */
-    uint64_t nodesVisited;   /* of the page tree */
+    uint64_t nodesVisited;    /* of the page tree */
 };
 
 struct ConverterInstance {
@@ -51,11 +51,11 @@ struct ConverterInstance {
     ZFile *output;
 
     /* cross-reference table */
-    XrefEntry *xref;      /* one entry per object number, xrefCapacity of them */
-    int32_t xrefLoaded;   /* 1 when the whole /Prev chain has been read */
+    XrefEntry *xref;       /* one entry per object number, xrefCapacity of them */
+    int32_t xrefLoaded;    /* 1 when the whole /Prev chain has been read */
     uint32_t rootPosition; /* value position of the catalog */
-    int32_t xrefSize;     /* /Size of the newest trailer, 0 until read */
-    int64_t xrefPrevious; /* /Prev of the trailer read last, -1 when it has none */
+    int32_t xrefSize;      /* /Size of the newest trailer, 0 until read */
+    int64_t xrefPrevious;  /* /Prev of the trailer read last, -1 when it has none */
 
     int32_t pageWritten; /* set for every page, one without area included */
     int32_t errorFlag;   /* set by "STOP": nothing more is read or written */

@@ -199,8 +199,7 @@ int64_t findStartXref(ConverterInstance *inst, ZFile *input)
         if (!errno)
             return toDecimal(line);
     }
-    zolakReport(inst, __LINE__, SEVERITY_ERROR, "NOXREF",
-                "Couldn't create cross-reference table.");
+    zolakReport(inst, __LINE__, SEVERITY_ERROR, "NOXREF", "Couldn't create cross-reference table.");
     return -1;
 }
 

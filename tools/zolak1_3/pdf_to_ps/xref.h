@@ -10,9 +10,9 @@
 
 /* What the table knows of one object. */
 struct XrefEntry {
-    uint32_t offset;     /* where "N G obj" begins */
+    uint32_t offset; /* where "N G obj" begins */
     uint16_t generation;
-    char type;           /* 'n' in use, 'f' free, 0: no section has told of it */
+    char type; /* 'n' in use, 'f' free, 0: no section has told of it */
 };
 static_assert(sizeof(XrefEntry) == 8, "the table is what grows with the document");
 

@@ -44,8 +44,11 @@ struct KeywordEntry {
 };
 
 const KeywordEntry keywords[] = {
-    {"Name", SLOT_NAME, 1},     {"Version", SLOT_VERSION, 1}, {"Option", SLOT_OPTION, 1},
-    {"Listen", SLOT_LISTEN, 1}, {nullptr, 0, 0},
+    {"Name", SLOT_NAME, 1},
+    {"Version", SLOT_VERSION, 1},
+    {"Option", SLOT_OPTION, 1},
+    {"Listen", SLOT_LISTEN, 1},
+    {nullptr, 0, 0},
 };
 
 ConverterInstance *asConverter(ZelkovInstance *self)
@@ -144,8 +147,8 @@ ZelkovClass *zolak_baseclass_init()
     uint32_t root = classMethod<SLOT_IDENTIFY>(zelkov_rootclass)("ZELKOV");
     if (root == 0 || root >> 8 != 2)
         return nullptr;
-    zolak_baseclass = zelkov_generic_subclass(zelkov_rootclass, sizeof(ConverterInstance),
-                                              ZELKOV_METHOD_COUNT);
+    zolak_baseclass =
+        zelkov_generic_subclass(zelkov_rootclass, sizeof(ConverterInstance), ZELKOV_METHOD_COUNT);
     if (!zolak_baseclass)
         return nullptr;
     overrideMethod<SLOT_INIT>(zolak_baseclass, zolakInit);

@@ -1,0 +1,241 @@
+/*
+ * command_line_test.cpp - switches, the prompt, exit statuses, where the output goes
+ */
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/support/conversion.h"
+#include "tests/support/pdf_builder.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+/* A directory with doc.pdf, and the program run in it. */
+struct CommandLine : testing::Test {
+    ScratchDirectory directory;
+
+    void SetUp() override { directory.write("doc.pdf", onePagePdf("n\n")); }
+
+    ProgramResult run(const Texts &arguments, const std::string &input = "")
+    {
+        ProgramOptions options;
+        options.directory = directory.path;
+        options.input = input;
+        Texts command = {programPath()};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return runProgram(command, options);
+    }
+
+    /* Runs, expects one line on standard error and nothing converted. */
+    void expectFault(const Texts &arguments, const std::string &message)
+    {
+        ProgramResult result = run(arguments);
+        EXPECT_EQ(result.status, 1) << message;
+        EXPECT_EQ(result.err, message + "\n");
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(directory.names(), Texts{"doc.pdf"}) << message;
+    }
+
+    void expectConverted(const Texts &arguments, const std::string &output = "noname.ps")
+    {
+        ProgramResult result = run(arguments);
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_TRUE(fileExists(directory / output)) << output;
+        EXPECT_EQ(directory.names().size(), 2U);
+        unlink((directory / output).c_str());
+    }
+};
+
+} // namespace
+
+TEST_F(CommandLine, TheDefaultOutputIsNonamePs)
+{
+    expectConverted({"doc.pdf"});
+    expectConverted({"doc"});
+}
+
+TEST_F(CommandLine, WithoutAFileNothingIsDone)
+{
+    for (const Texts &arguments : {Texts{""}, Texts{"-PAGE=2"}, Texts{"--"}}) {
+        ProgramResult result = run(arguments);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.err, "");
+        EXPECT_EQ(directory.names(), Texts{"doc.pdf"});
+    }
+}
+
+TEST_F(CommandLine, WithoutArgumentsItPrompts)
+{
+    for (const char *input : {"", "\n", "   \n"}) {
+        ProgramResult result = run({}, input);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.out, "PDF to PS v1.3:>");
+        EXPECT_EQ(directory.names(), Texts{"doc.pdf"});
+    }
+    ProgramResult result = run({}, "doc.pdf  -OUTSPEC=\"a b.ps\" -PAGE 1\nignored\n");
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_TRUE(fileExists(directory / "a b.ps"));
+}
+
+TEST_F(CommandLine, AQuotedNameHoldsABlank)
+{
+    directory.write("my doc.pdf", onePagePdf("n\n"));
+    EXPECT_EQ(run({"\"my doc.pdf\""}).status, 0);
+    EXPECT_EQ(run({"\"my doc"}).status, 0) << "without a closing quote: the rest";
+    EXPECT_EQ(run({"my doc.pdf"}).status, 0);
+    EXPECT_EQ(run({}, "\"my doc.pdf\"\n").status, 0);
+}
+
+TEST_F(CommandLine, SwitchesTakeTheirValueBehindAnEqualsSignOrAsTheNextWord)
+{
+    expectConverted({"-OUTSPEC=x.ps", "doc.pdf"}, "x.ps");
+    expectConverted({"doc.pdf", "-OUTSPEC", "x.ps"}, "x.ps");
+    expectConverted({"--outspec=x.ps", "doc.pdf"}, "x.ps");
+    expectConverted({"--OutSpec", "x", "doc.pdf"}, "x.ps");
+    expectConverted({"-PAGE", "1", "doc.pdf"});
+    expectConverted({"-PAGE=1", "doc.pdf"});
+    expectConverted({"-PAGE", "doc.pdf"});
+    expectConverted({"-PAGE", "-1", "doc.pdf"});
+    expectConverted({"doc.pdf", "-OUTSPEC=x.ps", "-OUTSPEC=y.ps"}, "y.ps");
+}
+
+TEST_F(CommandLine, OnlyDebugAndLogfileMayBeAbbreviated)
+{
+    expectConverted({"-DEB=1", "doc.pdf"});
+    expectConverted({"-DEBU", "doc.pdf"});
+    expectConverted({"-LOG=x.log", "doc.pdf"});
+    expectConverted({"-logfile", "x.log", "doc.pdf"});
+    expectFault({"-PAG", "doc.pdf"}, "Invalid switch: -PAG");
+    expectFault({"-PAG=3", "doc.pdf"}, "Invalid switch: -PAG");
+    expectFault({"-DE", "doc.pdf"}, "Invalid switch: -DE");
+    expectFault({"--OUT=x.ps", "doc.pdf"}, "Invalid switch: --OUT");
+    expectFault({"doc.pdf", "-help"}, "Invalid switch: -help");
+}
+
+TEST_F(CommandLine, FaultsAreOneLineAndNothingIsConverted)
+{
+    expectFault({"-PAGE=x", "doc.pdf"}, "Bad value for switch PAGE: x");
+    expectFault({"-PAGE=", "doc.pdf"}, "Bad value for switch PAGE: ");
+    expectFault({"-DEB=1.5", "doc.pdf"}, "Bad value for switch DEBUG: 1.5");
+    expectFault({"doc.pdf", "-OUTSPEC"}, "Missing value for switch OUTSPEC");
+    expectFault({"doc.pdf", "-OUTSPEC="}, "Missing value for switch OUTSPEC");
+    expectFault({"doc.pdf", "b.pdf"}, "Unexpected argument: b.pdf");
+}
+
+TEST_F(CommandLine, TwoDashesEndTheSwitches)
+{
+    directory.write("-PAGE.pdf", onePagePdf("n\n"));
+    EXPECT_EQ(run({"--", "-PAGE.pdf"}).status, 0);
+    EXPECT_TRUE(fileExists(directory / "noname.ps"));
+}
+
+TEST_F(CommandLine, HelpAndVersionAreAnswered)
+{
+    ProgramResult help = run({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.err, "");
+    EXPECT_EQ(help.out, "PDF to PS v1.3\n\nUsage: pdf_to_ps [switches] file\n\nSwitches:\n"
+                        "  -DEBUG[=integer]\n  -PAGE[=integer]\n  -ENCRYPT[=integer]\n"
+                        "  -OUTSPEC=text\n  -PROLOG=text\n  -TRAILER=text\n  -DECODE[=integer]\n"
+                        "  -LOGFILE=text\n  --help\n  --version\n  --  ends the switches\n");
+    ProgramResult version = run({"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.out, "PDF to PS v1.3\n");
+}
+
+TEST_F(CommandLine, AValueAboveItsBoundIsClampedWithAMessage)
+{
+    ProgramResult result = run({"-PAGE=65537", "doc.pdf"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(linesOf(result.err)[0], "Value of PAGE is above 65536; 65536 is used");
+    result = run({"-DECODE=2", "doc.pdf"});
+    EXPECT_EQ(linesOf(result.err)[0], "Value of DECODE is above 1; 1 is used");
+}
+
+TEST_F(CommandLine, ATextThatIsTooLongKeepsTheDefault)
+{
+    ProgramResult result = run({"-OUTSPEC=" + std::string(257, 'x'), "doc.pdf"});
+    EXPECT_EQ(linesOf(result.err)[0], "Value of OUTSPEC is longer than 256 characters");
+    EXPECT_TRUE(fileExists(directory / "noname.ps"));
+}
+
+TEST_F(CommandLine, TheOutputCanBePiped)
+{
+    ProgramResult result = run({"doc.pdf", "-OUTSPEC=/dev/stdout"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_TRUE(result.out.starts_with("%!PS"));
+    EXPECT_NE(result.out.find("\nEndPageDescription\n"), std::string::npos);
+    EXPECT_EQ(directory.names(), Texts{"doc.pdf"});
+}
+
+TEST_F(CommandLine, StandardOutputInAFileIsWrittenWhereItStands)
+{
+    ProgramResult result =
+        runProgram({"sh", "-c",
+                    "cd " + directory.path + " && { echo before; " + programPath() +
+                        " doc.pdf -OUTSPEC=/dev/stdout; echo after; } > all.ps"});
+    EXPECT_EQ(result.status, 0);
+    std::string all = readFile(directory / "all.ps");
+    EXPECT_TRUE(all.starts_with("before\n%!PS"));
+    EXPECT_TRUE(all.ends_with("after\n"));
+}
+
+TEST_F(CommandLine, AFullDiskIsAnErrorAndLeavesNothing)
+{
+    ProgramResult result = run({"doc.pdf", "-OUTSPEC=/dev/full"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find("ZOLAK-E-BADFWRITE: Error occurred while writing the file "
+                              "/dev/full.\n"),
+              std::string::npos)
+        << result.err;
+}
+
+TEST_F(CommandLine, AReaderThatGoesAwayIsAnErrorAndNoSignal)
+{
+    ProgramResult result = runProgram({"sh", "-c",
+                                       "cd " + directory.path + " && mkfifo p && { : < p & } && " +
+                                           programPath() + " doc.pdf -OUTSPEC=p; echo status $?"});
+    EXPECT_EQ(result.out, "status 1\n") << result.err;
+}
+
+TEST_F(CommandLine, TheInputIsNotOverwritten)
+{
+    std::string before = readFile(directory / "doc.pdf");
+    ProgramResult result = run({"doc.pdf", "-OUTSPEC=doc.pdf"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err,
+              "ZOLAK-E-BADFOPEN: Error occurred while opening the file doc.pdf for writing.\n");
+    EXPECT_EQ(readFile(directory / "doc.pdf"), before);
+}
+
+TEST_F(CommandLine, ASignalRemovesTheTemporaryFilesFirst)
+{
+    /* The program waits on a pipe as its prolog's successor: nobody reads the output pipe, so it
+     * stands still with its private directory made. */
+    ASSERT_EQ(mkfifo((directory / "slow").c_str(), 0600), 0);
+    std::string big(1 << 20, 'n');
+    directory.write("big.pdf", onePagePdf(big));
+    int reader = open((directory / "slow").c_str(), O_RDONLY | O_NONBLOCK);
+    pid_t child = fork();
+    if (child == 0) {
+        setenv("KV_TMP", directory.path.c_str(), 1);
+        if (chdir(directory.path.c_str()) == 0) {
+            int null = open("/dev/null", O_WRONLY);
+            dup2(null, STDERR_FILENO);
+            execl(programPath().c_str(), "pdf_to_ps", "big.pdf", "-OUTSPEC=slow", nullptr);
+        }
+        _exit(127);
+    }
+    usleep(300000);
+    kill(child, SIGTERM);
+    int status = 0;
+    waitpid(child, &status, 0);
+    close(reader);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(directory.names(), (Texts{"big.pdf", "doc.pdf", "slow"}));
+}

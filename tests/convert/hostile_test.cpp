@@ -1,0 +1,107 @@
+/*
+ * hostile_test.cpp - one small document, cut and changed at every byte
+ *
+ * Whatever the bytes, a run ends with status 0 or 1 and a message, within a second.  Under the
+ * sanitizers the same test finds what a plain run survives.  The conversion is called in the
+ * test's own process: there are some thousand damaged files.
+ */
+#include <cstdio>
+#include <gtest/gtest.h>
+
+#include "tests/support/conversion.h"
+#include "tests/support/pdf_builder.h"
+#include "tests/support/sample_document.h"
+#include "tests/support/test_instance.h"
+#include "tools/zolak1_3/pdf_to_ps/driver.h"
+#include "tools/zolak1_3/pdf_to_ps/zolak_class.h"
+
+namespace {
+
+/* Converts the bytes in this process; the reports, or a fault of the test when there are none. */
+std::vector<RecordedReport> convertHere(const ScratchDirectory &directory, const std::string &bytes,
+                                        int32_t decode)
+{
+    directory.write("doc.pdf", bytes);
+    RecordingController controller;
+    auto *inst = reinterpret_cast<ConverterInstance *>(zelkov_create_inst(zolak_baseclass_init()));
+    inst->controller = controller;
+    control_adopt(controller, &inst->header);
+    snprintf(inst->FILE, sizeof inst->FILE, "%s", (directory / "doc.pdf").c_str());
+    snprintf(inst->OUTSPEC, sizeof inst->OUTSPEC, "%s", (directory / "out.ps").c_str());
+    snprintf(inst->PROLOG, sizeof inst->PROLOG, "%s", (directory / "empty.ps").c_str());
+    snprintf(inst->TRAILER, sizeof inst->TRAILER, "%s", (directory / "empty.ps").c_str());
+    inst->DECODE = decode;
+    runConversion(inst);
+    EXPECT_EQ(fileExists(directory / "out.ps"), inst->errorFlag == 0);
+    EXPECT_EQ(inst->input, nullptr);
+    zelkov_free_inst(&inst->header);
+    return controller.take();
+}
+
+/* Silences what the controller prints for errors; thousands are expected. */
+struct Hostile : testing::Test {
+    ScratchDirectory directory;
+    void SetUp() override
+    {
+        directory.write("empty.ps", "");
+        testing::internal::CaptureStderr();
+    }
+    void TearDown() override { testing::internal::GetCapturedStderr(); }
+};
+
+} // namespace
+
+TEST_F(Hostile, TheSampleItselfIsGood)
+{
+    for (int32_t decode : {0, 1}) {
+        auto reports = convertHere(directory, sampleDocument(), decode);
+        for (const RecordedReport &r : reports)
+            EXPECT_LT(r.severity, 3) << r.text;
+        EXPECT_EQ(reports.back().text, "Processing page 2");
+    }
+}
+
+TEST_F(Hostile, CutAtEveryByte)
+{
+    const std::string bytes = sampleDocument();
+    for (size_t length = 0; length < bytes.size(); length++)
+        EXPECT_FALSE(convertHere(directory, bytes.substr(0, length), length % 2).empty()) << length;
+}
+
+TEST_F(Hostile, ChangedAtEveryByte)
+{
+    const std::string bytes = sampleDocument();
+    /* Every bit pattern that matters to the lexer: all bits, one bit, a delimiter, a digit. */
+    for (size_t i = 0; i < bytes.size(); i++) {
+        for (char to : {(char)(bytes[i] ^ 0xFF), (char)(bytes[i] ^ 1), '<', '9'}) {
+            std::string changed = bytes;
+            changed[i] = to;
+            EXPECT_FALSE(convertHere(directory, changed, to == '9').empty()) << i;
+        }
+    }
+}
+
+TEST_F(Hostile, WithAByteLeftOutOrDoubledAnywhere)
+{
+    const std::string bytes = sampleDocument();
+    for (size_t i = 0; i < bytes.size(); i++) {
+        std::string shorter = bytes, longer = bytes;
+        shorter.erase(i, 1);
+        longer.insert(i, 1, bytes[i]);
+        EXPECT_FALSE(convertHere(directory, shorter, 0).empty()) << i;
+        EXPECT_FALSE(convertHere(directory, longer, 0).empty()) << i;
+    }
+}
+
+TEST(HostileProgram, EndsWithStatusZeroOrOneOnTheWorstCuts)
+{
+    const std::string bytes = sampleDocument();
+    for (size_t length = 0; length < bytes.size(); length += 97) {
+        ProgramOptions options;
+        options.timeoutSeconds = 20;
+        Conversion c = convertPdf(bytes.substr(0, length), {}, options);
+        EXPECT_TRUE(c.status == 0 || c.status == 1) << length << " " << c.status;
+        EXPECT_FALSE(c.messages.empty());
+        EXPECT_EQ(c.hasOutput, c.status == 0);
+    }
+}

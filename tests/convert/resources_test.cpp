@@ -1,0 +1,113 @@
+/*
+ * resources_test.cpp - the walk over a resource dictionary
+ */
+#include "tools/zolak1_3/pdf_to_ps/resources.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/conversion.h"
+#include "tests/support/pdf_builder.h"
+#include "tests/support/test_instance.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+const std::string PAGE_HEAD = "BeginPageDescription\n";
+const std::string PAGE_TAIL =
+    "<< /PageSize [ 9 9 ] >> setpagedevice\n0 0 translate\n0 rotate\nEndPageDescription\n";
+
+Conversion convertResources(const std::string &resources, const Texts &objects = {})
+{
+    PdfBuilder pdf;
+    for (const std::string &object : objects)
+        pdf.add(object);
+    pdf.addPage("/MediaBox [0 0 9 9] /Resources " + resources);
+    return convertPdf(pdf.build());
+}
+
+} // namespace
+
+TEST(Resources, WhatIsNotWrittenIsSilent)
+{
+    for (const char *resources :
+         {"<< >>", "<< /ProcSet [/PDF /Text] >>", "<< /Shading << /S 1 >> /Properties << >> >>",
+          "<< /XObject << >> /Font << >> /ExtGState << >> /ColorSpace << >> >>"}) {
+        Conversion c = convertResources(resources);
+        EXPECT_EQ(c.status, 0);
+        EXPECT_EQ(faults(c), Texts{}) << resources;
+        EXPECT_EQ(c.pages, PAGE_HEAD + PAGE_TAIL);
+    }
+}
+
+TEST(Resources, KindsComeInTheirFixedOrder)
+{
+    Conversion c =
+        convertResources("<< /ColorSpace << /C /DeviceRGB >> /ExtGState << /G << >> >> "
+                         "/Font << /F << /Subtype /Type1 >> >> /XObject << /X 3 0 R >> >>",
+                         {"<< /Subtype /Form /Length 0 >>\nstream\n\nendstream"});
+    EXPECT_EQ(c.pages, PAGE_HEAD +
+                           "0 /docX ReadCount\n\n/X\n<<\n/ExternName (docX)\n>>\nCallForm\n"
+                           "<<\n/Name /F\n >> AdjFont\n"
+                           "/G <<\n>> /ExtGState defineRes pop\n"
+                           "/C\n/DeviceRGB /ColorSpace findRes\n/ColorSpace defineRes pop\n" +
+                           PAGE_TAIL);
+}
+
+TEST(Resources, PatternsStopTheRunEvenUnused)
+{
+    Conversion c = convertResources("<< /Pattern << >> >>");
+    EXPECT_EQ(c.status, 1);
+    EXPECT_EQ(faults(c), Texts{"ZOLAK-E-BADXOBJ: Patterns not supported"});
+    EXPECT_FALSE(c.hasOutput);
+}
+
+TEST(Resources, WhatStandsBeforeThePatternsIsStillWritten)
+{
+    TestInstance test("<< /Pattern << >> /ExtGState << /G << /OP true >> >> >> endobj ");
+    DictPtr resources = readDict(test.inst);
+    writeResources(test.inst, resources.get());
+    EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADXOBJ: Patterns not supported"});
+    EXPECT_EQ(test.written(), "/G <<\n/OP true \n>> /ExtGState defineRes pop\n");
+}
+
+TEST(Resources, AKindThatIsNoDictionaryStopsTheRun)
+{
+    Conversion c = convertResources("<< /Font 5 >>");
+    EXPECT_EQ(c.status, 1);
+    EXPECT_EQ(faults(c), Texts{"ZOLAK-E-BADDICT: Dictionary expected."});
+}
+
+TEST(Resources, AFormThatNamesItselfEndsWithAMessage)
+{
+    Conversion c = convertResources(
+        "<< /XObject << /X 3 0 R >> >>",
+        {"<< /Subtype /Form /Resources << /XObject << /X 3 0 R /Y 3 0 R >> >> /Length 0 >>\n"
+         "stream\n\nendstream"});
+    EXPECT_EQ(c.status, 1);
+    EXPECT_EQ(faults(c), Texts{"ZOLAK-E-BADOBJ: Objects are nested too deeply."});
+}
+
+TEST(Resources, FormsThatShareResourcesDoNotMultiplyWithoutEnd)
+{
+    Texts forms;
+    for (int i = 3; i < 23; i++)
+        forms.push_back("<< /Subtype /Form /Resources << /XObject << /A " + ref(i + 1) + " /B " +
+                        ref(i + 1) + " >> >> /Length 0 >>\nstream\n\nendstream");
+    forms.push_back("<< /Subtype /Form /Length 0 >>\nstream\n\nendstream");
+    Conversion c = convertResources("<< /XObject << /X 3 0 R >> >>", forms);
+    EXPECT_EQ(c.status, 1);
+    EXPECT_EQ(faults(c), Texts{"ZOLAK-E-BADXOBJ: Too many nested resources."});
+}
+
+TEST(Resources, EveryPageMayHaveAsManyEntriesAsTheLimit)
+{
+    std::string states;
+    for (int i = 0; i < 65536; i++)
+        states += "/G" + std::to_string(i) + " 3 0 R ";
+    Conversion c = convertResources("<< /ExtGState << " + states + " >> >>", {"<< >>"});
+    EXPECT_EQ(c.status, 0);
+    EXPECT_EQ(faults(c), Texts{});
+    c = convertResources("<< /ExtGState << " + states + " /More 3 0 R >> >>", {"<< >>"});
+    EXPECT_EQ(c.status, 1);
+}

@@ -1,0 +1,36 @@
+/*
+ * pages.h - the page tree and the description of one page
+ */
+#ifndef PDF_TO_PS_PAGES_H
+#define PDF_TO_PS_PAGES_H
+
+#include "tools/zolak1_3/pdf_to_ps/streams.h"
+
+/* Lower-left and upper-right corner, in units of PDF user space. */
+struct PageBox {
+    int32_t llx, lly, urx, ury;
+};
+
+enum ContentsKind { CONTENTS_ARRAY = 0, CONTENTS_STREAM = 1 };
+
+/* What a page inherits from the nodes above it, handed down by value.  The containers belong to
+ * the node that read them. */
+struct PageAttributes {
+    PageBox MediaBox;
+    PageBox CropBox;
+    int32_t hasCropBox;
+    int32_t rotation;             /* degrees counterclockwise: minus the /Rotate of the page */
+    const PdfDict *resources;     /* or null */
+    const PdfArray *contentArray; /* by contentsKind, one of the two, or null */
+    const PdfStream *contentStream;
+    int32_t contentsKind; /* a ContentsKind */
+};
+
+/* Walks the tree from the node at the input's position and writes its pages, or the one that PAGE
+ * selects.  `pageCounter` counts the pages passed so far, written or skipped. */
+void walkPageTree(ConverterInstance *inst, PageAttributes attributes, int64_t *pageCounter);
+
+/* Writes one page. */
+void writePageDescription(ConverterInstance *inst, const PageAttributes &attributes);
+
+#endif

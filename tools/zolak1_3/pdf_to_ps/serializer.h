@@ -1,0 +1,32 @@
+/*
+ * serializer.h - PDF values as PostScript text
+ *
+ * References inside arrays and dictionaries are written inline, as deep copies.  The input's
+ * position is not kept, except where said.
+ */
+#ifndef PDF_TO_PS_SERIALIZER_H
+#define PDF_TO_PS_SERIALIZER_H
+
+#include "tools/zolak1_3/pdf_to_ps/objects.h"
+
+/* Values that one value may come to when it is written; shared references multiply. */
+constexpr uint32_t WRITTEN_VALUES_LIMIT = 1048576;
+
+/* Writes the value at the position, every scalar with a blank behind it; of a stream, only the
+ * dictionary.  0, or -1 when it is no value that can be written. */
+int writeObject(ConverterInstance *inst, ValuePosition position);
+
+/* Writes an item; nothing when there is none of that index. */
+void writeArrayElement(ConverterInstance *inst, const PdfArray *array, int32_t index);
+
+/* Writes the key, a blank, the value and a line end; -1, and nothing, when the key is absent. */
+int writeDictEntry(ConverterInstance *inst, const PdfDict *dict, const char *key);
+
+/* Writes `count` bytes of the input from `start` on, as they are, and a line end; a negative
+ * count is none.  The input's position is kept. */
+void copyStreamData(ConverterInstance *inst, ValuePosition start, int32_t count);
+
+/* Writes a text without a line end. */
+void writePiece(ConverterInstance *inst, const char *text);
+
+#endif

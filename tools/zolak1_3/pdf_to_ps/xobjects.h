@@ -1,0 +1,16 @@
+/*
+ * xobjects.h - images and forms
+ */
+#ifndef PDF_TO_PS_XOBJECTS_H
+#define PDF_TO_PS_XOBJECTS_H
+
+#include "tools/zolak1_3/pdf_to_ps/streams.h"
+
+/* Writes every entry of an /XObject resource dictionary, by its /Subtype. */
+void DefineXObjectResources(ConverterInstance *inst, const PdfDict *dict);
+
+/* Write one image or form under its resource name, `key`, with its slash. */
+void WriteImageXObject(ConverterInstance *inst, const char *key, const PdfStream *stream);
+void WriteFormXObject(ConverterInstance *inst, const char *key, const PdfStream *stream);
+
+#endif
