@@ -106,8 +106,8 @@ std::string hexadecimal(const std::string &bytes)
 {
     std::string text;
     char pair[3];
-    for (unsigned char byte : bytes) {
-        snprintf(pair, sizeof pair, "%02x", byte);
+    for (char byte : bytes) {
+        snprintf(pair, sizeof pair, "%02x", (unsigned)(unsigned char)byte);
         text += pair;
     }
     return text + ">";

@@ -47,6 +47,7 @@ struct ZFileBody {
     int descriptor;
     Access access;
     bool direct;    /* no regular file: written in sequence, never removed */
+    uint32_t size;  /* of an input, when it was opened */
     int writeError; /* errno of the first write that failed; nothing is written after it */
 
     uint64_t outStart;     /* offset of out[0] in the file */
@@ -257,7 +258,7 @@ size_t windowBytes(ZFile *file, const uint8_t **bytes, bool *failed)
 
 /* ---- opening */
 
-bool isRegularInput(int descriptor)
+bool isRegularInput(int descriptor, uint32_t *size)
 {
     struct stat info;
     if (fstat(descriptor, &info) != 0)
@@ -268,8 +269,10 @@ bool isRegularInput(int descriptor)
         errno = EINVAL;
     else if ((uint64_t)info.st_size >= INPUT_LIMIT)
         errno = EFBIG;
-    else
+    else {
+        *size = (uint32_t)info.st_size;
         return true;
+    }
     return false;
 }
 
@@ -383,7 +386,8 @@ ZFile *fopenr(const char *defaultDirectory, const char *name, const char *defaul
     int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (descriptor < 0)
         return nullptr;
-    if (!isRegularInput(descriptor)) {
+    uint32_t size;
+    if (!isRegularInput(descriptor, &size)) {
         int cause = errno;
         close(descriptor);
         errno = cause;
@@ -393,6 +397,7 @@ ZFile *fopenr(const char *defaultDirectory, const char *name, const char *defaul
     if (!file)
         return nullptr;
     file->body->path = path;
+    file->body->size = size;
     file->body->nextInput = openInputs;
     openInputs = file;
     return finishOpen(file);
@@ -503,6 +508,8 @@ void fputp(ZFile *file, uint32_t position)
 
 uint32_t fgeteof(ZFile *file)
 {
+    if (file->body->access == READ_ONLY)
+        return file->body->size;
     if (file->outRoom)
         flush(file);
     struct stat info;
@@ -543,11 +550,22 @@ int fputm(ZFile *file, const void *buffer, size_t count)
         return -1;
     const uint8_t *from = static_cast<const uint8_t *>(buffer);
     file->position += (uint32_t)count;
-    if (count > file->outRoom - file->outFill) {
+
+    /* Whole buffers leave at a time, so that a file is written in aligned pieces; those of a large
+     * write go straight from the caller's memory. */
+    size_t room = file->outRoom - file->outFill;
+    if (count > room) {
+        memcpy(file->out + file->outFill, from, room);
+        file->outFill += (uint32_t)room;
+        from += room;
+        count -= room;
         if (flush(file) != 0)
             return -1;
-        if (count >= OUT_BYTES / 2)
-            return writeThrough(file->body, from, count);
+        size_t whole = count / OUT_BYTES * OUT_BYTES;
+        if (whole && writeThrough(file->body, from, whole) != 0)
+            return -1;
+        from += whole;
+        count -= whole;
     }
     if (count)
         memcpy(file->out + file->outFill, from, count);

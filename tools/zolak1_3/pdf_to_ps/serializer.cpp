@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr size_t COPY_BYTES = 64 * 1024;
+constexpr size_t COPY_BYTES = 256 * 1024;
 constexpr int32_t ITEMS_PER_LINE = 8;
 
 int writeBoolean(ConverterInstance *inst)
