@@ -239,3 +239,21 @@ TEST_F(CommandLine, ASignalRemovesTheTemporaryFilesFirst)
     EXPECT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(directory.names(), (Texts{"big.pdf", "doc.pdf", "slow"}));
 }
+
+TEST(Installation, TheInstalledProgramFindsItsData)
+{
+    ScratchDirectory prefix;
+    ProgramResult installed =
+        runProgram({"cmake", "--install", BUILD_DIRECTORY, "--prefix", prefix.path});
+    ASSERT_EQ(installed.status, 0) << installed.err;
+    /* Nothing of the source tree is used: other data there would show. */
+    EXPECT_TRUE(fileExists(prefix / "share/pdf_to_ps/pdf_psprolog.ps"));
+    EXPECT_TRUE(fileExists(prefix / "share/pdf_to_ps/pdf_pstrailer.ps"));
+    EXPECT_TRUE(fileExists(prefix / "share/man/man1/pdf_to_ps.1"));
+    prefix.write("share/pdf_to_ps/pdf_psprolog.ps", "installed\n");
+    prefix.write("doc.pdf", onePagePdf("n\n"));
+    ProgramResult result = runProgram(
+        {prefix / "bin/pdf_to_ps", prefix / "doc.pdf", "-OUTSPEC=" + (prefix / "doc.ps")});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_TRUE(readFile(prefix / "doc.ps").starts_with("installed\n/TmpFont"));
+}
