@@ -1,0 +1,49 @@
+/*
+ * print_job.h - page descriptions through the prolog, the trailer and Ghostscript
+ */
+#ifndef TESTS_POSTSCRIPT_PRINT_JOB_H
+#define TESTS_POSTSCRIPT_PRINT_JOB_H
+
+#include <string>
+#include <vector>
+
+#include "tests/support/picture.h"
+
+struct PrintOptions {
+    bool strict = true;      /* the prolog's switch: the first error stops the job */
+    bool levelTwo = false;   /* Level 3 operators, filters and resources do not exist */
+    bool probe = true;       /* measure the stacks around each operator and at the end of a page */
+    int dpi = 108;
+    std::string before;      /* PostScript that runs before the prolog */
+    std::string afterProlog; /* and behind it, with the prolog's dictionary as the current one */
+    std::string after;       /* and behind the trailer */
+};
+
+/* What came out of a job. */
+struct PrintedJob {
+    int status;
+    std::vector<std::string> lines; /* what the job printed, its errors included */
+    std::vector<Picture> pages;
+};
+
+/* Prints the text of page descriptions, what stands between the "/TmpFont" line and the trailer. */
+PrintedJob printPages(const std::string &pages, const PrintOptions &options = {});
+
+/* Prints a whole file, one that the program has written. */
+PrintedJob printFile(const std::string &postscript, int dpi = 108);
+
+/* The lines of a job that report a fault: PostScript errors, what the probe has found, and the
+ * prolog's count when it has counted errors. */
+std::vector<std::string> faultsOf(const PrintedJob &job);
+
+/* One page description of 200 by 200 points: resources as they would be written, then content that
+ * is passed through unencoded. */
+std::string pageDescription(const std::string &content, const std::string &resources = "");
+
+/* "<< /Length n >>", the line "PageContents" and the bytes. */
+std::string passedThrough(const std::string &content, const std::string &entries = "");
+
+/* The prolog as it stands in the source tree. */
+std::string prologText();
+
+#endif
