@@ -1,0 +1,22 @@
+/*
+ * example_test.cpp - the example document prints as it looks
+ */
+#include <gtest/gtest.h>
+
+#include "tests/documents/printed_document.h"
+
+TEST(Example, EveryPagePrintsAsItLooks)
+{
+    expectPrintsAsItLooks(readFile(EXAMPLE_FILE), 4);
+}
+
+TEST(Example, OnePageAloneIsTheSame)
+{
+    for (int page = 1; page <= 4; page++)
+        expectPageAlonePrintsAsItLooks(readFile(EXAMPLE_FILE), page);
+}
+
+TEST(Example, DecodedContentPrintsTheSame)
+{
+    expectPrintsAsItLooks(readFile(EXAMPLE_FILE), 4, {"-DECODE"});
+}
