@@ -473,6 +473,21 @@ inline size_t takeBits(uint64_t &bits, uint32_t &count, uint32_t n)
 /* The bits of the longest match must be there after one wide refill. */
 static_assert(FLATE_MAX_BITS + 5 + FLATE_MAX_BITS + 13 <= BITINPUT_WIDE_BITS);
 
+/* Takes the rest of a match behind its length symbol and copies it; false, with nothing written,
+ * when its distance is no code or it finds no room. */
+inline bool takeMatch(const FlateDecoder *decoder, int32_t symbol, uint64_t &bits, uint32_t &count,
+                      Output &out)
+{
+    FlateRange range = lengthTable[symbol - FLATE_FIRST_LENGTH];
+    size_t length = range.base + takeBits(bits, count, range.extraBits);
+    int32_t distSymbol = matchSymbol<true>(decoder->dist, bits, count);
+    if (distSymbol < 0 || length > room(out))
+        return false;
+    range = distTable[distSymbol];
+    copyMatch(decoder, out, length, range.base + takeBits(bits, count, range.extraBits));
+    return true;
+}
+
 /* Decodes symbols of a Huffman block as long as they are whole, known and find room.  Answers
  * whether there was one; the symbol that it stops at is untouched. */
 bool decodeRun(FlateDecoder *decoder, BitInput &input, Output &output)
@@ -487,19 +502,12 @@ bool decodeRun(FlateDecoder *decoder, BitInput &input, Output &output)
         int32_t symbol = matchSymbol<true>(decoder->litlen, bits, count);
         if (symbol < 0 || symbol > FLATE_LAST_LENGTH)
             break;
-        if (symbol < FLATE_END_OF_BLOCK) {
+        if (symbol < FLATE_END_OF_BLOCK)
             *out.next++ = (uint8_t)symbol;
-        } else if (symbol == FLATE_END_OF_BLOCK) {
+        else if (symbol == FLATE_END_OF_BLOCK)
             decoder->needBlockHeader = 1;
-        } else {
-            FlateRange range = lengthTable[symbol - FLATE_FIRST_LENGTH];
-            size_t length = range.base + takeBits(bits, count, range.extraBits);
-            symbol = matchSymbol<true>(decoder->dist, bits, count);
-            if (symbol < 0 || length > room(out))
-                break;
-            range = distTable[symbol];
-            copyMatch(decoder, out, length, range.base + takeBits(bits, count, range.extraBits));
-        }
+        else if (!takeMatch(decoder, symbol, bits, count, out))
+            break;
         in.bits = bits;
         in.count = count;
         any = true;
