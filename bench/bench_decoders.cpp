@@ -18,6 +18,7 @@
 #include "tests/compress/encoders.h"
 #include "tests/compress/quiet_controller.h"
 #include "tests/compress/samples.h"
+#include "tests/compress/zlib_encoder.h"
 #include "tools/zolak1_3/zolak_filter/chain.h"
 
 namespace {
@@ -42,16 +43,6 @@ const std::string &sample(int64_t kind)
 }
 
 const char *const kindNames[] = {"text", "page", "font", "image", "runs", "noise", "file"};
-
-std::string encodeFlate(const std::string &data)
-{
-    uLongf size = compressBound((uLong)data.size());
-    std::string encoded(size, '\0');
-    compress2(reinterpret_cast<Bytef *>(encoded.data()), &size,
-              reinterpret_cast<const Bytef *>(data.data()), (uLong)data.size(), 6);
-    encoded.resize(size);
-    return encoded;
-}
 
 void tell(benchmark::State &state, int64_t kind, const std::string &encoded)
 {
@@ -100,7 +91,8 @@ void decodeRepeatedly(benchmark::State &state, int32_t id,
 
 void Flate(benchmark::State &state)
 {
-    decodeRepeatedly(state, DECODER_FLATE, encodeFlate);
+    decodeRepeatedly(state, DECODER_FLATE,
+                     [](const std::string &data) { return encodeFlate(data); });
 }
 
 void LZW(benchmark::State &state)
