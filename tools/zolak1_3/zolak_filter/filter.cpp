@@ -88,15 +88,10 @@ int32_t dropSpace(uint8_t *bytes, int32_t count)
     return (int32_t)(std::remove_if(bytes, bytes + count, isSpaceByte) - bytes);
 }
 
-/* Fills the buffer as far as there is data.  With an error in errno not more than one byte is
- * read, and that is lost: the pass that follows ends the decoding. */
+/* Fills the buffer as far as there is data. */
 void fillBuffer(EncodedData &data)
 {
     while (data.fill < FILTER_BUFFER_BYTES && data.readSoFar < data.length) {
-        if (errno) {
-            fgetb(data.input);
-            return;
-        }
         int32_t wanted = std::min(FILTER_BUFFER_BYTES - data.fill, data.length - data.readSoFar);
         uint8_t *to = data.bytes + data.fill;
         int32_t count = readBytes(data.input, to, wanted);
