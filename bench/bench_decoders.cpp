@@ -1,9 +1,10 @@
 /*
  * bench_decoders.cpp - throughput of the decoders, by bytes of output
  *
- * Input and output go through buffers of 2048 bytes, as in a decoding chain; zlib's inflate gets
- * the same buffers.  The data is made by formula, several megabytes of each kind; the label tells
- * how far it compresses.  A file named in the environment variable BENCH_FILE is measured too.
+ * Input and output go through buffers of 2048 bytes, as in a decoding chain, and for comparison of
+ * 1 MiB; zlib's inflate gets the same buffers.  The data is made by formula, several megabytes of
+ * each kind; the label tells which, and how far it compresses.  A file named in the environment
+ * variable BENCH_FILE is measured too.
  */
 #include <benchmark/benchmark.h>
 
@@ -17,12 +18,13 @@
 #include "tests/compress/encoders.h"
 #include "tests/compress/quiet_controller.h"
 #include "tests/compress/samples.h"
+#include "tests/compress/zlib_encoder.h"
 #include "tools/zolak1_3/zolak_filter/chain.h"
 
 namespace {
 
 constexpr size_t SAMPLE_BYTES = 4 << 20;
-constexpr int32_t PIECE = FILTER_BUFFER_BYTES;
+constexpr int32_t LARGE_PIECE = 1 << 20;
 
 enum Kind { TEXT, PAGE, FONT, IMAGE, RUNS, NOISE, NAMED_FILE };
 
@@ -42,16 +44,6 @@ const std::string &sample(int64_t kind)
 
 const char *const kindNames[] = {"text", "page", "font", "image", "runs", "noise", "file"};
 
-std::string encodeFlate(const std::string &data)
-{
-    uLongf size = compressBound((uLong)data.size());
-    std::string encoded(size, '\0');
-    compress2(reinterpret_cast<Bytef *>(encoded.data()), &size,
-              reinterpret_cast<const Bytef *>(data.data()), (uLong)data.size(), 6);
-    encoded.resize(size);
-    return encoded;
-}
-
 void tell(benchmark::State &state, int64_t kind, const std::string &encoded)
 {
     const std::string &data = sample(kind);
@@ -62,16 +54,17 @@ void tell(benchmark::State &state, int64_t kind, const std::string &encoded)
     state.SetBytesProcessed((int64_t)state.iterations() * (int64_t)data.size());
 }
 
+uint8_t out[LARGE_PIECE];
+
 /* Decodes all of it; answers the bytes that came out. */
-size_t decode(int32_t id, const std::string &encoded, ZelkovController *controller)
+size_t decode(int32_t id, const std::string &encoded, int32_t piece, ZelkovController *controller)
 {
-    static uint8_t out[PIECE];
     ChainElement decoder = {id, filterInit(id, controller), nullptr, 0, nullptr, 0};
     const uint8_t *in = reinterpret_cast<const uint8_t *>(encoded.data());
     size_t left = encoded.size(), made = 0;
     while (!filterIsDone(decoder)) {
         int32_t count =
-            filterToRaw(decoder, in, (int32_t)std::min<size_t>(left, PIECE), out, PIECE);
+            filterToRaw(decoder, in, (int32_t)std::min(left, (size_t)piece), out, piece);
         int32_t used = filterConsumed(decoder);
         if (count < 0 || (count == 0 && used == 0))
             break;
@@ -91,14 +84,15 @@ void decodeRepeatedly(benchmark::State &state, int32_t id,
     const std::string &data = sample(state.range(0));
     std::string encoded = encode(data);
     for (auto _ : state)
-        if (decode(id, encoded, controller) != data.size())
+        if (decode(id, encoded, (int32_t)state.range(1), controller) != data.size())
             state.SkipWithError("wrong output");
     tell(state, state.range(0), encoded);
 }
 
 void Flate(benchmark::State &state)
 {
-    decodeRepeatedly(state, DECODER_FLATE, encodeFlate);
+    decodeRepeatedly(state, DECODER_FLATE,
+                     [](const std::string &data) { return encodeFlate(data); });
 }
 
 void LZW(benchmark::State &state)
@@ -116,22 +110,21 @@ void ASCIIHex(benchmark::State &state)
     decodeRepeatedly(state, DECODER_ASCIIHEX, encodeASCIIHex);
 }
 
-size_t inflateAll(const std::string &encoded)
+size_t inflateAll(const std::string &encoded, size_t piece)
 {
-    static uint8_t out[PIECE];
     z_stream stream = {};
     inflateInit(&stream);
     stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(encoded.data()));
     size_t left = encoded.size(), made = 0;
     int result = Z_OK;
     while (result == Z_OK) {
-        uInt given = (uInt)std::min<size_t>(left, PIECE);
+        uInt given = (uInt)std::min(left, piece);
         stream.avail_in = given;
         stream.next_out = out;
-        stream.avail_out = PIECE;
+        stream.avail_out = (uInt)piece;
         result = inflate(&stream, Z_NO_FLUSH);
         left -= given - stream.avail_in;
-        made += PIECE - stream.avail_out;
+        made += piece - stream.avail_out;
         benchmark::DoNotOptimize(out);
     }
     inflateEnd(&stream);
@@ -143,7 +136,7 @@ void ZlibInflate(benchmark::State &state)
     const std::string &data = sample(state.range(0));
     std::string encoded = encodeFlate(data);
     for (auto _ : state)
-        if (inflateAll(encoded) != data.size())
+        if (inflateAll(encoded, (size_t)state.range(1)) != data.size())
             state.SkipWithError("wrong output");
     tell(state, state.range(0), encoded);
 }
@@ -151,14 +144,14 @@ void ZlibInflate(benchmark::State &state)
 size_t runChain(const std::string &encoded, int count, const char *const *names,
                 ZelkovController *controller)
 {
-    static uint8_t out[PIECE];
+    constexpr size_t PIECE = FILTER_BUFFER_BYTES;
     ConverterInstance inst = {};
     inst.controller = controller;
     DecodingChain *chain = chainInit(&inst, count, names);
     const uint8_t *in = reinterpret_cast<const uint8_t *>(encoded.data());
     size_t left = encoded.size(), made = 0;
     while (chain_isBeginRun(chain)) {
-        int32_t done = chain_ToRaw(chain, in, (int32_t)std::min<size_t>(left, PIECE), out, PIECE);
+        int32_t done = chain_ToRaw(chain, in, (int32_t)std::min(left, PIECE), out, PIECE);
         if (done < 0)
             break;
         made += (size_t)done;
@@ -182,20 +175,26 @@ void ChainASCII85Flate(benchmark::State &state)
     tell(state, state.range(0), encoded);
 }
 
-void kinds(benchmark::internal::Benchmark *b)
+void allKinds(benchmark::internal::Benchmark *b)
 {
-    for (int64_t kind = TEXT; kind <= NOISE; kind++)
-        b->Arg(kind);
-    if (getenv("BENCH_FILE"))
-        b->Arg(NAMED_FILE);
+    int last = getenv("BENCH_FILE") ? NAMED_FILE : NOISE;
+    for (int64_t piece : {FILTER_BUFFER_BYTES, LARGE_PIECE})
+        for (int64_t kind = TEXT; kind <= last; kind++)
+            b->Args({kind, piece});
     b->Unit(benchmark::kMillisecond);
 }
 
-BENCHMARK(Flate)->Apply(kinds);
-BENCHMARK(ZlibInflate)->Apply(kinds);
-BENCHMARK(LZW)->Apply(kinds);
-BENCHMARK(ASCII85)->Arg(TEXT)->Arg(NOISE)->Unit(benchmark::kMillisecond);
-BENCHMARK(ASCIIHex)->Arg(TEXT)->Arg(NOISE)->Unit(benchmark::kMillisecond);
+void textAndNoise(benchmark::internal::Benchmark *b)
+{
+    b->Args({TEXT, FILTER_BUFFER_BYTES})->Args({NOISE, FILTER_BUFFER_BYTES});
+    b->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK(Flate)->Apply(allKinds);
+BENCHMARK(ZlibInflate)->Apply(allKinds);
+BENCHMARK(LZW)->Apply(allKinds);
+BENCHMARK(ASCII85)->Apply(textAndNoise);
+BENCHMARK(ASCIIHex)->Apply(textAndNoise);
 BENCHMARK(ChainASCII85Flate)->Arg(TEXT)->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -28,7 +28,7 @@ TEST(Adler, OfAKnownText)
 
 TEST(Adler, TakingTheRemainderLateGivesTheSameValue)
 {
-    for (size_t size : {1, 15, 16, 17, 5551, 5552, 5553, 11104, 70000})
+    for (size_t size : std::initializer_list<size_t>{1, 15, 16, 17, 5551, 5552, 5553, 11104, 70000})
         for (int kind = 0; kind < SAMPLE_KINDS; kind++) {
             std::string data = sampleOf(kind, size, size);
             EXPECT_EQ(checksum(data), adlerOf(data)) << size << " " << kind;

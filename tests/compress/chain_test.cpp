@@ -5,10 +5,10 @@
 
 #include <string>
 #include <vector>
-#include <zlib.h>
 
 #include "tests/compress/encoders.h"
 #include "tests/compress/samples.h"
+#include "tests/compress/zlib_encoder.h"
 #include "tests/support/recording_controller.h"
 #include "tools/compress1_0/decoderstate.h"
 #include "tools/zolak1_3/zolak_filter/chain.h"
@@ -19,16 +19,6 @@ using Texts = std::vector<std::string>;
 using Names = std::vector<const char *>;
 
 constexpr int32_t BUFFER = FILTER_BUFFER_BYTES;
-
-std::string encodeFlate(const std::string &data)
-{
-    uLongf size = compressBound((uLong)data.size());
-    std::string encoded(size, '\0');
-    compress(reinterpret_cast<Bytef *>(encoded.data()), &size,
-             reinterpret_cast<const Bytef *>(data.data()), (uLong)data.size());
-    encoded.resize(size);
-    return encoded;
-}
 
 class Chain : public ::testing::Test
 {
@@ -358,11 +348,11 @@ TEST_F(Chain, ChainsOfTwoAndThreeFiltersInPiecesOfAnySize)
         {"/ASCII85Decode", encodeASCII85},
         {"/ASCIIHexDecode", encodeASCIIHex},
         {"/LZWDecode", [](const std::string &data) { return encodeLZW(data); }},
-        {"/FlateDecode", encodeFlate},
+        {"/FlateDecode", [](const std::string &data) { return encodeFlate(data); }},
     };
     Random random(21);
     for (int round = 0; round < 400; round++) {
-        std::string data = sampleOf(round % SAMPLE_KINDS, random.size(0, 30000), random.next());
+        std::string data = randomSample(round % SAMPLE_KINDS, 30000, random);
         std::string encoded = data;
         Names names;
         for (size_t count = 1 + random.below(3); count > 0; count--) {

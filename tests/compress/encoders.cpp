@@ -43,7 +43,7 @@ void HighBitWriter::put(uint32_t code, int width)
             bytes += '\0';
             used = 0;
         }
-        bytes.back() = (char)(bytes.back() | (code >> bit & 1) << (7 - used++));
+        bytes.back() = (char)((uint8_t)bytes.back() | (code >> bit & 1) << (7 - used++));
     }
 }
 
@@ -96,7 +96,7 @@ void LowBitWriter::put(uint32_t value, int width)
             bytes += '\0';
             used = 0;
         }
-        bytes.back() = (char)(bytes.back() | (value >> bit & 1) << used++);
+        bytes.back() = (char)((uint8_t)bytes.back() | (value >> bit & 1) << used++);
     }
 }
 

@@ -292,7 +292,8 @@ TEST_F(Flate, StoredBlockLongerThanTheWindow)
 {
     std::string data = sampleNoise(65535, 1);
     std::string stream = storedStream(data);
-    for (size_t room : {1000, 32767, 32768, 32769, 65534, 65535, 100000}) {
+    for (size_t room :
+         std::initializer_list<size_t>{1000, 32767, 32768, 32769, 65534, 65535, 100000}) {
         DecoderFlate fresh(FlateD_Init(controller));
         Decoded result = decodePieces(fresh, stream, stream.size(), room);
         EXPECT_TRUE(result.data == data) << room;
@@ -365,7 +366,7 @@ TEST_F(Flate, EveryLengthAndDistanceOfAFixedBlock)
     match(3, 32768);
     putFixedSymbol(blocks, END_OF_BLOCK);
     std::string stream = zlibStream(blocks.bytes, data);
-    for (size_t room : {100, 2048, 1000000}) {
+    for (size_t room : std::initializer_list<size_t>{100, 2048, 1000000}) {
         DecoderFlate fresh(FlateD_Init(controller));
         Decoded result = decodePieces(fresh, stream, stream.size(), room);
         EXPECT_TRUE(result.data == data) << room;

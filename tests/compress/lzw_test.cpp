@@ -404,7 +404,7 @@ TEST_F(LZW, StringAsLongAsTheTableIsDecoded)
             width++;
     }
     writer.put(END, 12);
-    for (size_t room : {500, 2048, 10000000}) {
+    for (size_t room : std::initializer_list<size_t>{500, 2048, 10000000}) {
         DecoderLZW fresh(LZWD_Init(12, controller));
         Decoded result = decodePieces(fresh, writer.bytes, 2048, room);
         EXPECT_EQ(result.data.size(), length);

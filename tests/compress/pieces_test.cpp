@@ -8,31 +8,16 @@
 
 #include <string>
 #include <vector>
-#include <zlib.h>
 
 #include "tests/compress/driver.h"
 #include "tests/compress/encoders.h"
 #include "tests/compress/samples.h"
+#include "tests/compress/zlib_encoder.h"
 #include "tests/support/recording_controller.h"
 
 namespace {
 
 const char *const familyNames[FAMILIES] = {"ASCII85", "ASCIIHex", "LZW", "Flate"};
-
-std::string encodeFlate(const std::string &data, int level, int strategy)
-{
-    z_stream stream = {};
-    deflateInit2(&stream, level, Z_DEFLATED, 15, 9, strategy);
-    std::string encoded(deflateBound(&stream, (uLong)data.size()) + 100, '\0');
-    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(data.data()));
-    stream.avail_in = (uInt)data.size();
-    stream.next_out = reinterpret_cast<Bytef *>(encoded.data());
-    stream.avail_out = (uInt)encoded.size();
-    EXPECT_EQ(deflate(&stream, Z_FINISH), Z_STREAM_END);
-    encoded.resize(stream.total_out);
-    deflateEnd(&stream);
-    return encoded;
-}
 
 std::string encode(int family, const std::string &data, Random &random)
 {
@@ -44,7 +29,8 @@ std::string encode(int family, const std::string &data, Random &random)
     case FAMILY_LZW:
         return encodeLZW(data);
     default:
-        return encodeFlate(data, (int)random.below(10), (int)random.below(5));
+        int level = (int)random.below(10), strategy = (int)random.below(5);
+        return encodeFlate(data, level, strategy);
     }
 }
 
@@ -55,9 +41,9 @@ size_t leastRoom(int family)
 }
 
 /* Decodes with both decoders side by side; every call must look the same. */
-void compareWithPlain(int family, const std::string &encoded, Random &random, size_t inMost,
-                      size_t outMost)
+void compareWithPlain(int family, const std::string &encoded, Random &random)
 {
+    size_t inMost = random.size(1, 3000), outMost = random.size(4, 3000);
     RecordingController controller;
     std::unique_ptr<Decoder> decoder = makeDecoder(family, controller);
     std::unique_ptr<PlainDecoder> plain = makePlainDecoder(family);
@@ -99,7 +85,7 @@ std::string damage(std::string data, Random &random)
             data.erase(at, random.size(1, 8));
             break;
         case 2:
-            data.insert(at, sampleNoise(random.size(1, 8), random.next()));
+            data.insert(at, randomNoise(8, random));
             break;
         case 3:
             data.resize(at);
@@ -171,9 +157,9 @@ TEST_P(Pieces, EveryCallAnswersLikeThePlainDecoder)
     int family = GetParam();
     Random random(4);
     for (int round = 0; round < 600 && !HasFatalFailure(); round++) {
-        std::string data = sampleOf(round % SAMPLE_KINDS, random.size(0, 6000), random.next());
+        std::string data = randomSample(round % SAMPLE_KINDS, 6000, random);
         std::string encoded = encode(family, data, random);
-        compareWithPlain(family, encoded, random, random.size(1, 3000), random.size(4, 3000));
+        compareWithPlain(family, encoded, random);
     }
 }
 
@@ -182,9 +168,9 @@ TEST_P(Pieces, EveryCallOnDamagedDataAnswersLikeThePlainDecoder)
     int family = GetParam();
     Random random(5);
     for (int round = 0; round < 2500 && !HasFatalFailure(); round++) {
-        std::string data = sampleOf(round % SAMPLE_KINDS, random.size(0, 2500), random.next());
+        std::string data = randomSample(round % SAMPLE_KINDS, 2500, random);
         std::string encoded = damage(encode(family, data, random), random);
-        compareWithPlain(family, encoded, random, random.size(1, 3000), random.size(4, 3000));
+        compareWithPlain(family, encoded, random);
     }
 }
 
@@ -193,10 +179,10 @@ TEST_P(Pieces, EveryCallOnNoiseAnswersLikeThePlainDecoder)
     int family = GetParam();
     Random random(6);
     for (int round = 0; round < 2500 && !HasFatalFailure(); round++) {
-        std::string noise = sampleNoise(random.size(0, 1000), random.next());
+        std::string noise = randomNoise(1000, random);
         if (family == FAMILY_FLATE) /* past the header, in a block of the round's type */
             noise = "\x78\x9C" + std::string(1, (char)(round % 8)) + noise;
-        compareWithPlain(family, noise, random, random.size(1, 3000), random.size(4, 3000));
+        compareWithPlain(family, noise, random);
     }
 }
 

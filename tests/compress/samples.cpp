@@ -146,8 +146,10 @@ std::string sampleRuns(size_t size, uint64_t seed)
 {
     Random random(seed);
     std::string runs;
-    while (runs.size() < size)
-        runs.append(random.size(1, 5000), (char)random.below(4));
+    while (runs.size() < size) {
+        size_t length = random.size(1, 5000);
+        runs.append(length, (char)random.below(4));
+    }
     runs.resize(size);
     return runs;
 }
@@ -166,4 +168,16 @@ std::string sampleOf(int kind, size_t size, uint64_t seed)
     static constexpr std::string (*makers[SAMPLE_KINDS])(size_t, uint64_t) = {
         sampleText, samplePage, sampleFont, sampleImage, sampleRuns, sampleNoise};
     return makers[kind](size, seed);
+}
+
+std::string randomSample(int kind, size_t most, Random &random)
+{
+    size_t size = random.size(0, most);
+    return sampleOf(kind, size, random.next());
+}
+
+std::string randomNoise(size_t most, Random &random)
+{
+    size_t size = random.size(1, most);
+    return sampleNoise(size, random.next());
 }

@@ -1,7 +1,7 @@
 /*
  * samples.h - data of several kinds to encode and decode, made by a formula
  *
- * The same call gives the same bytes on every machine.
+ * The same call gives the same bytes.
  */
 #ifndef TESTS_COMPRESS_SAMPLES_H
 #define TESTS_COMPRESS_SAMPLES_H
@@ -53,5 +53,10 @@ constexpr int SAMPLE_KINDS = 6;
 
 /* The kind of that number, in the order above. */
 std::string sampleOf(int kind, size_t size, uint64_t seed);
+
+/* A sample of the kind of any size up to `most`; noise of any size from 1 to `most`.  For use where
+ * the order of two draws would be the compiler's. */
+std::string randomSample(int kind, size_t most, Random &random);
+std::string randomNoise(size_t most, Random &random);
 
 #endif

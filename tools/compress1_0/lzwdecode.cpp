@@ -86,12 +86,12 @@ void clearTable(LZWDecoder *decoder)
 /* A call's input, by bits: `bit` is the first one not used yet. */
 struct CodeInput {
     const uint8_t *bytes;
-    int64_t bit, bitEnd;
+    size_t bit, bitEnd;
 };
 
 CodeInput openInput(const LZWDecoder *decoder, const uint8_t *in, int32_t inLen)
 {
-    return {in, 8 - decoder->bitPosition, (int64_t)std::max(inLen, 0) * 8};
+    return {in, 8 - (size_t)decoder->bitPosition, (size_t)std::max(inLen, 0) * 8};
 }
 
 /* The byte that holds the next bit is the first that is not consumed. */
@@ -103,7 +103,7 @@ void closeInput(LZWDecoder *decoder, const CodeInput &input)
 
 bool hasCode(const CodeInput &input, int32_t width)
 {
-    return input.bitEnd - input.bit >= width;
+    return input.bit + (size_t)width <= input.bitEnd;
 }
 
 /* Reads a code; hasCode has said that it is there. */
@@ -114,7 +114,7 @@ int32_t readCode(CodeInput &input, int32_t width)
     uint32_t bits = (uint32_t)from[0] << 24 | (uint32_t)from[1] << 16;
     if (skip + width > 16)
         bits |= (uint32_t)from[2] << 8;
-    input.bit += width;
+    input.bit += (size_t)width;
     return (int32_t)(bits << skip >> (32 - width));
 }
 

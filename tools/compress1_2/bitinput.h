@@ -15,7 +15,7 @@
 struct BitInput {
     const uint8_t *next, *end; /* bytes not loaded yet */
     uint64_t bits;             /* the low `count` bits are not used yet; zero above */
-    uint32_t count;
+    uint32_t count;            /* at most 63 */
 };
 
 /* Bytes that bitinput_refillWide needs to see. */
@@ -38,10 +38,10 @@ inline void bitinput_refillWide(BitInput &in)
     in.count |= BITINPUT_WIDE_BITS;
 }
 
-/* Loads what there is, up to 57 bits and more. */
+/* Loads bytes until at least 56 bits are there, as far as there are any. */
 inline void bitinput_refill(BitInput &in)
 {
-    for (; in.count <= BITINPUT_WIDE_BITS && in.next < in.end; in.count += 8)
+    for (; in.count < BITINPUT_WIDE_BITS && in.next < in.end; in.count += 8)
         in.bits |= (uint64_t)*in.next++ << in.count;
 }
 

@@ -9,20 +9,17 @@
  * Most symbols need none of that: as long as there are 8 bytes of input for them and room for
  * their output, decodeRun takes them in one loop with all state in registers.  It leaves whatever
  * is unusual, untouched, to decodeStep.
- *
- * During a call the output itself is the history of what the call has written; the window is
- * brought up to date at its end.
  */
 #include "tools/compress1_2/flatedecode.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 
 #include "tools/compress1_0/decoderstate.h"
 #include "tools/compress1_2/adler.h"
 #include "tools/compress1_2/bitinput.h"
 #include "tools/compress1_2/flatetable.h"
+#include "tools/compress1_2/flatewindow.h"
 
 namespace {
 
@@ -54,9 +51,6 @@ constexpr uint32_t CODE_LENGTH_CODES = 19;
 constexpr uint32_t codeLenMap[CODE_LENGTH_CODES + 1] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
                                                         11, 4,  12, 3, 13, 2, 14, 1, 15, 0};
 
-constexpr uint32_t WINDOW_MASK = FLATE_WINDOW_BYTES - 1;
-static_assert((FLATE_WINDOW_BYTES & WINDOW_MASK) == 0);
-
 void setState(FlateDecoder *decoder, DecoderState state)
 {
     decoder->status = withDecoderState(decoder->status, state);
@@ -72,158 +66,6 @@ void failDecoder(FlateDecoder *decoder, int line, const char *key, const char *t
 {
     setState(decoder, DECODER_ERROR);
     reportFault(decoder, line, key, text);
-}
-
-/* ---- output and history */
-
-/* A call's output.  What it has written since `history` is not in the window yet, and stands
- * there for the bytes from the window position on. */
-struct Output {
-    uint8_t *history, *next, *end;
-};
-
-size_t room(const Output &out)
-{
-    return (size_t)(out.end - out.next);
-}
-
-/* Copies a few bytes between places that do not overlap, without calling anything. */
-inline void copyShort(uint8_t *to, const uint8_t *from, size_t count)
-{
-    if (count > 16) {
-        memcpy(to, from, count);
-    } else if (count >= 8) {
-        uint64_t head, tail;
-        memcpy(&head, from, 8);
-        memcpy(&tail, from + count - 8, 8);
-        memcpy(to, &head, 8);
-        memcpy(to + count - 8, &tail, 8);
-    } else if (count >= 4) {
-        uint32_t head, tail;
-        memcpy(&head, from, 4);
-        memcpy(&tail, from + count - 4, 4);
-        memcpy(to, &head, 4);
-        memcpy(to + count - 4, &tail, 4);
-    } else {
-        for (size_t i = 0; i < count; i++)
-            to[i] = from[i];
-    }
-}
-
-/* Repeats the bytes `distance` before `to`; where they overlap, bytes just written are repeated
- * again. */
-inline void copyOverlapping(uint8_t *to, size_t distance, size_t count)
-{
-    const uint8_t *from = to - distance;
-    if (distance >= count) {
-        copyShort(to, from, count);
-    } else if (distance == 1) {
-        memset(to, *from, count);
-    } else {
-        for (size_t i = 0; i < count; i++)
-            to[i] = from[i];
-    }
-}
-
-/* Copies bytes of the window, from `position` on and round its end. */
-void copyFromWindow(const FlateDecoder *decoder, uint8_t *to, size_t position, size_t count)
-{
-    size_t straight = std::min(count, FLATE_WINDOW_BYTES - position);
-    copyShort(to, decoder->window + position, straight);
-    copyShort(to + straight, decoder->window, count - straight);
-}
-
-/* Copies bytes into the window, at most as many as it holds. */
-void copyToWindow(FlateDecoder *decoder, size_t position, const uint8_t *from, size_t count)
-{
-    size_t straight = std::min(count, FLATE_WINDOW_BYTES - position);
-    if (straight)
-        memcpy(decoder->window + position, from, straight);
-    if (count > straight)
-        memcpy(decoder->window, from + straight, count - straight);
-}
-
-void advanceWindow(FlateDecoder *decoder, size_t count)
-{
-    decoder->windowPosition = (int32_t)(((size_t)decoder->windowPosition + count) & WINDOW_MASK);
-}
-
-/* Brings the window up to date with the output. */
-void syncWindow(FlateDecoder *decoder, Output &out)
-{
-    size_t written = (size_t)(out.next - out.history);
-    size_t kept = std::min<size_t>(written, FLATE_WINDOW_BYTES);
-    advanceWindow(decoder, written - kept);
-    copyToWindow(decoder, (size_t)decoder->windowPosition, out.next - kept, kept);
-    advanceWindow(decoder, kept);
-    out.history = out.next;
-}
-
-/* Repeats `length` bytes; there is room for them. */
-inline void copyMatch(const FlateDecoder *decoder, Output &out, size_t length, size_t distance)
-{
-    size_t written = (size_t)(out.next - out.history);
-    if (distance > written) {
-        /* It begins in the window, and may go on at the beginning of the output. */
-        size_t back = distance - written;
-        size_t old = std::min(length, back);
-        copyFromWindow(decoder, out.next, ((size_t)decoder->windowPosition - back) & WINDOW_MASK,
-                       old);
-        out.next += old;
-        length -= old;
-    }
-    if (length > 0)
-        copyOverlapping(out.next, distance, length);
-    out.next += length;
-}
-
-/* ---- output that finds no room */
-
-void putLiteral(FlateDecoder *decoder, Output &out, uint8_t literal)
-{
-    if (room(out) > 0) {
-        *out.next++ = literal;
-        return;
-    }
-    syncWindow(decoder, out);
-    decoder->window[decoder->windowPosition] = literal;
-    decoder->pending = 1;
-}
-
-void putMatch(FlateDecoder *decoder, Output &out, size_t length, size_t distance)
-{
-    size_t fitting = std::min(length, room(out));
-    copyMatch(decoder, out, fitting, distance);
-    if (fitting == length)
-        return;
-    syncWindow(decoder, out);
-    size_t to = (size_t)decoder->windowPosition;
-    for (size_t i = 0; i < length - fitting; i++, to++)
-        decoder->window[to & WINDOW_MASK] = decoder->window[(to - distance) & WINDOW_MASK];
-    decoder->pending = (int32_t)(length - fitting);
-}
-
-void putStored(FlateDecoder *decoder, Output &out, const uint8_t *bytes, size_t count)
-{
-    size_t fitting = std::min(count, room(out));
-    if (fitting)
-        memcpy(out.next, bytes, fitting);
-    out.next += fitting;
-    if (fitting == count)
-        return;
-    syncWindow(decoder, out);
-    copyToWindow(decoder, (size_t)decoder->windowPosition, bytes + fitting, count - fitting);
-    decoder->pending = (int32_t)(count - fitting);
-}
-
-void handOutPending(FlateDecoder *decoder, Output &out)
-{
-    size_t count = std::min((size_t)decoder->pending, room(out));
-    copyFromWindow(decoder, out.next, (size_t)decoder->windowPosition, count);
-    advanceWindow(decoder, count);
-    decoder->pending -= (int32_t)count;
-    out.next += count;
-    out.history = out.next;
 }
 
 /* ---- header and trailer of the stream */
@@ -416,7 +258,7 @@ void restoreDecodeState(FlateDecoder *decoder, BitInput &input, const DecodeStat
 }
 
 /* One symbol, whatever it is; false when out of input, or Error after a report. */
-bool decodeStep(FlateDecoder *decoder, BitInput &input, Output &out)
+bool decodeStep(FlateDecoder *decoder, BitInput &input, FlateOutput &out)
 {
     int32_t symbol = decodeSymbol(decoder, input, decoder->litlen);
     if (symbol < 0)
@@ -450,7 +292,7 @@ bool decodeStep(FlateDecoder *decoder, BitInput &input, Output &out)
 
 /* One piece of a stored block.  It is the greater half of what remains, however much input there
  * is: a piece is taken whole, and what the output has no room for has to wait in the window. */
-void copyStored(FlateDecoder *decoder, BitInput &input, Output &out)
+void copyStored(FlateDecoder *decoder, BitInput &input, FlateOutput &out)
 {
     int32_t piece = decoder->storedRemaining - decoder->storedRemaining / 2;
     size_t count = (size_t)std::min<ptrdiff_t>(piece, input.end - input.next);
@@ -473,12 +315,27 @@ inline size_t takeBits(uint64_t &bits, uint32_t &count, uint32_t n)
 /* The bits of the longest match must be there after one wide refill. */
 static_assert(FLATE_MAX_BITS + 5 + FLATE_MAX_BITS + 13 <= BITINPUT_WIDE_BITS);
 
+/* Takes the rest of a match behind its length symbol and copies it; false, with nothing written,
+ * when its distance is no code or it finds no room. */
+inline bool takeMatch(const FlateDecoder *decoder, int32_t symbol, uint64_t &bits, uint32_t &count,
+                      FlateOutput &out)
+{
+    FlateRange range = lengthTable[symbol - FLATE_FIRST_LENGTH];
+    size_t length = range.base + takeBits(bits, count, range.extraBits);
+    int32_t distSymbol = matchSymbol<true>(decoder->dist, bits, count);
+    if (distSymbol < 0 || length > flateRoom(out))
+        return false;
+    range = distTable[distSymbol];
+    copyMatch(decoder, out, length, range.base + takeBits(bits, count, range.extraBits));
+    return true;
+}
+
 /* Decodes symbols of a Huffman block as long as they are whole, known and find room.  Answers
  * whether there was one; the symbol that it stops at is untouched. */
-bool decodeRun(FlateDecoder *decoder, BitInput &input, Output &output)
+bool decodeRun(FlateDecoder *decoder, BitInput &input, FlateOutput &output)
 {
     BitInput in = input;
-    Output out = output;
+    FlateOutput out = output;
     bool any = false;
     while (in.end - in.next >= BITINPUT_WIDE_BYTES && out.next < out.end) {
         bitinput_refillWide(in);
@@ -487,19 +344,12 @@ bool decodeRun(FlateDecoder *decoder, BitInput &input, Output &output)
         int32_t symbol = matchSymbol<true>(decoder->litlen, bits, count);
         if (symbol < 0 || symbol > FLATE_LAST_LENGTH)
             break;
-        if (symbol < FLATE_END_OF_BLOCK) {
+        if (symbol < FLATE_END_OF_BLOCK)
             *out.next++ = (uint8_t)symbol;
-        } else if (symbol == FLATE_END_OF_BLOCK) {
+        else if (symbol == FLATE_END_OF_BLOCK)
             decoder->needBlockHeader = 1;
-        } else {
-            FlateRange range = lengthTable[symbol - FLATE_FIRST_LENGTH];
-            size_t length = range.base + takeBits(bits, count, range.extraBits);
-            symbol = matchSymbol<true>(decoder->dist, bits, count);
-            if (symbol < 0 || length > room(out))
-                break;
-            range = distTable[symbol];
-            copyMatch(decoder, out, length, range.base + takeBits(bits, count, range.extraBits));
-        }
+        else if (!takeMatch(decoder, symbol, bits, count, out))
+            break;
         in.bits = bits;
         in.count = count;
         any = true;
@@ -513,7 +363,7 @@ bool decodeRun(FlateDecoder *decoder, BitInput &input, Output &output)
 }
 
 /* Decodes until the input, the room or the stream ends; false when a block header is at fault. */
-bool decodeSteps(FlateDecoder *decoder, BitInput &input, Output &out)
+bool decodeSteps(FlateDecoder *decoder, BitInput &input, FlateOutput &out)
 {
     for (;;) {
         bool running = !decoder->needBlockHeader && decoder->huffmanBlock;
@@ -530,7 +380,7 @@ bool decodeSteps(FlateDecoder *decoder, BitInput &input, Output &out)
                 return true;
             }
         }
-        if (room(out) == 0 || bitinput_isEmpty(input))
+        if (flateRoom(out) == 0 || bitinput_isEmpty(input))
             return true;
         if (decoder->lastBlock && decoder->needBlockHeader)
             return true;
@@ -543,11 +393,11 @@ bool isStreamEnd(const FlateDecoder *decoder)
 }
 
 /* Decodes what the call can; false when a block header is at fault. */
-bool decodeCall(FlateDecoder *decoder, BitInput &input, Output &out)
+bool decodeCall(FlateDecoder *decoder, BitInput &input, FlateOutput &out)
 {
     if (decoder->pending > 0) {
         handOutPending(decoder, out);
-        if (isStreamEnd(decoder) || room(out) == 0)
+        if (isStreamEnd(decoder) || flateRoom(out) == 0)
             return true;
     }
     return decodeSteps(decoder, input, out);
@@ -594,7 +444,7 @@ int32_t FlateD_ToRaw(FlateDecoder *decoder, const uint8_t *in, int32_t inLen, ui
         return 0;
     }
 
-    Output output = {out, out, out + std::max(outMax, 0)};
+    FlateOutput output = {out, out, out + std::max(outMax, 0)};
     bool good = decodeCall(decoder, input, output);
     bitinput_giveBack(input);
     decoder->bitBuffer = (uint32_t)input.bits;

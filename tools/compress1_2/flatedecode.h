@@ -25,13 +25,13 @@ struct FlateCode {
 };
 
 /* A canonical code: start[L] entries have codes shorter than L bits, and the codes of one length
- * follow each other.  first[L] and count[L] say the same as entry start[L] and start[L + 1], at
- * hand for the loop that asks at every bit. */
+ * follow each other.  limit[L] is one more than the last code of L bits, or the first one when
+ * there is none; the code c below it has the entry offset[L] + c. */
 struct FlateTable {
     uint32_t start[FLATE_MAX_BITS + 2];
     const FlateCode *codes;
-    uint32_t first[FLATE_MAX_BITS + 1];
-    uint32_t count[FLATE_MAX_BITS + 1];
+    uint32_t limit[FLATE_MAX_BITS + 1];
+    uint32_t offset[FLATE_MAX_BITS + 1];
 };
 
 /* One decoder.  FlateD_Init makes it, its caller owns it, FlateD_Free ends it. */

@@ -88,15 +88,10 @@ int32_t dropSpace(uint8_t *bytes, int32_t count)
     return (int32_t)(std::remove_if(bytes, bytes + count, isSpaceByte) - bytes);
 }
 
-/* Fills the buffer as far as there is data.  With an error in errno not more than one byte is
- * read, and that is lost: the pass that follows ends the decoding. */
+/* Fills the buffer as far as there is data. */
 void fillBuffer(EncodedData &data)
 {
     while (data.fill < FILTER_BUFFER_BYTES && data.readSoFar < data.length) {
-        if (errno) {
-            fgetb(data.input);
-            return;
-        }
         int32_t wanted = std::min(FILTER_BUFFER_BYTES - data.fill, data.length - data.readSoFar);
         uint8_t *to = data.bytes + data.fill;
         int32_t count = readBytes(data.input, to, wanted);
@@ -149,6 +144,22 @@ void decode(ConverterInstance *inst, DecodingChain *chain, EncodedData &data, ZF
     report(inst, LINE_DATA_ENDED, SEVERITY_FAULT, "Stream data ended before its end-of-data mark.");
 }
 
+void copyDecoded(ConverterInstance *inst, const PdfStream *stream, int32_t count,
+                 const char *const *names, ZFile *output)
+{
+    /* A name that could not be read is null; that has been reported and stops the run. */
+    if (std::find(names, names + count, nullptr) != names + count)
+        return;
+    DecodingChain *chain = chainInit(inst, count, names);
+    if (!chain) {
+        report(inst, LINE_NO_CHAIN, SEVERITY_ERROR, "Can't create decoding chain.");
+        return;
+    }
+    EncodedData data = {inst->input, stream->length, isTextFilter(names[0]), 0, 0, {}};
+    decode(inst, chain, data, output);
+    chainFree(chain);
+}
+
 } // namespace
 
 void filter(ConverterInstance *inst, const PdfStream *stream, ZFile *output)
@@ -158,14 +169,9 @@ void filter(ConverterInstance *inst, const PdfStream *stream, ZFile *output)
     char **names = nullptr;
     int32_t count = CreateFilters(inst, stream->dict, &names);
     fputp(inst->input, stream->dataPosition);
-    if (count == 0) {
+    if (count == 0)
         copyUndecoded(inst, stream, output);
-    } else if (DecodingChain *chain = chainInit(inst, count, names)) {
-        EncodedData data = {inst->input, stream->length, isTextFilter(names[0]), 0, 0, {}};
-        decode(inst, chain, data, output);
-        chainFree(chain);
-    } else {
-        report(inst, LINE_NO_CHAIN, SEVERITY_ERROR, "Can't create decoding chain.");
-    }
+    else
+        copyDecoded(inst, stream, count, names, output);
     DestroyFilters(inst, names);
 }

@@ -1,0 +1,9 @@
+/*
+ * fuzz_asciihex.cpp - the ASCIIHex decoder against its plainly written counterpart
+ */
+#include "fuzz/fuzz_decoder.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    return fuzzDecoder(FAMILY_ASCIIHEX, data, size);
+}
