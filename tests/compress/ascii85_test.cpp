@@ -14,8 +14,7 @@ namespace {
 using Texts = std::vector<std::string>;
 using namespace std::string_literals;
 
-class ASCII85 : public ::testing::Test
-{
+class ASCII85 : public ::testing::Test {
   protected:
     /* One call with all of the data. */
     CallResult call(const std::string &data, size_t outMax = 100)

@@ -16,8 +16,7 @@ using Texts = std::vector<std::string>;
 const char *const WRONG_CHARACTER = "DECODE 3 CORDATA: Wrong character in hex stream";
 const char *const RESTART = "DECODE 4 BADENCODE: Cannot restart encoding.";
 
-class ASCIIHex : public ::testing::Test
-{
+class ASCIIHex : public ::testing::Test {
   protected:
     /* One call with all of the data. */
     CallResult call(const std::string &data, size_t outMax = 100)

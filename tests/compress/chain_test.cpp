@@ -20,17 +20,10 @@ using Names = std::vector<const char *>;
 
 constexpr int32_t BUFFER = FILTER_BUFFER_BYTES;
 
-class Chain : public ::testing::Test
-{
+class Chain : public ::testing::Test {
   protected:
-    Chain()
-    {
-        inst.controller = controller;
-    }
-    ~Chain() override
-    {
-        chainFree(chain);
-    }
+    Chain() { inst.controller = controller; }
+    ~Chain() override { chainFree(chain); }
 
     void open(const Names &names)
     {

@@ -22,8 +22,7 @@
 #include "tests/compress/plain_decoders.h"
 
 /* One decoder of the product, whatever its family. */
-class Decoder
-{
+class Decoder {
   public:
     virtual ~Decoder() = default;
     virtual int32_t toRaw(const uint8_t *in, int32_t inLen, uint8_t *out, int32_t outMax) = 0;
@@ -34,14 +33,10 @@ class Decoder
 
 template <class State, auto toRawCall, auto consumedCall, auto producedCall, auto isRunCall,
           auto isDoneCall, auto isErrorCall, auto freeCall>
-class DecoderOf : public Decoder
-{
+class DecoderOf : public Decoder {
   public:
     explicit DecoderOf(State *made) : decoder(made) {}
-    ~DecoderOf() override
-    {
-        freeCall(decoder);
-    }
+    ~DecoderOf() override { freeCall(decoder); }
     DecoderOf(const DecoderOf &) = delete;
     DecoderOf &operator=(const DecoderOf &) = delete;
 
@@ -49,14 +44,8 @@ class DecoderOf : public Decoder
     {
         return toRawCall(decoder, in, inLen, out, outMax);
     }
-    int32_t consumed() const override
-    {
-        return consumedCall(decoder);
-    }
-    int32_t produced() const override
-    {
-        return producedCall(decoder);
-    }
+    int32_t consumed() const override { return consumedCall(decoder); }
+    int32_t produced() const override { return producedCall(decoder); }
     uint32_t state() const override
     {
         return isErrorCall(decoder)  ? DECODER_ERROR

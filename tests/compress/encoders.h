@@ -18,8 +18,7 @@ std::string encodeASCIIHex(const std::string &data);
 std::string encodeLZW(const std::string &data, bool earlyChange = true, int maxBits = 12);
 
 /* Bits packed the first one highest, as LZW codes are. */
-class HighBitWriter
-{
+class HighBitWriter {
   public:
     /* The low `width` bits of the code. */
     void put(uint32_t code, int width);
@@ -32,8 +31,7 @@ class HighBitWriter
 };
 
 /* Bits packed the first one lowest, as in deflate. */
-class LowBitWriter
-{
+class LowBitWriter {
   public:
     /* A number: its lowest bit first. */
     void put(uint32_t value, int width);
@@ -42,10 +40,7 @@ class LowBitWriter
     void putCode(uint32_t code, int width);
 
     /* Zero bits up to the next whole byte. */
-    void align()
-    {
-        used = 8;
-    }
+    void align() { used = 8; }
 
     /* Bytes as they are, from the next whole byte on. */
     void putBytes(const std::string &raw);

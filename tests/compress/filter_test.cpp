@@ -26,8 +26,7 @@ const char *const NO_CHAIN = "ZOLAK:237 4 FILTER: Can't create decoding chain.";
 const char *const WRONG_HEX = "DECODE 3 CORDATA: Wrong character in hex stream";
 
 /* A stream with these dictionary entries and this data, and what filter makes of it. */
-class Filtered
-{
+class Filtered {
   public:
     Filtered(const std::string &entries, const std::string &data)
         : dictText("<< " + entries + " >>"), test(dictText + data)
@@ -36,10 +35,7 @@ class Filtered
         EXPECT_TRUE(dict);
         stream = {dict.release(), 0, (ValuePosition)dictText.size(), (int32_t)data.size()};
     }
-    ~Filtered()
-    {
-        freeDict(test.inst, stream.dict);
-    }
+    ~Filtered() { freeDict(test.inst, stream.dict); }
 
     /* What is written. */
     std::string run()
@@ -48,27 +44,17 @@ class Filtered
         return test.written();
     }
 
-    Texts reports()
-    {
-        return test.controller.takeTexts();
-    }
-    Texts reportsWithLines()
-    {
-        return test.controller.takeTextsWithLines();
-    }
+    Texts reports() { return test.controller.takeTexts(); }
+    Texts reportsWithLines() { return test.controller.takeTextsWithLines(); }
 
     std::string dictText;
     TestInstance test;
     PdfStream stream;
 };
 
-class Filter : public ::testing::Test
-{
+class Filter : public ::testing::Test {
   protected:
-    ~Filter() override
-    {
-        errno = 0;
-    }
+    ~Filter() override { errno = 0; }
 
     /* Runs a stream and holds its output and its reports (without lines) against these. */
     void expect(const std::string &entries, const std::string &data, const std::string &decoded,

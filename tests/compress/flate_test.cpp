@@ -63,8 +63,7 @@ std::string withoutTrailer(const std::string &stream)
     return stream.substr(0, stream.size() - 4);
 }
 
-class Flate : public ::testing::Test
-{
+class Flate : public ::testing::Test {
   protected:
     CallResult call(const std::string &data, size_t outMax = 100000)
     {
@@ -520,8 +519,7 @@ TEST_F(Flate, SymbolIsTakenWholeOrNotAtAll)
 
 /* The header of a dynamic block whose code lengths are sent as they are, without repeats: every
  * length from 0 to 15 has the four-bit code of its own number. */
-class DynamicHeader
-{
+class DynamicHeader {
   public:
     DynamicHeader(Last last, uint32_t litlenCodes, uint32_t distCodes)
     {
@@ -547,8 +545,7 @@ class DynamicHeader
 
 /* The same with repeats: lengths 0 and 1 have the codes 00 and 01, the repeats 16, 17 and 18 the
  * codes 10, 110 and 111. */
-class RepeatHeader
-{
+class RepeatHeader {
   public:
     RepeatHeader(Last last, uint32_t litlenCodes, uint32_t distCodes)
     {

@@ -30,8 +30,7 @@ std::string nineBits(std::initializer_list<uint32_t> codes)
     return writer.bytes;
 }
 
-class LZW : public ::testing::Test
-{
+class LZW : public ::testing::Test {
   protected:
     CallResult call(const std::string &data, size_t outMax = 100000)
     {

@@ -19,13 +19,9 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-class Memory : public ::testing::Test
-{
+class Memory : public ::testing::Test {
   protected:
-    ~Memory() override
-    {
-        successesLeft = ALWAYS;
-    }
+    ~Memory() override { successesLeft = ALWAYS; }
 
     RecordingController controller;
 };

@@ -95,9 +95,7 @@ std::string damage(std::string data, Random &random)
     return data;
 }
 
-class Pieces : public ::testing::TestWithParam<int>
-{
-};
+class Pieces : public ::testing::TestWithParam<int> {};
 
 TEST_P(Pieces, CutAtEveryByteGivesTheSameData)
 {

@@ -254,7 +254,9 @@ Range distRange(int symbol)
 
 } // namespace
 
-PlainFlate::PlainFlate() : window(32768, 0) {}
+PlainFlate::PlainFlate() : window(32768, 0)
+{
+}
 
 void PlainFlate::fail(const std::string &keyAndText)
 {

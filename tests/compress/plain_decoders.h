@@ -12,8 +12,7 @@
 #include <string>
 #include <vector>
 
-class PlainDecoder
-{
+class PlainDecoder {
   public:
     virtual ~PlainDecoder() = default;
     virtual int32_t toRaw(const uint8_t *in, int32_t inLen, uint8_t *out, int32_t outMax) = 0;
@@ -29,14 +28,12 @@ class PlainDecoder
     }
 };
 
-class PlainASCIIHex : public PlainDecoder
-{
+class PlainASCIIHex : public PlainDecoder {
   public:
     int32_t toRaw(const uint8_t *in, int32_t inLen, uint8_t *out, int32_t outMax) override;
 };
 
-class PlainASCII85 : public PlainDecoder
-{
+class PlainASCII85 : public PlainDecoder {
   public:
     int32_t toRaw(const uint8_t *in, int32_t inLen, uint8_t *out, int32_t outMax) override;
 
@@ -47,8 +44,7 @@ class PlainASCII85 : public PlainDecoder
     std::string group; /* decoded bytes to hand out */
 };
 
-class PlainLZW : public PlainDecoder
-{
+class PlainLZW : public PlainDecoder {
   public:
     explicit PlainLZW(int maxBits = 12);
     int32_t toRaw(const uint8_t *in, int32_t inLen, uint8_t *out, int32_t outMax) override;
@@ -70,8 +66,7 @@ class PlainLZW : public PlainDecoder
     std::string overflow; /* first byte first */
 };
 
-class PlainFlate : public PlainDecoder
-{
+class PlainFlate : public PlainDecoder {
   public:
     PlainFlate();
     int32_t toRaw(const uint8_t *in, int32_t inLen, uint8_t *out, int32_t outMax) override;

@@ -8,21 +8,14 @@
 
 #include "zelkov/control.h"
 
-class QuietController
-{
+class QuietController {
   public:
     QuietController() : controller(zelkov_create_inst(quietClass())) {}
-    ~QuietController()
-    {
-        zelkov_free_inst(controller);
-    }
+    ~QuietController() { zelkov_free_inst(controller); }
     QuietController(const QuietController &) = delete;
     QuietController &operator=(const QuietController &) = delete;
 
-    operator ZelkovController *() const
-    {
-        return controller;
-    }
+    operator ZelkovController *() const { return controller; }
 
   private:
     static ZelkovClass *quietClass()

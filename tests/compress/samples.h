@@ -11,18 +11,14 @@
 #include <string>
 
 /* A small generator of random numbers (xorshift), the same everywhere. */
-class Random
-{
+class Random {
   public:
     explicit Random(uint64_t seed) : state(seed * 0x9E3779B97F4A7C15 + 0xD1B54A32D192ED03) {}
 
     uint64_t next();
 
     /* 0 to limit - 1; limit is at least 1. */
-    size_t below(size_t limit)
-    {
-        return (size_t)(next() % limit);
-    }
+    size_t below(size_t limit) { return (size_t)(next() % limit); }
 
     /* A size from `low` to `high`, small ones as likely as large ones. */
     size_t size(size_t low, size_t high);

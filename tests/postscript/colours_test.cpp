@@ -39,8 +39,7 @@ TEST(Colours, SpacesByName)
     for (const char *space : {"DeviceGray", "DeviceRGB", "DeviceCMYK"})
         set.add(std::string("cs sets black in ") + space,
                 "1 0 0 rg 0 1 0 RG /" + std::string(space) + " cs /" + space + " CS" + SQUARES);
-    set.add("sc SC in DeviceGray",
-            "/DeviceGray cs 0.8 sc /DeviceGray CS 0.5 SC" + SQUARES);
+    set.add("sc SC in DeviceGray", "/DeviceGray cs 0.8 sc /DeviceGray CS 0.5 SC" + SQUARES);
     set.add("sc SC in DeviceRGB",
             "/DeviceRGB cs 0.8 0 0.2 sc /DeviceRGB CS 0.2 0.8 0 SC" + SQUARES);
     set.add("scn SCN in DeviceCMYK",
@@ -59,7 +58,8 @@ TEST(Colours, CieSpaces)
             spaces("/C [/CalGray " + white + "/Gamma 2.2 >>]"));
     set.add("CalRGB with its usual gamma and matrix",
             "/C cs 0.8 0.3 0.1 sc /C CS 0 0.5 1 SC" + SQUARES,
-            spaces("/C [/CalRGB " + white + "/Gamma [2.2 2.2 2.2] /Matrix [0.4124 0.2126 0.0193 "
+            spaces("/C [/CalRGB " + white +
+                   "/Gamma [2.2 2.2 2.2] /Matrix [0.4124 0.2126 0.0193 "
                    "0.3576 0.7152 0.1192 0.1805 0.0722 0.9505] >>]"));
     set.add("Lab", "/C cs 60 50 -30 sc /C CS 40 -40 40 SC" + SQUARES,
             spaces("/C [/Lab " + white + "/Range [-100 100 -100 100] >>]"));
@@ -67,8 +67,7 @@ TEST(Colours, CieSpaces)
             spaces("/C [/Lab " + white + ">>]"));
     set.addLike("a space that the interpreter refuses is the device space of its size",
                 "/C cs 1 0.5 0 sc /C CS 0 0 1 SC" + SQUARES,
-                spaces("/C [/CalRGB << /WhitePoint [0 0 0] >>]"),
-                "1 0.5 0 rg 0 0 1 RG" + SQUARES);
+                spaces("/C [/CalRGB << /WhitePoint [0 0 0] >>]"), "1 0.5 0 rg 0 0 1 RG" + SQUARES);
     set.expectRight();
 }
 
@@ -101,9 +100,8 @@ TEST(Colours, IndexedSpaces)
 /* A tint transform with 8-bit samples, two positions. */
 int tint(PdfBuilder *pdf, const std::string &range, const std::string &samples)
 {
-    return pdf->addStream("/FunctionType 0 /Domain [0 1] /Range [" + range +
-                              "] /Size [2] /BitsPerSample 8",
-                          samples);
+    return pdf->addStream(
+        "/FunctionType 0 /Domain [0 1] /Range [" + range + "] /Size [2] /BitsPerSample 8", samples);
 }
 
 TEST(Colours, SeparationSpaces)

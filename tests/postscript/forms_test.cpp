@@ -34,7 +34,8 @@ TEST(Forms, MatrixAndBox)
     int plain = form(&set.pdf, "1 0 0 rg 10 10 60 60 re f 10 w 20 20 60 60 re S");
     set.add("Do", "50 50 80 80 re S q 1 0 0 1 50 60 cm /Fm Do Q /Fm Do",
             xobjects("/Fm " + ref(plain)));
-    int turned = form(&set.pdf, "0 0 1 rg 0 0 80 30 re f", BOX + " /Matrix [0.7 0.7 -0.7 0.7 90 20]");
+    int turned =
+        form(&set.pdf, "0 0 1 rg 0 0 80 30 re f", BOX + " /Matrix [0.7 0.7 -0.7 0.7 90 20]");
     set.add("/Matrix", "/Fm Do", xobjects("/Fm " + ref(turned)));
     int clipped = form(&set.pdf, "0 0.5 0 rg 0 0 200 200 re f", " /BBox [30 40 120 160]");
     set.add("/BBox clips", "/Fm Do", xobjects("/Fm " + ref(clipped)));
@@ -55,8 +56,9 @@ TEST(Forms, TheGraphicsStateIsThePagesAndStaysItsOwn)
             "0 0 1 rg 5 w /Fm Do 120 20 60 60 re B 20 150 m 180 150 l S",
             xobjects("/Fm " + ref(inherits)));
     int unbalanced = form(&set.pdf, "Q Q Q 1 0 0 rg 10 10 80 80 re f");
-    set.add("too many Q do not reach the page", "q 0.5 0 0 0.5 0 0 cm /Fm Do 0 0 1 rg "
-                                                "120 120 200 200 re f Q",
+    set.add("too many Q do not reach the page",
+            "q 0.5 0 0 0.5 0 0 cm /Fm Do 0 0 1 rg "
+            "120 120 200 200 re f Q",
             xobjects("/Fm " + ref(unbalanced)));
     set.expectRight();
 }
@@ -67,9 +69,9 @@ TEST(Forms, ContentFindsTheResourcesOfItsForm)
     set.dpi = 216;
     int red = pixel(&set.pdf, "\xFF\x20\x20"), blue = pixel(&set.pdf, "\x20\x20\xFF");
     const std::string draw = "q 80 0 0 80 10 10 cm /Im Do Q";
-    int own = form(&set.pdf, draw,
-                   BOX + " /Resources << /XObject << /Im " + ref(red) + " >> >>");
-    int other = form(&set.pdf, draw, BOX + " /Resources << /XObject << /Im " + ref(blue) + " >> >>");
+    int own = form(&set.pdf, draw, BOX + " /Resources << /XObject << /Im " + ref(red) + " >> >>");
+    int other =
+        form(&set.pdf, draw, BOX + " /Resources << /XObject << /Im " + ref(blue) + " >> >>");
     const std::string all = "q 1 0 0 1 0 100 cm /Fm1 Do Q q 1 0 0 1 100 100 cm /Fm2 Do Q "
                             "q 80 0 0 80 60 10 cm /Im Do Q";
     int green = pixel(&set.pdf, "\x20\xA0\x20");

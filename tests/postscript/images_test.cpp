@@ -42,18 +42,21 @@ const std::string GRAY_DATA = bytes("00102030405060708090A0B0C0D0E0F0");
 
 /* 2 by 2: red, green, blue, orange. */
 const std::string COLOURS = "/Width 2 /Height 2 /BitsPerComponent 8 ";
-const std::string COLOUR_DATA = bytes("F02010" "20A030" "2030E0" "F0A010");
+const std::string COLOUR_DATA = bytes("F02010"
+                                      "20A030"
+                                      "2030E0"
+                                      "F0A010");
 
 /* 8 by 4 bits: a wedge. */
 const std::string BITS = "/Width 8 /Height 4 /BitsPerComponent 1 ";
 const std::string BIT_DATA = bytes("80C0F0FE");
 
 /* 16 by 16 pixels as JPEG: a checkerboard of 8 by 8 fields, gray and in colour. */
-const std::string GRAY_JPEG = bytes(
-    "ffd8ffe000104a46494600010100000100010000ffdb0043000d090a0b0a080d0b0a0b0e0e0d0f1320151312"
-    "1213271c1e17202e2931302e292d2c333a4a3e333646372c2d405741464c4e525352323e5a615a50604a5152"
-    "4fffc0000b080010001001011100ffc400160001010100000000000000000000000000080006ffc400141001"
-    "00000000000000000000000000000000ffda0008010100003f00c490887b7fffd9");
+const std::string GRAY_JPEG =
+    bytes("ffd8ffe000104a46494600010100000100010000ffdb0043000d090a0b0a080d0b0a0b0e0e0d0f1320151312"
+          "1213271c1e17202e2931302e292d2c333a4a3e333646372c2d405741464c4e525352323e5a615a50604a5152"
+          "4fffc0000b080010001001011100ffc400160001010100000000000000000000000000080006ffc400141001"
+          "00000000000000000000000000000000ffda0008010100003f00c490887b7fffd9");
 const std::string COLOUR_JPEG = bytes(
     "ffd8ffe000104a46494600010100000100010000ffdb0043000d090a0b0a080d0b0a0b0e0e0d0f1320151312"
     "1213271c1e17202e2931302e292d2c333a4a3e333646372c2d405741464c4e525352323e5a615a50604a5152"
@@ -83,27 +86,45 @@ TEST(Images, ColourSpacesAndDepths)
     PageSet set;
     set.add("8-bit gray", DRAW, image(&set, GRAYS, GRAY_DATA));
     set.add("8-bit RGB", DRAW, image(&set, COLOURS + "/ColorSpace /DeviceRGB", COLOUR_DATA));
-    set.add("8-bit CMYK", DRAW, image(&set, COLOURS + "/ColorSpace /DeviceCMYK",
-                                      bytes("0000FF00" "00000040" "000000A0" "00008000")));
+    set.add("8-bit CMYK", DRAW,
+            image(&set, COLOURS + "/ColorSpace /DeviceCMYK",
+                  bytes("0000FF00"
+                        "00000040"
+                        "000000A0"
+                        "00008000")));
     set.add("1 bit", DRAW, image(&set, BITS + "/ColorSpace /DeviceGray", BIT_DATA));
-    set.add("2 bits", DRAW, image(&set, "/Width 4 /Height 2 /BitsPerComponent 2 "
-                                        "/ColorSpace /DeviceGray", bytes("1BE4")));
-    set.add("4 bits", DRAW, image(&set, "/Width 4 /Height 2 /BitsPerComponent 4 "
-                                        "/ColorSpace /DeviceGray", bytes("048CF37B")));
+    set.add("2 bits", DRAW,
+            image(&set,
+                  "/Width 4 /Height 2 /BitsPerComponent 2 "
+                  "/ColorSpace /DeviceGray",
+                  bytes("1BE4")));
+    set.add("4 bits", DRAW,
+            image(&set,
+                  "/Width 4 /Height 2 /BitsPerComponent 4 "
+                  "/ColorSpace /DeviceGray",
+                  bytes("048CF37B")));
     set.add("a row ends in a byte of its own", DRAW,
             image(&set, "/Width 3 /Height 2 /BitsPerComponent 1 /ColorSpace /DeviceGray",
                   bytes("A040")));
     set.add("Indexed", DRAW,
-            image(&set, "/Width 4 /Height 2 /BitsPerComponent 2 /ColorSpace "
-                        "[/Indexed /DeviceRGB 3 <F0202020A0302030E0F0A010>]", bytes("1BE4")));
+            image(&set,
+                  "/Width 4 /Height 2 /BitsPerComponent 2 /ColorSpace "
+                  "[/Indexed /DeviceRGB 3 <F0202020A0302030E0F0A010>]",
+                  bytes("1BE4")));
     set.add("Indexed with 8 bits", DRAW,
-            image(&set, "/Width 2 /Height 2 /BitsPerComponent 8 /ColorSpace "
-                        "[/Indexed /DeviceRGB 3 <F0202020A0302030E0F0A010>]", bytes("03000102")));
+            image(&set,
+                  "/Width 2 /Height 2 /BitsPerComponent 8 /ColorSpace "
+                  "[/Indexed /DeviceRGB 3 <F0202020A0302030E0F0A010>]",
+                  bytes("03000102")));
     int tint = set.pdf.addStream("/FunctionType 0 /Domain [0 1] /Range [0 1] /Size [2] "
-                                 "/BitsPerSample 8", bytes("FF20"));
+                                 "/BitsPerSample 8",
+                                 bytes("FF20"));
     set.add("Separation", DRAW,
-            image(&set, "/Width 4 /Height 4 /BitsPerComponent 8 /ColorSpace "
-                        "[/Separation /Spot /DeviceGray " + ref(tint) + "]", GRAY_DATA));
+            image(&set,
+                  "/Width 4 /Height 4 /BitsPerComponent 8 /ColorSpace "
+                  "[/Separation /Spot /DeviceGray " +
+                      ref(tint) + "]",
+                  GRAY_DATA));
     const std::string palette = "[/Indexed /DeviceRGB 3 <F0202020A0302030E0F0A010>]";
     const std::string fields = "/Width 4 /Height 2 /BitsPerComponent 2 /ColorSpace ";
     std::string resources = image(&set, fields + "/CS0", bytes("1BE4"));
@@ -120,15 +141,18 @@ TEST(Images, DecodeAndInterpolate)
     set.add("/Decode of RGB", DRAW,
             image(&set, COLOURS + "/ColorSpace /DeviceRGB /Decode [0 0.5 1 0 0 1]", COLOUR_DATA));
     set.add("/Decode of Indexed", DRAW,
-            image(&set, "/Width 4 /Height 2 /BitsPerComponent 2 /Decode [3 0] /ColorSpace "
-                        "[/Indexed /DeviceRGB 3 <F0202020A0302030E0F0A010>]", bytes("1BE4")));
+            image(&set,
+                  "/Width 4 /Height 2 /BitsPerComponent 2 /Decode [3 0] /ColorSpace "
+                  "[/Indexed /DeviceRGB 3 <F0202020A0302030E0F0A010>]",
+                  bytes("1BE4")));
     set.addLike("/Decode of the wrong length does not count", DRAW,
                 image(&set, GRAYS + "/Decode [1 0 1 0]", GRAY_DATA), DRAW,
                 image(&set, GRAYS, GRAY_DATA));
     set.add("/Interpolate on an image that is scaled down", "q 30 0 0 30 80 80 cm /Im Do Q",
-            image(&set, "/Width 300 /Height 300 /BitsPerComponent 8 /Interpolate true "
-                        "/ColorSpace /DeviceGray", std::string(45000, '\x30') +
-                                                       std::string(45000, '\xC0')));
+            image(&set,
+                  "/Width 300 /Height 300 /BitsPerComponent 8 /Interpolate true "
+                  "/ColorSpace /DeviceGray",
+                  std::string(45000, '\x30') + std::string(45000, '\xC0')));
     set.expectRight();
 }
 
@@ -151,15 +175,14 @@ TEST(Images, EveryFilter)
 {
     PageSet set;
     auto add = [&set](const std::string &name, const std::string &entries,
-                      const std::string &data) {
-        set.add(name, DRAW, image(&set, entries, data));
-    };
+                      const std::string &data) { set.add(name, DRAW, image(&set, entries, data)); };
     add("ASCIIHex", GRAYS + "/Filter /ASCIIHexDecode", encodeASCIIHex(GRAY_DATA));
     add("ASCII85", GRAYS + "/Filter /ASCII85Decode", encodeASCII85(GRAY_DATA));
     add("LZW", GRAYS + "/Filter /LZWDecode", encodeLZW(GRAY_DATA));
     add("LZW with late code changes",
         "/Width 30 /Height 30 /BitsPerComponent 8 /ColorSpace /DeviceGray /Filter /LZWDecode "
-        "/DecodeParms << /EarlyChange 0 >>", [] {
+        "/DecodeParms << /EarlyChange 0 >>",
+        [] {
             std::string samples;
             for (int i = 0; i < 900; i++)
                 samples += (char)(i * i / 900);
@@ -170,31 +193,51 @@ TEST(Images, EveryFilter)
         bytes("03") + BIT_DATA + "\x80");
     add("two filters", GRAYS + "/Filter [/ASCII85Decode /FlateDecode]",
         encodeASCII85(deflated(GRAY_DATA)));
-    add("a PNG predictor", GRAYS + "/Filter /FlateDecode /DecodeParms << /Predictor 15 /Columns 4 "
-                                   ">>",
-        deflated(bytes("0000102030" "0240404040" "0180101010" "02404040" "40")));
-    add("a TIFF predictor", COLOURS + "/ColorSpace /DeviceRGB /Filter /FlateDecode /DecodeParms "
-                                      "[<< /Predictor 2 /Columns 2 /Colors 3 >>]",
-        deflated(bytes("F02010" "308020" "2030E0" "D07030")));
+    add("a PNG predictor",
+        GRAYS + "/Filter /FlateDecode /DecodeParms << /Predictor 15 /Columns 4 "
+                ">>",
+        deflated(bytes("0000102030"
+                       "0240404040"
+                       "0180101010"
+                       "02404040"
+                       "40")));
+    add("a TIFF predictor",
+        COLOURS + "/ColorSpace /DeviceRGB /Filter /FlateDecode /DecodeParms "
+                  "[<< /Predictor 2 /Columns 2 /Colors 3 >>]",
+        deflated(bytes("F02010"
+                       "308020"
+                       "2030E0"
+                       "D07030")));
     add("parameters of the second filter alone",
         GRAYS + "/Filter [/ASCIIHexDecode /FlateDecode] /DecodeParms [null << /Predictor 15 "
                 "/Columns 4 >>]",
-        encodeASCIIHex(deflated(bytes("0000102030" "0240404040" "0180101010" "02404040" "40"))));
-    add("DCT in gray", "/Width 16 /Height 16 /BitsPerComponent 8 /ColorSpace /DeviceGray /Filter "
-                       "/DCTDecode", GRAY_JPEG);
-    add("DCT in colour", "/Width 16 /Height 16 /BitsPerComponent 8 /ColorSpace /DeviceRGB /Filter "
-                         "/DCTDecode", COLOUR_JPEG);
-    add("DCT behind another filter", "/Width 16 /Height 16 /BitsPerComponent 8 /ColorSpace "
-                                     "/DeviceGray /Filter [/ASCIIHexDecode /DCTDecode]",
+        encodeASCIIHex(deflated(bytes("0000102030"
+                                      "0240404040"
+                                      "0180101010"
+                                      "02404040"
+                                      "40"))));
+    add("DCT in gray",
+        "/Width 16 /Height 16 /BitsPerComponent 8 /ColorSpace /DeviceGray /Filter "
+        "/DCTDecode",
+        GRAY_JPEG);
+    add("DCT in colour",
+        "/Width 16 /Height 16 /BitsPerComponent 8 /ColorSpace /DeviceRGB /Filter "
+        "/DCTDecode",
+        COLOUR_JPEG);
+    add("DCT behind another filter",
+        "/Width 16 /Height 16 /BitsPerComponent 8 /ColorSpace "
+        "/DeviceGray /Filter [/ASCIIHexDecode /DCTDecode]",
         encodeASCIIHex(GRAY_JPEG));
     const std::string fax = "/Width 16 /Height 16 /BitsPerComponent 1 /ColorSpace /DeviceGray "
                             "/Filter /CCITTFaxDecode /DecodeParms << /K -1 /Columns 16 ";
     add("CCITT", fax + ">>", faxRows(true));
     add("CCITT with /BlackIs1", fax + "/BlackIs1 true >>", faxRows(true));
     add("CCITT that ends with its rows", fax + "/EndOfBlock false /Rows 16 >>", faxRows(false));
-    add("CCITT in an array of one", "/Width 16 /Height 16 /BitsPerComponent 1 /ColorSpace "
-                                    "/DeviceGray /Filter [/CCITTFaxDecode] /DecodeParms [<< /K -1 "
-                                    "/Columns 16 >>]", faxRows(true));
+    add("CCITT in an array of one",
+        "/Width 16 /Height 16 /BitsPerComponent 1 /ColorSpace "
+        "/DeviceGray /Filter [/CCITTFaxDecode] /DecodeParms [<< /K -1 "
+        "/Columns 16 >>]",
+        faxRows(true));
     set.expectRight();
 }
 
@@ -212,7 +255,10 @@ TEST(Images, MissingSpacesFollowFromTheData)
     add("gray by the amount of data", gray, "DeviceGray", GRAY_DATA);
     add("RGB by the amount of data", COLOURS, "DeviceRGB", COLOUR_DATA);
     add("CMYK by the amount of data", COLOURS, "DeviceCMYK",
-        bytes("0000FF00" "00000040" "000000A0" "00008000"));
+        bytes("0000FF00"
+              "00000040"
+              "000000A0"
+              "00008000"));
     add("RGB by the amount of decoded data", COLOURS + "/Filter /FlateDecode ", "DeviceRGB",
         deflated(COLOUR_DATA));
     add("gray by the JPEG header", "/Width 16 /Height 16 /BitsPerComponent 8 /Filter /DCTDecode ",
@@ -222,13 +268,21 @@ TEST(Images, MissingSpacesFollowFromTheData)
     add("RGB by /Decode", COLOURS + "/Decode [0 1 0 1 0 1] ", "DeviceRGB", COLOUR_DATA);
     add("RGB by the predictor's /Colors",
         COLOURS + "/Filter /FlateDecode /DecodeParms << /Predictor 2 /Columns 2 /Colors 3 >> ",
-        "DeviceRGB", deflated(bytes("F02010" "308020" "2030E0" "D07030")));
+        "DeviceRGB",
+        deflated(bytes("F02010"
+                       "308020"
+                       "2030E0"
+                       "D07030")));
     set.addLike("JPEG data of another number of components than its space", DRAW,
-                image(&set, "/Width 16 /Height 16 /BitsPerComponent 8 /Filter /DCTDecode "
-                            "/ColorSpace /DeviceRGB", GRAY_JPEG),
+                image(&set,
+                      "/Width 16 /Height 16 /BitsPerComponent 8 /Filter /DCTDecode "
+                      "/ColorSpace /DeviceRGB",
+                      GRAY_JPEG),
                 DRAW,
-                image(&set, "/Width 16 /Height 16 /BitsPerComponent 8 /Filter /DCTDecode "
-                            "/ColorSpace /DeviceGray", GRAY_JPEG));
+                image(&set,
+                      "/Width 16 /Height 16 /BitsPerComponent 8 /Filter /DCTDecode "
+                      "/ColorSpace /DeviceGray",
+                      GRAY_JPEG));
     set.expectRight();
 }
 
@@ -241,15 +295,24 @@ TEST(Images, DamagedOnesPaintTheRowsTheyHave)
     const std::string cover = " 1 g 20 20 160 80 re f" + rest;
     set.addLike("truncated data", DRAW + cover, image(&set, GRAYS, GRAY_DATA.substr(0, 8)),
                 DRAW + cover, image(&set, GRAYS, GRAY_DATA));
-    set.addLike("damaged filter data", DRAW + cover, [&set] {
-        std::string samples(40000, '\x60');
-        std::string data = deflated(samples + std::string(40000, '\x90'));
-        data.resize(data.size() - 30);
-        return image(&set, "/Width 200 /Height 400 /BitsPerComponent 8 /ColorSpace /DeviceGray "
-                           "/Filter /FlateDecode", data);
-    }(), "q 160 0 0 160 20 20 cm 0.376 g 0 0.5 1 0.5 re f Q" + cover, "");
-    set.addLike("no width", DRAW + rest, image(&set, "/Height 4 /BitsPerComponent 8 /ColorSpace "
-                                                     "/DeviceGray", GRAY_DATA), rest, "");
+    set.addLike(
+        "damaged filter data", DRAW + cover,
+        [&set] {
+            std::string samples(40000, '\x60');
+            std::string data = deflated(samples + std::string(40000, '\x90'));
+            data.resize(data.size() - 30);
+            return image(&set,
+                         "/Width 200 /Height 400 /BitsPerComponent 8 /ColorSpace /DeviceGray "
+                         "/Filter /FlateDecode",
+                         data);
+        }(),
+        "q 160 0 0 160 20 20 cm 0.376 g 0 0.5 1 0.5 re f Q" + cover, "");
+    set.addLike("no width", DRAW + rest,
+                image(&set,
+                      "/Height 4 /BitsPerComponent 8 /ColorSpace "
+                      "/DeviceGray",
+                      GRAY_DATA),
+                rest, "");
     set.expectRight();
 }
 
@@ -263,26 +326,30 @@ TEST(InlineImages, KeysFiltersAndEnds)
     set.add("short names", place + "/W 4 /H 4 /BPC 8 /CS /G ID " + GRAY_DATA + end);
     set.add("RGB", place + "/W 2 /H 2 /BPC 8 /CS /RGB /I false ID " + COLOUR_DATA + end);
     set.add("CMYK", place + "/W 2 /H 2 /BPC 8 /CS /CMYK ID " +
-                        bytes("0000FF00" "00000040" "000000A0" "00008000") + end);
+                        bytes("0000FF00"
+                              "00000040"
+                              "000000A0"
+                              "00008000") +
+                        end);
     set.add("mask", "0 0.5 0 rg " + place + "/W 8 /H 4 /IM true /D [1 0] ID " + BIT_DATA + end);
     set.add("Indexed", place + "/W 4 /H 2 /BPC 2 /CS [/I /RGB 3 <F0202020A0302030E0F0A010>] ID " +
                            bytes("1BE4") + end);
-    set.add("AHx", place + "/W 4 /H 4 /BPC 8 /CS /G /F /AHx ID\n" + encodeASCIIHex(GRAY_DATA) +
-                       end);
+    set.add("AHx",
+            place + "/W 4 /H 4 /BPC 8 /CS /G /F /AHx ID\n" + encodeASCIIHex(GRAY_DATA) + end);
     set.add("A85 and Fl", place + "/W 4 /H 4 /BPC 8 /CS /G /F [/A85 /Fl] ID\n" +
                               encodeASCII85(deflated(GRAY_DATA)) + end);
     set.add("LZW", place + "/W 4 /H 4 /BPC 8 /CS /G /F /LZW ID " + encodeLZW(GRAY_DATA) + end);
-    set.add("RL", place + "/W 8 /H 4 /BPC 1 /CS /G /F /RL ID " + bytes("03") + BIT_DATA + "\x80" +
-                      end);
+    set.add("RL",
+            place + "/W 8 /H 4 /BPC 1 /CS /G /F /RL ID " + bytes("03") + BIT_DATA + "\x80" + end);
     set.add("CCF with parameters",
             place + "/W 16 /H 16 /BPC 1 /CS /G /F /CCF /DP << /K -1 /Columns 16 >> ID " +
                 faxRows(true) + end);
     set.add("DCT", place + "/W 16 /H 16 /BPC 8 /CS /RGB /F /DCT ID " + COLOUR_JPEG + end);
-    set.add("data that look like the end",
-            place + "/W 4 /H 4 /BPC 8 /CS /G ID " + bytes("00204549200A454920") +
-                bytes("80A0C0E0F01030") + end);
-    set.add("a space by its resource name", place + "/W 4 /H 2 /BPC 2 /CS /CS0 ID " +
-                                                bytes("1BE4") + end,
+    set.add("data that look like the end", place + "/W 4 /H 4 /BPC 8 /CS /G ID " +
+                                               bytes("00204549200A454920") +
+                                               bytes("80A0C0E0F01030") + end);
+    set.add("a space by its resource name",
+            place + "/W 4 /H 2 /BPC 2 /CS /CS0 ID " + bytes("1BE4") + end,
             "/Resources << /ColorSpace << /CS0 [/Indexed /DeviceRGB 3 "
             "<F0202020A0302030E0F0A010>] >> >>");
     set.expectRight();

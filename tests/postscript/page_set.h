@@ -18,7 +18,7 @@
 
 class PageSet {
   public:
-    /* A page of 200 by 200 points; `entries` go into the page dictionary ("/Resources << >>").  With
+    /* A page of 200 by 200 points; `entries` go into the page dictionary ("/Resources << >>"). With
      * a /Contents among them `content` does not count. */
     void add(const std::string &name, const std::string &content, const std::string &entries = "");
 
@@ -34,13 +34,13 @@ class PageSet {
     PdfBuilder pdf;          /* for objects that the pages use */
     bool levelThree = false; /* the pages need Level 3: no run without it */
     bool faultless = true;   /* no errors counted, no message of the converter above a notice */
-    int dpi = 108;           /* a multiple of 36 puts even coordinates between pixels; clips have hard
-                                edges, which count less at a higher resolution */
-    bool probe = true;       /* see PrintOptions */
+    int dpi = 108;     /* a multiple of 36 puts even coordinates between pixels; clips have hard
+                          edges, which count less at a higher resolution */
+    bool probe = true; /* see PrintOptions */
 
   private:
     struct Page {
-        std::string name, content, entries;         /* printed */
+        std::string name, content, entries; /* printed */
         std::string referenceContent, referenceEntries;
     };
     std::string document(bool reference);

@@ -15,16 +15,14 @@ TEST(Paths, EveryConstructionOperator)
     PageSet set;
     set.add("m l S", "4 w 20 20 m 180 60 l 60 180 l S");
     set.add("c", "4 w 20 20 m 20 180 180 180 180 20 c S");
-    set.add("v: the current point is the first control point",
-            "4 w 20 20 m 180 180 180 20 v S");
+    set.add("v: the current point is the first control point", "4 w 20 20 m 180 180 180 20 v S");
     set.add("y: the last point is the second control point", "4 w 20 20 m 20 180 180 100 y S");
     set.add("h joins the ends", "10 w 40 40 m 160 40 l 100 160 l h S");
     set.add("re", "6 w 40 60 120 80 re S");
     set.add("re with negative sizes", "6 w 160 140 -120 -80 re S");
     set.add("re that is a line", "6 w 40 60 120 0 re S 40 80 0 80 re S");
     set.add("re leaves its corner as the current point", "4 w 40 40 60 60 re 180 180 l S");
-    set.add("n paints nothing and ends the path",
-            "20 20 100 100 re n 4 w 100 100 m 180 180 l S");
+    set.add("n paints nothing and ends the path", "20 20 100 100 re n 4 w 100 100 m 180 180 l S");
     set.expectRight();
 }
 

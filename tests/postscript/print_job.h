@@ -10,9 +10,9 @@
 #include "tests/support/picture.h"
 
 struct PrintOptions {
-    bool strict = true;      /* the prolog's switch: the first error stops the job */
-    bool levelTwo = false;   /* Level 3 operators, filters and resources do not exist */
-    bool probe = true;       /* measure the stacks around each operator and at the end of a page */
+    bool strict = true;    /* the prolog's switch: the first error stops the job */
+    bool levelTwo = false; /* Level 3 operators, filters and resources do not exist */
+    bool probe = true;     /* measure the stacks around each operator and at the end of a page */
     int dpi = 108;
     std::string before;      /* PostScript that runs before the prolog */
     std::string afterProlog; /* and behind it, with the prolog's dictionary as the current one */

@@ -54,10 +54,12 @@ TEST(Text, StateOperators)
     add("the state survives ET", "5 Tc (One) Tj ET BT 20 80 Td (Two) Tj");
     add("q and Q between text objects",
         "(One) Tj ET q BT /F2 40 Tf 20 90 Td (Two) Tj ET Q BT 20 40 Td (Three) Tj");
-    add("colours of text", "1 0 0 rg (Red) Tj 0 -50 Td 0 0 1 rg (Blue) Tj 0 -50 Td 0.5 g (Gray) Tj");
+    add("colours of text",
+        "1 0 0 rg (Red) Tj 0 -50 Td 0 0 1 rg (Blue) Tj 0 -50 Td 0.5 g (Gray) Tj");
     set.add("strings in hexadecimal and with escapes",
             "BT /F1 24 Tf 20 150 Td <48656C6C6F> Tj 0 -40 Td (\\050par\\051 \\(en\\)) Tj 0 -40 Td "
-            "(two\\\nlines) Tj ET", FONTS);
+            "(two\\\nlines) Tj ET",
+            FONTS);
     add("a size of zero shows nothing", "(Seen) Tj /F1 0 Tf (unseen) Tj /F1 22 Tf (too) Tj");
     set.expectRight();
 }
@@ -74,8 +76,10 @@ TEST(Text, AllRenderModes)
                     "0 0.6 0 rg 0 90 200 40 re f Q 170 5 25 25 re f",
                 FONTS);
     }
-    set.add("invisible text moves on", "BT /F1 30 Tf 20 100 Td 5 Tc 10 Tw 3 Tr (a b) Tj 0 Tr (c) Tj "
-                                       "ET", FONTS);
+    set.add("invisible text moves on",
+            "BT /F1 30 Tf 20 100 Td 5 Tc 10 Tw 3 Tr (a b) Tj 0 Tr (c) Tj "
+            "ET",
+            FONTS);
     set.add("a clip of several strings",
             "BT /F2 120 Tf 7 Tr 20 100 Td (I) Tj 80 -70 Td (L) Tj ET 1 0 0 rg 0 0 200 200 re f",
             FONTS);

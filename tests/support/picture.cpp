@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int DIFFERENT = 48;     /* of 255, in one channel of a smoothed pixel */
+constexpr int DIFFERENT = 48; /* of 255, in one channel of a smoothed pixel */
 constexpr double AREA_OK = 0.01;
 constexpr double INK_OK = 0.25;
 constexpr int SIZE_TOLERANCE = 2; /* pixels */
@@ -54,8 +54,8 @@ Smooth smoothed(const Picture &p, int dx, int dy)
             float sum[3] = {};
             for (int j = 0; j < 2; j++)
                 for (int i = 0; i < 2; i++)
-                    addAround(p, std::min(2 * x + i, p.width - 1), std::min(2 * y + j, p.height - 1),
-                              dx, dy, sum);
+                    addAround(p, std::min(2 * x + i, p.width - 1),
+                              std::min(2 * y + j, p.height - 1), dx, dy, sum);
             for (float channel : sum)
                 s.rgb.push_back(channel / 36);
         }
@@ -160,9 +160,9 @@ std::vector<Picture> renderPdf(const std::string &bytes, int dpi)
 {
     ScratchDirectory directory;
     directory.write("in.pdf", bytes);
-    ProgramResult result = runProgram({"mutool", "draw", "-q", "-c", "rgb", "-r",
-                                       std::to_string(dpi), "-o", directory / "p-%d.ppm",
-                                       directory / "in.pdf"});
+    ProgramResult result =
+        runProgram({"mutool", "draw", "-q", "-c", "rgb", "-r", std::to_string(dpi), "-o",
+                    directory / "p-%d.ppm", directory / "in.pdf"});
     EXPECT_EQ(result.status, 0) << result.err;
     std::vector<Picture> pages;
     for (int page = 1; fileExists(directory / ("p-" + std::to_string(page) + ".ppm")); page++)

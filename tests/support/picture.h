@@ -14,7 +14,10 @@ struct Picture {
     int height = 0;
     std::vector<uint8_t> rgb; /* 3 * width * height bytes */
 
-    const uint8_t *at(int x, int y) const { return &rgb[3 * ((size_t)y * (size_t)width + (size_t)x)]; }
+    const uint8_t *at(int x, int y) const
+    {
+        return &rgb[3 * ((size_t)y * (size_t)width + (size_t)x)];
+    }
 };
 
 /* A binary PPM (P6) or PGM (P5) file; the test fails when it is none. */

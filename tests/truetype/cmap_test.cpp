@@ -15,14 +15,8 @@ using Texts = std::vector<std::string>;
 /* A font record with a glyph table, and readCmap on it. */
 class ReadCmap : public testing::Test {
   protected:
-    ReadCmap()
-    {
-        font.zone = zcreate(0);
-    }
-    ~ReadCmap() override
-    {
-        zdelete(font.zone);
-    }
+    ReadCmap() { font.zone = zcreate(0); }
+    ~ReadCmap() override { zdelete(font.zone); }
 
     void read(const std::string &cmap, int32_t glyphCount = 300)
     {
@@ -40,10 +34,7 @@ class ReadCmap : public testing::Test {
         return codes;
     }
 
-    Texts reports()
-    {
-        return instance.controller.takeTextsWithLines();
-    }
+    Texts reports() { return instance.controller.takeTextsWithLines(); }
 
     RecordedInstance instance;
     TTFont font = {};

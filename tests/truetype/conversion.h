@@ -17,14 +17,8 @@ class RecordedInstance {
     RecordedInstance(const RecordedInstance &) = delete;
     RecordedInstance &operator=(const RecordedInstance &) = delete;
 
-    operator ZelkovInstance *() const
-    {
-        return instance;
-    }
-    bool stopped() const
-    {
-        return control_stopped(controller);
-    }
+    operator ZelkovInstance *() const { return instance; }
+    bool stopped() const { return control_stopped(controller); }
 
     RecordingController controller;
 

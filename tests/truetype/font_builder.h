@@ -20,14 +20,8 @@ class FontBytes {
     FontBytes &text(const std::string &bytes);
     FontBytes &zeros(size_t count);
 
-    size_t size() const
-    {
-        return bytes.size();
-    }
-    operator std::string() const
-    {
-        return bytes;
-    }
+    size_t size() const { return bytes.size(); }
+    operator std::string() const { return bytes; }
 
     std::string bytes;
 };
