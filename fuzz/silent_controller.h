@@ -13,12 +13,16 @@
 #include "zelkov/control.h"
 
 inline bool silentStopped;
+inline ZelkovInstance *silentListener; /* is told of the stop, when there is one */
 
 inline void silentReport(ZelkovInstance *, const char *, const char *, int, int32_t severity,
                          const char *, const char *, va_list)
 {
-    if (severity == SEVERITY_ERROR)
-        silentStopped = true;
+    if (severity != SEVERITY_ERROR)
+        return;
+    silentStopped = true;
+    if (silentListener)
+        instanceMethod<SLOT_LISTEN>(silentListener)(silentListener, MESSAGE_STOP);
 }
 
 inline bool silentIsStopped(const ZelkovInstance *)

@@ -67,7 +67,7 @@ std::string packed(const Sampled &f)
         for (int bit = f.bits - 1; bit >= 0; bit--) {
             if (filled == 0)
                 bytes += '\0';
-            bytes.back() = (char)(bytes.back() << 1 | (sample >> bit & 1));
+            bytes.back() = (char)(bytes.back() << 1 | (int)(sample >> bit & 1));
             filled = (filled + 1) % 8;
         }
     if (filled)

@@ -248,6 +248,9 @@ TEST(Function1, TheFirstFailureInTheOrderOfTheKeysEndsIt)
                             "/Range [0 1]")
                   .reports,
               INVALID1);
+    Written w = writeFunction("/FunctionType 0 /BitsPerSample 8 /Size [(4)] /Domain [0 1]");
+    ASSERT_EQ(w.reports.size(), 1U);
+    EXPECT_TRUE(w.reports[0].ends_with(" 4 NONUMBER: Couldn't read number from PDF file."));
 }
 
 TEST(Function1, OptionalKeysMayBeThereAndChangeNothing)

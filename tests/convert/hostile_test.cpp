@@ -5,6 +5,7 @@
  * sanitizers the same test finds what a plain run survives.  The conversion is called in the
  * test's own process: there are some thousand damaged files.
  */
+#include <algorithm>
 #include <cstdio>
 #include <gtest/gtest.h>
 
@@ -57,7 +58,9 @@ TEST_F(Hostile, TheSampleItselfIsGood)
         auto reports = convertHere(directory, sampleDocument(), decode);
         for (const RecordedReport &r : reports)
             EXPECT_LT(r.severity, 3) << r.text;
-        EXPECT_EQ(reports.back().text, "Processing page 2");
+        EXPECT_EQ(std::count_if(reports.begin(), reports.end(),
+                                [](const RecordedReport &r) { return r.key == "PAGE"; }),
+                  2);
     }
 }
 

@@ -4,39 +4,106 @@
 #include "tests/support/sample_document.h"
 
 #include "tests/support/pdf_builder.h"
+#include "tests/truetype/font_builder.h"
+
+namespace {
+
+std::string hex(const std::string &bytes)
+{
+    constexpr char DIGITS[] = "0123456789ABCDEF";
+    std::string text;
+    for (unsigned char byte : bytes) {
+        text += DIGITS[byte >> 4];
+        text += DIGITS[byte & 15];
+    }
+    return text + ">";
+}
+
+/* A triangle, and a glyph that is made of two of them. */
+std::string smallFont()
+{
+    FontBuilder font;
+    font.names = {".notdef", "A", "B"};
+    font.advances = {500, 600, 700};
+    font.glyphs = {"", simpleGlyph({{{0, 0, ON}, {90, 0, OFF}, {50, 80, ON}}}),
+                   compositeGlyph({{2, 1, 0, 0}, {2, 1, 10, 20}})};
+    font.replaced["cmap"] = cmapTable({{3, 1, cmapFormat4({{65, 66, -64}})}});
+    return font.build();
+}
+
+/* The page's content, compressed: lines, and a match among them. */
+constexpr char FLATE_CONTENT[] = "78DA2B543000C25C054B20CC4121831502B90062E60647>";
+
+int addImages(PdfBuilder &pdf)
+{
+    int palette = pdf.addStream("/Filter [/ASCIIHexDecode]", "00 11 22 FF EE DD>");
+    int inStream = pdf.add("[/Indexed /DeviceRGB 1 " + ref(palette) + "]");
+    int mask = pdf.addStream("/Subtype /Image /ImageMask true /Width 8 /Height 1 /Filter "
+                             "/CCITTFaxDecode /DecodeParms << /K -1 /Columns 8 >>",
+                             "\x26\x80");
+    int image = pdf.addStream("/Subtype /Image /Width 2 /Height 1 /BitsPerComponent 8 "
+                              "/ColorSpace [/Indexed /DeviceRGB 1 <000000FFFFFF>] /Decode [0 1]",
+                              "\x01\x02");
+    return pdf.add("<< /Im " + ref(image) + " /Ma " + ref(mask) + " /Fm " +
+                   ref(pdf.addStream("/Type /XObject /Subtype /Form /BBox [0 0 1 1] /Matrix "
+                                     "[1 0 0 1 0 0] /Resources << /ColorSpace << /C1 " +
+                                         ref(inStream) + " >> >>",
+                                     "n")) +
+                   " >>");
+}
+
+int addState(PdfBuilder &pdf)
+{
+    int function = pdf.addStream("/FunctionType 0 /BitsPerSample 8 /Size [2] /Domain [0 1] "
+                                 "/Range [0 1]",
+                                 "\x01\xFE");
+    int threshold = pdf.addStream("/HalftoneType 6 /Width 2 /Height 1", "\x40\x80");
+    return pdf.add("<< /Type /ExtGState /OP true /TR [/Identity " + ref(function) +
+                   "] /HT << /HalftoneType 5 /Default << /HalftoneType 1 /Frequency 60.5 /Angle 45 "
+                   "/SpotFunction /SimpleDot >> /Black " +
+                   ref(threshold) + " >> >>");
+}
+
+int addFonts(PdfBuilder &pdf)
+{
+    int glyph = pdf.addStream("", "500 0 d0 0 0 m f\n");
+    int type3 = pdf.add("<< /Type /Font /Subtype /Type3 /FontMatrix [.001 0 0 .001 0 0] "
+                        "/FontBBox [0 0 1 1] /Encoding << /Differences [65 /a] >> /CharProcs << "
+                        "/a " +
+                        ref(glyph) + " >> >>");
+    int plain = pdf.add("<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /FirstChar 32 "
+                        "/LastChar 33 /Widths [278 278.5] /Encoding /WinAnsiEncoding >>");
+    int program = pdf.addStream("/Length1 3 /Length2 1 /Length3 0", "%!\n\x80");
+    int compact = pdf.addStream("/Subtype /Type1C", "\x01");
+    int trueType = pdf.addStream("/Filter /ASCIIHexDecode", hex(smallFont()));
+    auto embedded = [&pdf](const char *subtype, const char *key, int file) {
+        return ref(pdf.add(std::string("<< /Subtype ") + subtype +
+                           " /BaseFont /Em /FontDescriptor << " + key + " " + ref(file) +
+                           " >> >>"));
+    };
+    return pdf.add("<< /F1 " + ref(plain) + " /T3 " + ref(type3) + " /E1 " +
+                   embedded("/Type1", "/FontFile", program) + " /E2 " +
+                   embedded("/TrueType", "/FontFile2", trueType) + " /E3 " +
+                   embedded("/Type1", "/CharSet (/a) /FontFile3", compact) + " >>");
+}
+
+} // namespace
 
 std::string sampleDocument()
 {
     PdfBuilder pdf;
     int length = pdf.add("8");
     int content = pdf.add("<< /Length " + ref(length) + " >>\nstream\n0 0 m S \nendstream");
-    int hex = pdf.addStream("/Filter /ASCIIHexDecode", "51 20 710A>");
-    int form =
-        pdf.addStream("/Type /XObject /Subtype /Form /BBox [0 0 1 1] /Matrix [1 0 0 1 0 0]", "n");
-    int image = pdf.addStream("/Subtype /Image /Width 2 /Height 1 /BitsPerComponent 8 "
-                              "/ColorSpace [/Indexed /DeviceRGB 1 <000000FFFFFF>] /Decode [0 1]",
-                              "\x01\x02");
-    int function = pdf.addStream("/FunctionType 0 /BitsPerSample 8 /Size [2] /Domain [0 1] "
-                                 "/Range [0 1]",
-                                 "\x01\xFE");
-    int state = pdf.add("<< /Type /ExtGState /OP true /TR [/Identity " + ref(function) +
-                        "] /HT << /HalftoneType 1 /Frequency 60.5 /Angle 45 /SpotFunction "
-                        "/SimpleDot >> >>");
-    int glyph = pdf.addStream("", "500 0 d0 0 0 m f\n");
-    int type3 = pdf.add("<< /Type /Font /Subtype /Type3 /FontMatrix [.001 0 0 .001 0 0] "
-                        "/FontBBox [0 0 1 1] /Encoding << /Differences [65 /a] >> /CharProcs << "
-                        "/a " +
-                        ref(glyph) + " >> >>");
-    int font = pdf.add("<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /FirstChar 32 "
-                       "/LastChar 33 /Widths [278 278.5] /Encoding /WinAnsiEncoding >>");
-    pdf.rootEntries = "/MediaBox [0 0 100 200] /Rotate 90 /Resources << /ProcSet [/PDF] /XObject "
-                      "<< /Fm " +
-                      ref(form) + " /Im " + ref(image) + " >> /Font << /F1 " + ref(font) + " /T3 " +
-                      ref(type3) + " >> /ExtGState << /GS " + ref(state) +
-                      " >> /ColorSpace << /C0 [/CalRGB << /WhitePoint [.95 1 1.09] >>] >> >>";
-    int first = pdf.addPage("/Contents [" + ref(content) + " " + ref(hex) + "]");
-    pdf.addPage("/CropBox [10 10 90 90] /Contents " + ref(content) +
+    int packed = pdf.addStream("/Filter [/ASCIIHexDecode /FlateDecode]", FLATE_CONTENT);
+    int lzw = pdf.addStream("/Filter /LZWDecode", "\x80\x0B\x60\x50\x22\x0C\x0C\x85\x01");
+    pdf.rootEntries = "/MediaBox [0 0 100 200] /Rotate 90 /Resources << /ProcSet [/PDF] /XObject " +
+                      ref(addImages(pdf)) + " /Font " + ref(addFonts(pdf)) + " /ExtGState << /GS " +
+                      ref(addState(pdf)) +
+                      " >> /ColorSpace << /C0 [/CalRGB << /WhitePoint [.95 1 1.09] >>] /C2 "
+                      "[/Pattern /DeviceRGB] >> >>";
+    int first = pdf.addPage("/Contents [" + ref(content) + " " + ref(packed) + "]");
+    pdf.addPage("/CropBox [10 10 90 90] /Contents " + ref(lzw) +
                 " /Extra [true false null (a\\)b\\101) <414> /N#20 -1 +2.5 .5 << /D << >> >>]");
     return pdf.buildWithUpdate({{first, "<< /Type /Page /Parent 2 0 R /Rotate 0 /Contents [" +
-                                            ref(content) + " " + ref(hex) + "] >>"}});
+                                            ref(content) + " " + ref(packed) + "] >>"}});
 }

@@ -57,7 +57,7 @@ TEST(Allocation, EachFailureIsReportedOnceAndNothingIsWritten)
     std::multiset<int> lines;
     for (int n = 0;; n++) {
         allocationsLeft = n;
-        Conversion conversion = convertFont(font);
+        FontConversion conversion = convertFont(font);
         bool failed = allocationsLeft < 0;
         allocationsLeft = -1;
         if (!failed) {

@@ -510,14 +510,14 @@ TEST(Encoding, SymbolFontsPrintCodesAndUnicodeFontsCharacters)
     font.names = {".notdef", "a", "b", "c"};
     font.replaced["cmap"] =
         symbolCmap({{0xF005, 0xF005, 1 - 0xF005}, {0x1234, 0x1234, 2 - 0x1234}});
-    Conversion symbol = convertFont(font.build());
+    FontConversion symbol = convertFont(font.build());
     EXPECT_TRUE(hasLine(symbol, "/.notdef { % 0 - 0xffff"));
     EXPECT_TRUE(hasLine(symbol, "/a { % 1 - 0x05"));
     EXPECT_TRUE(hasLine(symbol, "/b { % 2 - 0x1234"));
     EXPECT_TRUE(hasLine(symbol, "/.notdef /a /.notdef /.notdef % 0x4"));
 
     font.replaced["cmap"] = unicodeCmap({{5, 5, 1 - 5}, {0xABCD, 0xABCD, 2 - 0xABCD}});
-    Conversion unicode = convertFont(font.build());
+    FontConversion unicode = convertFont(font.build());
     EXPECT_TRUE(hasLine(unicode, "/.notdef { % 0 - U+ffff"));
     EXPECT_TRUE(hasLine(unicode, "/a { % 1 - U+0005"));
     EXPECT_TRUE(hasLine(unicode, "/b { % 2 - U+abcd"));
@@ -529,7 +529,7 @@ TEST(Encoding, AGlyphPastTheLastStandsInTheEncodingByItsName)
     font.glyphs.assign(2, "");
     font.replaced["post"] = postHeader(1, 0);
     font.replaced["cmap"] = unicodeCmap({{'A', 'A', 2 - 'A'}});
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_EQ(encodingNames(conversion)['A'], "CR");
     EXPECT_EQ(glyphNames(conversion), (Texts{".notdef", ".null"}));
 }

@@ -30,7 +30,7 @@ const std::string UNCHANGED =
 /* The bracketed part of the only component's matrix. */
 std::string matrixOf(const GlyphComponent &component)
 {
-    Conversion conversion = convertFont(fontOf({component}).build());
+    FontConversion conversion = convertFont(fontOf({component}).build());
     EXPECT_EQ(conversion.reports, Texts{});
     std::string path = glyphPath(conversion, "c");
     size_t start = path.find('[');
@@ -104,7 +104,7 @@ TEST(Composite, OfSeveralTransformsTheSimplestCounts)
 
 TEST(Composite, FlagsArePrintedWhole)
 {
-    Conversion conversion = convertFont(fontOf({{0xFF17, 1, 0, 0}}).build());
+    FontConversion conversion = convertFont(fontOf({{0xFF17, 1, 0, 0}}).build());
     EXPECT_TRUE(hasLine(conversion, "% flags ff17 glyph dot"));
 }
 
@@ -132,7 +132,7 @@ TEST(Composite, ANestedCompositeIsReportedAndNotDrawn)
     FontBuilder font = fontOf({{WORDS, 2, 0, 0}, {WORDS, 1, 0, 0}});
     font.glyphs.push_back(compositeGlyph({{WORDS, 1, 0, 0}}));
     font.names.push_back("inner");
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_EQ(glyphPath(conversion, "c"), "% flags 21 glyph inner\n" + UNCHANGED +
                                               "\n"
                                               "%Composite glyph c refers to composite glyph inner\n"
@@ -146,7 +146,7 @@ TEST(Composite, ANestedCompositeIsReportedAndNotDrawn)
 
 TEST(Composite, AGlyphThatRefersToItselfIsANestedComposite)
 {
-    Conversion conversion = convertFont(fontOf({{WORDS, 0, 0, 0}}).build());
+    FontConversion conversion = convertFont(fontOf({{WORDS, 0, 0, 0}}).build());
     EXPECT_EQ(conversion.reports,
               Texts{"ZOLAK:883 3 TTFONT: Composite glyph c refers to composite glyph c"});
 }
@@ -156,7 +156,7 @@ TEST(Composite, AnEmptyComponentIsReportedAndNotDrawn)
     FontBuilder font = fontOf({{WORDS, 2, 0, 0}});
     font.glyphs.push_back("");
     font.names.push_back("space");
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_EQ(glyphProcedure(conversion, "c"),
               "/c { % 0 - 0x00\n"
               "500 0 -1 -2 3 4 setcachedevice\n"
@@ -181,7 +181,7 @@ TEST(Composite, AnEmptyGlyphByItselfDrawsNoReport)
 TEST(Composite, AComponentBeyondTheGlyphTableIsUnknown)
 {
     FontBuilder font = fontOf({{WORDS, 65535, 0, 0}});
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_TRUE(hasLine(conversion, "% flags 1 glyph UNKN"));
     EXPECT_EQ(conversion.reports,
               Texts{"ZOLAK:869 3 TTFONT: Composite glyph c refers to non-existent glyph UNKN"});

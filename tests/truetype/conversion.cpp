@@ -39,7 +39,7 @@ RecordedInstance::~RecordedInstance()
     zelkov_free_inst(instance);
 }
 
-Conversion convertFont(const std::string &font)
+FontConversion convertFont(const std::string &font)
 {
     ScratchDirectory scratch;
     RecordedInstance instance;
@@ -53,7 +53,7 @@ Conversion convertFont(const std::string &font)
     return {readFile(path), instance.controller.takeTextsWithLines(), instance.stopped()};
 }
 
-std::string glyphProcedure(const Conversion &conversion, const std::string &name)
+std::string glyphProcedure(const FontConversion &conversion, const std::string &name)
 {
     size_t start = conversion.text.find("\n/" + name + " { % ");
     if (start == std::string::npos)
@@ -64,7 +64,7 @@ std::string glyphProcedure(const Conversion &conversion, const std::string &name
     return conversion.text.substr(start + 1, end + strlen(PROCEDURE_END) - start - 1);
 }
 
-std::string glyphPath(const Conversion &conversion, const std::string &name)
+std::string glyphPath(const FontConversion &conversion, const std::string &name)
 {
     std::string procedure = glyphProcedure(conversion, name);
     size_t start = procedure.find("setcachedevice\n");
@@ -75,7 +75,7 @@ std::string glyphPath(const Conversion &conversion, const std::string &name)
     return procedure.substr(start, end - start);
 }
 
-std::vector<std::string> encodingNames(const Conversion &conversion)
+std::vector<std::string> encodingNames(const FontConversion &conversion)
 {
     std::vector<std::string> names;
     size_t start = conversion.text.find("/Encoding [\n");
@@ -91,7 +91,7 @@ std::vector<std::string> encodingNames(const Conversion &conversion)
     return names;
 }
 
-std::vector<std::string> glyphNames(const Conversion &conversion)
+std::vector<std::string> glyphNames(const FontConversion &conversion)
 {
     std::vector<std::string> names;
     for (const std::string &line : linesOf(conversion.text)) {
@@ -102,7 +102,7 @@ std::vector<std::string> glyphNames(const Conversion &conversion)
     return names;
 }
 
-bool hasLine(const Conversion &conversion, const std::string &line)
+bool hasLine(const FontConversion &conversion, const std::string &line)
 {
     return ("\n" + conversion.text).find("\n" + line + "\n") != std::string::npos;
 }

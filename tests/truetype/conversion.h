@@ -26,29 +26,29 @@ class RecordedInstance {
     ZelkovInstance *instance;
 };
 
-struct Conversion {
+struct FontConversion {
     std::string text;
     std::vector<std::string> reports; /* "ZOLAK:604 4 TTFONT: text" */
     bool stopped;
 };
 
 /* Converts the font file that `font` holds. */
-Conversion convertFont(const std::string &font);
+FontConversion convertFont(const std::string &font);
 
 /* The lines of the glyph procedure of that name, from its opening to " } bind def", each with its
  * line end; empty when there is none. */
-std::string glyphProcedure(const Conversion &conversion, const std::string &name);
+std::string glyphProcedure(const FontConversion &conversion, const std::string &name);
 
 /* The same without the opening, the setcachedevice line, "fill" and the end: the path alone. */
-std::string glyphPath(const Conversion &conversion, const std::string &name);
+std::string glyphPath(const FontConversion &conversion, const std::string &name);
 
 /* The 256 names of the encoding. */
-std::vector<std::string> encodingNames(const Conversion &conversion);
+std::vector<std::string> encodingNames(const FontConversion &conversion);
 
 /* The names of the glyph procedures, in their order. */
-std::vector<std::string> glyphNames(const Conversion &conversion);
+std::vector<std::string> glyphNames(const FontConversion &conversion);
 
 /* Does the text hold that line? */
-bool hasLine(const Conversion &conversion, const std::string &line);
+bool hasLine(const FontConversion &conversion, const std::string &line);
 
 #endif

@@ -36,7 +36,7 @@ const GlyphBox BOX = {-1, -2, 3, 4};
 
 void expectDamaged(const std::string &glyph)
 {
-    Conversion conversion = convertFont(fontOf(glyph).build());
+    FontConversion conversion = convertFont(fontOf(glyph).build());
     EXPECT_EQ(glyphProcedure(conversion, "g"), WITHOUT_PATH);
     EXPECT_EQ(conversion.reports, DAMAGED);
     EXPECT_TRUE(hasLine(conversion, "%%%%EndFont"));
@@ -56,15 +56,15 @@ TEST(DamagedGlyph, ContoursMustRise)
 
 TEST(DamagedGlyph, TwoThousandPointsAreTheMost)
 {
-    Conversion most = convertFont(fontOf(pointHeap(2000)).build());
+    FontConversion most = convertFont(fontOf(pointHeap(2000)).build());
     EXPECT_EQ(most.reports, Texts{});
     std::string path = glyphPath(most, "g");
     EXPECT_EQ(std::count(path.begin(), path.end(), '\n'), 2000 + 3); /* closepath, long glyph */
 
-    Conversion more = convertFont(fontOf(pointHeap(2001)).build());
+    FontConversion more = convertFont(fontOf(pointHeap(2001)).build());
     EXPECT_EQ(glyphPath(more, "g"), "");
     EXPECT_EQ(more.reports, DAMAGED);
-    Conversion all = convertFont(fontOf(pointHeap(65536)).build());
+    FontConversion all = convertFont(fontOf(pointHeap(65536)).build());
     EXPECT_EQ(glyphPath(all, "g"), "");
     EXPECT_EQ(all.reports, DAMAGED);
     FontBytes contours = glyphHeader(32767, BOX);
@@ -77,7 +77,7 @@ TEST(DamagedGlyph, ARepeatMayOvershootTheLastOfTwoThousandPoints)
 {
     std::string glyph = pointHeap(2000);
     glyph.back() = '\xFF';
-    Conversion conversion = convertFont(fontOf(glyph).build());
+    FontConversion conversion = convertFont(fontOf(glyph).build());
     EXPECT_EQ(conversion.reports, Texts{});
     EXPECT_TRUE(glyphPath(conversion, "g").starts_with("0 0 moveto\n0 0 lineto\n"));
 }
@@ -105,7 +105,7 @@ TEST(DamagedGlyph, EveryByteOfAGlyphMustBeInsideItsLength)
     for (size_t length = 0; length <= whole.size() + 1; length++) {
         FontBuilder font = fontOf(whole + "zz");
         font.replaced["loca"] = locaTable({0, (uint32_t)length}, 1);
-        Conversion conversion = convertFont(font.build());
+        FontConversion conversion = convertFont(font.build());
         if (length == 0) {
             EXPECT_EQ(conversion.reports, Texts{});
         } else if (length < whole.size()) {
@@ -136,7 +136,7 @@ TEST(DamagedGlyph, AComponentThatIsDamagedDrawsNothing)
     font.glyphs = {compositeGlyph({{WORDS, 1, 0, 0}}), simpleGlyph({{{0, 0, ON}}}) + "zz"};
     font.glyphs[1][13] = 9; /* instructions that are not there */
     font.names = {"c", "bad"};
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_EQ(glyphPath(conversion, "c"),
               "% flags 1 glyph bad\n"
               "matrix currentmatrix [ 1.0000000 0.0000000 0.0000000 1.0000000 0 0 ] concat\n"
@@ -155,7 +155,7 @@ TEST(DamagedGlyph, DataPastTheEndOfTheFontReadsAsZeros)
     font.replaced["loca"] = locaTable({0, 100}, 1);
     std::string file = font.build();
     file.replace(file.find("zlyf"), 4, "glyf");
-    Conversion conversion = convertFont(file);
+    FontConversion conversion = convertFont(file);
     EXPECT_EQ(glyphPath(conversion, "g"), "5 0 moveto\n11 0 lineto\n closepath \n");
     EXPECT_EQ(conversion.reports, Texts{});
 }
@@ -173,7 +173,7 @@ TEST(DamagedComposite, RecordsMustLieInsideTheGlyph)
     for (size_t length = 1; length <= composite.size(); length++) {
         font.glyphs = {composite, dot};
         font.replaced["loca"] = locaTable({0, (uint32_t)length, (uint32_t)composite.size()}, 1);
-        Conversion conversion = convertFont(font.build());
+        FontConversion conversion = convertFont(font.build());
         if (length < composite.size()) {
             EXPECT_EQ(glyphProcedure(conversion, "g"), WITHOUT_PATH) << length;
             ASSERT_FALSE(conversion.reports.empty()) << length;
@@ -193,7 +193,7 @@ TEST(DamagedComposite, AGlyphOfAHeaderAloneIsDamaged)
 TEST(DamagedComposite, MoreComponentsThanTheFontHolds)
 {
     FontBuilder font = fontOf(compositeGlyph({{WORDS | MORE_COMPONENTS, 0, 0, 0}}, BOX));
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_EQ(glyphProcedure(conversion, "g"), WITHOUT_PATH);
     EXPECT_EQ(conversion.reports, DAMAGED);
 }
@@ -208,7 +208,7 @@ TEST(DamagedLoca, ANegativeLengthIsNotAnEmptyGlyph)
     font.advances = {500};
     font.replaced["loca"] = locaTable({20, 0, 0}, 1);
     font.replaced["glyf"] = std::string(20, 'x') + font.glyphs[0];
-    Conversion simple = convertFont(font.build());
+    FontConversion simple = convertFont(font.build());
     EXPECT_EQ(glyphProcedure(simple, "g"), "/g { % 0 - 0x00\n"
                                            "500 0 -1 -2 3 4 setcachedevice\n"
                                            "\n"
@@ -219,7 +219,7 @@ TEST(DamagedLoca, ANegativeLengthIsNotAnEmptyGlyph)
               Texts{"ZOLAK:869 3 TTFONT: Composite glyph g refers to non-existent glyph g"});
 
     font.replaced["glyf"] = std::string(20, 'x') + compositeGlyph({{WORDS, 1, 0, 0}}, BOX);
-    Conversion composite = convertFont(font.build());
+    FontConversion composite = convertFont(font.build());
     EXPECT_EQ(glyphProcedure(composite, "g"), WITHOUT_PATH);
     EXPECT_EQ(composite.reports, DAMAGED);
 
@@ -232,7 +232,7 @@ TEST(DamagedLoca, ALengthOfMoreThanTwoGigabytesIsNotNegative)
 {
     FontBuilder font = fontOf(simpleGlyph({{{7, 8, ON}}}));
     font.replaced["loca"] = locaTable({0, 0xFFFFFFFF}, 1);
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_EQ(glyphPath(conversion, "g"), "7 8 moveto\n closepath \n");
     EXPECT_EQ(conversion.reports, Texts{});
 }
@@ -242,7 +242,7 @@ TEST(DamagedLoca, AGlyphFarBeyondTheFontReadsAsZeros)
     /* Zeros are a composite glyph of one component, glyph 0, which is this one again. */
     FontBuilder font = fontOf("");
     font.replaced["loca"] = locaTable({0xFFFFFF00, 0xFFFFFFFF}, 1);
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_EQ(conversion.reports,
               Texts{"ZOLAK:883 3 TTFONT: Composite glyph g refers to composite glyph g"});
     EXPECT_TRUE(hasLine(conversion, "500 0 0 0 0 0 setcachedevice"));
@@ -259,7 +259,7 @@ TEST(DamagedLoca, ATableCutShortHasZerosForItsEntries)
     font.replaced["zoca"] = locaTable({0, length}, 1);
     std::string file = font.build();
     file.replace(file.find("zoca"), 4, "loca");
-    Conversion conversion = convertFont(file);
+    FontConversion conversion = convertFont(file);
     EXPECT_EQ(glyphPath(conversion, "g"), "7 8 moveto\n closepath \n");
     EXPECT_EQ(conversion.reports, /* h runs backwards, i is empty */
               Texts{"ZOLAK:869 3 TTFONT: Composite glyph h refers to non-existent glyph h"});
@@ -341,7 +341,7 @@ TEST(FontLimits, AFontOf65535GlyphsInFewBytesIsWritten)
 {
     FontBuilder font;
     font.replaced["maxp"] = FontBytes().u32(0x00010000).u16(65535);
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_TRUE(hasLine(conversion, "/CharProcs 65536 dict def CharProcs begin"));
     EXPECT_TRUE(hasLine(conversion, "%%%%EndFont"));
 }
@@ -366,7 +366,7 @@ TEST(DamagedFont, EveryLengthOfAFontEndsWell)
     std::string text = convertFont(whole).text;
     EXPECT_TRUE(text.ends_with("%%%%EndFont\n"));
     for (size_t length = 0; length < whole.size(); length++) {
-        Conversion conversion = convertFont(whole.substr(0, length));
+        FontConversion conversion = convertFont(whole.substr(0, length));
         EXPECT_EQ(conversion.text.ends_with("%%%%EndFont\n"), !conversion.stopped) << length;
     }
 }
@@ -378,7 +378,7 @@ TEST(DamagedFont, EveryByteMayBeWrong)
         for (char damage : {'\x80', '\xFF'}) {
             std::string font = whole;
             font[at] = damage;
-            Conversion conversion = convertFont(font);
+            FontConversion conversion = convertFont(font);
             ASSERT_EQ(conversion.text.ends_with("%%%%EndFont\n"), !conversion.stopped) << at;
         }
 }

@@ -24,7 +24,7 @@ FontBuilder fontOf(const std::string &glyph)
 /* The path of a glyph that draws no report. */
 std::string pathOf(const std::string &glyph)
 {
-    Conversion conversion = convertFont(fontOf(glyph).build());
+    FontConversion conversion = convertFont(fontOf(glyph).build());
     EXPECT_EQ(conversion.reports, Texts{});
     return glyphPath(conversion, "g");
 }
@@ -369,7 +369,7 @@ TEST(GlyphProcedure, TheCountStartsAnewWithEachGlyph)
     FontBuilder font;
     font.glyphs = {polygon(60), polygon(60), polygon(101), polygon(1)};
     font.names = {"a", "b", "c", "d"};
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_EQ(conversion.text.find("%Glyph a"), std::string::npos);
     EXPECT_EQ(conversion.text.find("%Glyph b"), std::string::npos);
     EXPECT_NE(conversion.text.find("%Glyph c is too long"), std::string::npos);

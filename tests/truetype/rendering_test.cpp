@@ -158,7 +158,7 @@ const char *exceptionOf(const Face &font, unsigned glyph)
 /* Converts the font and answers the PostScript of it, under the name /Font. */
 std::string convertedFont(const std::string &path)
 {
-    Conversion conversion = convertFont(readFile(path));
+    FontConversion conversion = convertFont(readFile(path));
     EXPECT_FALSE(conversion.stopped);
     return "/Font\n" + conversion.text;
 }
@@ -303,7 +303,7 @@ void expectSameTables(const std::string &path)
     if (!fileExists(path))
         GTEST_SKIP() << path << " is not installed";
     Face font(path);
-    Conversion conversion = convertFont(readFile(path));
+    FontConversion conversion = convertFont(readFile(path));
     std::vector<std::string> names = glyphNames(conversion);
     ASSERT_EQ(names.size(), (size_t)font.face->num_glyphs);
     size_t at = 0;

@@ -18,7 +18,7 @@ FontBuilder smallFont(size_t glyphs = 1)
     return font;
 }
 
-Conversion convertWith(const std::string &tag, const std::string &table, size_t glyphs = 1)
+FontConversion convertWith(const std::string &tag, const std::string &table, size_t glyphs = 1)
 {
     FontBuilder font = smallFont(glyphs);
     font.replaced[tag] = table;
@@ -33,7 +33,7 @@ TEST(TableDirectory, TheFirstMissingTableIsReportedOnceAndNothingIsWritten)
     FontBuilder font = smallFont();
     for (size_t i = required.size(); i-- > 0;) { /* the last one first, then more and more */
         font.replaced[required[i]] = "";
-        Conversion conversion = convertFont(font.build());
+        FontConversion conversion = convertFont(font.build());
         EXPECT_EQ(conversion.reports,
                   Texts{"ZOLAK:1440 4 TTFONT: TrueType font lacks the " + required[i] + " table"});
         EXPECT_EQ(conversion.text, "");
@@ -52,7 +52,7 @@ TEST(TableDirectory, AMissingTableIsReportedBeforeAnyOtherFault)
 
 TEST(TableDirectory, AMissingCmapIsNoRecognisedEncoding)
 {
-    Conversion conversion = convertWith("cmap", "");
+    FontConversion conversion = convertWith("cmap", "");
     EXPECT_EQ(conversion.reports, Texts{"ZOLAK:802 4 TTFONT: No Recognised Encoding Table"});
     EXPECT_EQ(conversion.text, "");
 }
@@ -63,7 +63,7 @@ TEST(TableDirectory, TablesOfOtherTagsAreIgnored)
     std::string plain = convertFont(font.build()).text;
     for (const char *tag : {"EBDT", "EBLC", "EBSC", "GSUB", "OS/2", "Head", "cvt "})
         font.replaced[tag] = "something";
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_EQ(conversion.text, plain);
     EXPECT_EQ(conversion.reports, Texts{});
 }
@@ -87,7 +87,7 @@ TEST(TableDirectory, LengthsAndChecksumsAreNotLookedAt)
         file.replace(record + 4, 4, "\xFF\xFF\xFF\xFF");
         file.replace(record + 12, 4, std::string(4, '\0'));
     }
-    Conversion conversion = convertFont(file);
+    FontConversion conversion = convertFont(file);
     EXPECT_EQ(conversion.text, convertFont(good).text);
     EXPECT_EQ(conversion.reports, Texts{});
 }
@@ -96,10 +96,10 @@ TEST(TableDirectory, MoreRecordsThanTheFileHoldsAreNotThere)
 {
     std::string file = smallFont().build();
     file.replace(4, 2, "\xFF\xFF");
-    Conversion conversion = convertFont(file);
+    FontConversion conversion = convertFont(file);
     EXPECT_TRUE(hasLine(conversion, "%%%%EndFont"));
 
-    Conversion cut = convertFont(FontBytes().u32(0x00010000).u16(65535).zeros(6));
+    FontConversion cut = convertFont(FontBytes().u32(0x00010000).u16(65535).zeros(6));
     EXPECT_EQ(cut.reports, Texts{"ZOLAK:1440 4 TTFONT: TrueType font lacks the head table"});
 }
 
@@ -108,7 +108,7 @@ TEST(TableDirectory, ATableBeyondTheEndReadsAsZeros)
     std::string file = smallFont().build();
     size_t record = file.find("maxp");
     file.replace(record + 8, 4, "\xFF\xFF\xFF\xF0");
-    Conversion conversion = convertFont(file);
+    FontConversion conversion = convertFont(file);
     EXPECT_EQ(conversion.reports, Texts{});
     EXPECT_TRUE(hasLine(conversion, "/CharProcs 1 dict def CharProcs begin"));
 }
@@ -117,7 +117,7 @@ TEST(TableDirectory, ATableBeyondTheEndReadsAsZeros)
 
 TEST(NameTable, MicrosoftRecordsInEnglishGiveTheNames)
 {
-    Conversion conversion = convertWith(
+    FontConversion conversion = convertWith(
         "name",
         nameTable({{3, 1, 0x409, 1, utf16("Family")}, {3, 1, 0x409, 6, utf16("Family-Roman")}}));
     EXPECT_TRUE(hasLine(conversion, "/FamilyName (Family) def"));
@@ -127,7 +127,7 @@ TEST(NameTable, MicrosoftRecordsInEnglishGiveTheNames)
 
 TEST(NameTable, MacintoshRecordsAreTakenWhenThereAreNoOthers)
 {
-    Conversion conversion =
+    FontConversion conversion =
         convertWith("name", nameTable({{1, 0, 0, 1, "Family"}, {1, 0, 0, 6, "Family-Roman"}}));
     EXPECT_TRUE(hasLine(conversion, "/FamilyName (Family) def"));
     EXPECT_TRUE(hasLine(conversion, "/FontName (Family-Roman) def"));
@@ -139,7 +139,8 @@ TEST(NameTable, OneMicrosoftRecordKeepsTheMacintoshOnesOut)
     for (const NameRecord &record :
          {NameRecord{3, 1, 0x409, 2, utf16("Bold")}, NameRecord{3, 1, 0x411, 1, utf16("Kazoku")},
           NameRecord{3, 1, 0x409, 8, utf16("Maker")}}) {
-        Conversion conversion = convertWith("name", nameTable({{1, 0, 0, 1, "Family"}, record}));
+        FontConversion conversion =
+            convertWith("name", nameTable({{1, 0, 0, 1, "Family"}, record}));
         EXPECT_FALSE(hasLine(conversion, "/FamilyName (Family) def"));
         EXPECT_EQ(conversion.reports, Texts{});
     }
@@ -165,7 +166,7 @@ TEST(NameTable, TheLowByteOfTheLanguageMustBeNeutralOrEnglish)
 
 TEST(NameTable, MacintoshRecordsAreChosenByLanguageToo)
 {
-    Conversion conversion =
+    FontConversion conversion =
         convertWith("name", nameTable({{1, 0, 0, 1, "English"}, {1, 0, 2, 1, "Deutsch"}}));
     EXPECT_TRUE(hasLine(conversion, "/FamilyName (English) def"));
 }
@@ -179,7 +180,7 @@ TEST(NameTable, TheEncodingIdIsNotLookedAt)
 
 TEST(NameTable, TheLaterRecordOfANameWins)
 {
-    Conversion conversion =
+    FontConversion conversion =
         convertWith("name", nameTable({{3, 1, 9, 1, "First"}, {3, 1, 0, 1, "Second"}}));
     EXPECT_TRUE(hasLine(conversion, "/FamilyName (Second) def"));
     EXPECT_FALSE(hasLine(conversion, "/FamilyName (First) def"));
@@ -191,7 +192,7 @@ TEST(NameTable, ParenthesesBecomeBracketsAndBackslashesAreDoubled)
                         "/FullName (Foo [Bold]) def"));
     EXPECT_TRUE(hasLine(convertWith("name", nameTable({{3, 1, 9, 4, "a\\b\\"}})),
                         "/FullName (a\\\\b\\\\) def"));
-    Conversion name = convertWith("name", nameTable({{3, 1, 9, 6, "a\\b"}}));
+    FontConversion name = convertWith("name", nameTable({{3, 1, 9, 6, "a\\b"}}));
     EXPECT_TRUE(hasLine(name, "/FontName (a\\\\b) def"));
     EXPECT_TRUE(hasLine(name, "%%BeginFont: a\\\\b"));
 }
@@ -209,9 +210,9 @@ TEST(NameTable, ZeroBytesAreDropped)
 TEST(NameTable, ControlBytesInThePostScriptNameBecomeBlanks)
 {
     /* The comment line must not end early and let code follow. */
-    Conversion conversion = convertWith("name", nameTable({{3, 1, 9, 6,
-                                                            "a\nquit\r\t\x7F"
-                                                            "b"}}));
+    FontConversion conversion = convertWith("name", nameTable({{3, 1, 9, 6,
+                                                                "a\nquit\r\t\x7F"
+                                                                "b"}}));
     EXPECT_TRUE(hasLine(conversion, "%%BeginFont: a quit   b"));
     EXPECT_TRUE(hasLine(conversion, "/FontName (a quit   b) def"));
 }
@@ -226,7 +227,7 @@ TEST(NameTable, OtherBytesOfANameStayAsTheyAre)
 
 TEST(NameTable, NameIdsAboveSevenAreLeftOut)
 {
-    Conversion conversion = convertWith(
+    FontConversion conversion = convertWith(
         "name", nameTable({{3, 1, 9, 8, "eight"}, {3, 1, 9, 0xFFFF, "x"}, {3, 1, 9, 7, "seven"}}));
     EXPECT_EQ(conversion.text.find("eight"), std::string::npos);
     EXPECT_EQ(conversion.reports, Texts{});
@@ -236,7 +237,7 @@ TEST(NameTable, WithoutARecordOfEitherPlatformTheFontIsRefused)
 {
     for (const std::string &table :
          {nameTable({}), nameTable({{0, 3, 0, 1, "Family"}, {2, 1, 0, 1, "Family"}})}) {
-        Conversion conversion = convertWith("name", table);
+        FontConversion conversion = convertWith("name", table);
         EXPECT_EQ(conversion.reports, Texts{"ZOLAK:604 4 TTFONT: Cannot decode font name fields"});
         EXPECT_EQ(conversion.text, "");
     }
@@ -244,7 +245,7 @@ TEST(NameTable, WithoutARecordOfEitherPlatformTheFontIsRefused)
 
 TEST(NameTable, MacintoshRecordsOfOtherLanguagesGiveNoNamesAndNoReport)
 {
-    Conversion conversion = convertWith("name", nameTable({{1, 0, 2, 1, "Familie"}}));
+    FontConversion conversion = convertWith("name", nameTable({{1, 0, 2, 1, "Familie"}}));
     EXPECT_EQ(conversion.reports, Texts{});
     EXPECT_EQ(conversion.text.find("Familie"), std::string::npos);
 }
@@ -277,7 +278,7 @@ TEST(HeadTable, LocationFormatMustBeZeroOrOne)
     for (unsigned format : {2U, 0xFFFFU, 0x100U}) {
         FontBuilder font = smallFont();
         font.locaFormat = format;
-        Conversion conversion = convertFont(font.build());
+        FontConversion conversion = convertFont(font.build());
         EXPECT_EQ(conversion.reports, Texts{"ZOLAK:830 4 TTFONT: Wrong indexToLocFormat"});
         EXPECT_EQ(conversion.text, "");
     }
@@ -306,7 +307,7 @@ TEST(HeadTable, AFontWithoutNamesIsRefusedBeforeItsHeadIsRead)
 
 TEST(PostTable, FormatTwoNamesByIndex)
 {
-    Conversion conversion =
+    FontConversion conversion =
         convertWith("post", postWithNames({0, 257, 258, 259, 36}, {"first", "second"}), 5);
     EXPECT_EQ(glyphNames(conversion), (Texts{".notdef", "dmacron", "first", "second", "A"}));
 }
@@ -317,7 +318,7 @@ TEST(PostTable, AnIndexWithoutNameGivesAGeneratedOne)
     for (char c = 'a'; c < 'a' + 10; c++)
         names.push_back(std::string(1, c));
     std::vector<unsigned> indices = {258, 259, 260, 261, 262, 300, 267, 268};
-    Conversion conversion = convertWith("post", postWithNames(indices, names), 8);
+    FontConversion conversion = convertWith("post", postWithNames(indices, names), 8);
     EXPECT_EQ(glyphNames(conversion), (Texts{"a", "b", "c", "d", "e", "_5", "j", "_7"}));
     EXPECT_EQ(conversion.reports, Texts{});
 }
@@ -397,7 +398,7 @@ TEST(PostTable, FormatTwoAndAHalfNamesOnlyInsideTheStandardOrder)
 {
     FontBytes post = postHeader(2, 0x8000);
     post.zeros(257).u8(0).u8(0).u8(0xFF);
-    Conversion conversion = convertWith("post", post, 260);
+    FontConversion conversion = convertWith("post", post, 260);
     Texts names = glyphNames(conversion);
     ASSERT_EQ(names.size(), 260U);
     EXPECT_EQ(names[256], "ccaron");
@@ -442,7 +443,7 @@ TEST(PostTable, AFontWithoutTheTableIsNamedFromCodes)
 {
     FontBuilder font = smallFont(2);
     font.replaced["cmap"] = cmapTable({{3, 1, cmapFormat4({{66, 66, 1 - 66}})}});
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_EQ(glyphNames(conversion), (Texts{".notdef", "B"}));
     EXPECT_TRUE(hasLine(conversion, "/italicAngle 0.000000 def"));
     EXPECT_EQ(conversion.reports, Texts{});
@@ -458,7 +459,8 @@ TEST(PostTable, OtherFormatsAreRefused)
         {2, 0x5000, "2"}, {2, 0x8001, "3"}, {10, 0, "1e+01"}, {0, 0x8000, "0.5"}, {0xFFFF, 0, "-1"},
     };
     for (const auto &format : formats) {
-        Conversion conversion = convertWith("post", postHeader(format.integer, format.fraction));
+        FontConversion conversion =
+            convertWith("post", postHeader(format.integer, format.fraction));
         EXPECT_EQ(conversion.reports,
                   Texts{std::string("ZOLAK:1320 4 TTFONT: Postscript table in wrong format ") +
                         format.shown});
@@ -520,7 +522,7 @@ TEST(Metrics, RecordsBeyondTheEndOfTheFontAreZero)
     font.replaced["zmtx"] = FontBytes().u16(100).u16(0); /* the last table */
     std::string file = font.build();
     file.replace(file.find("zmtx"), 4, "hmtx");
-    Conversion conversion = convertFont(file);
+    FontConversion conversion = convertFont(file);
     EXPECT_NE(conversion.text.find("\n100 0 0 0 0 0 setcachedevice\n"), std::string::npos);
     EXPECT_NE(conversion.text.find("\n0 0 0 0 0 0 setcachedevice\n"), std::string::npos);
 }

@@ -83,7 +83,7 @@ std::string encodingText(const std::map<int, std::string> &names)
 
 TEST(InsertTTFont, WritesThisTextForASmallFont)
 {
-    Conversion conversion = convertFont(wholeFont().build());
+    FontConversion conversion = convertFont(wholeFont().build());
 
     std::string expected = "%!PS-Adobe-3.0 Resource-Font\n"
                            "%%BeginFont: SampleSans-Book\n"
@@ -186,7 +186,7 @@ TEST(InsertTTFont, UnitsPerEmGiveTheFontMatrix)
 
 TEST(InsertTTFont, AFontWithoutNamesHasNeitherFontNameNorInfoNames)
 {
-    Conversion conversion = convertFont(smallFont().build());
+    FontConversion conversion = convertFont(smallFont().build());
     EXPECT_TRUE(conversion.text.starts_with("%!PS-Adobe-3.0 Resource-Font\n"
                                             "%%BeginFont: \n"
                                             "20 dict begin\n"
@@ -208,7 +208,7 @@ TEST(InsertTTFont, EachInfoLineComesWithItsNameAlone)
     for (unsigned nameID = 0; nameID < 8; nameID++) {
         FontBuilder font = smallFont();
         font.replaced["name"] = nameTableOf(nameID, "text");
-        Conversion conversion = convertFont(font.build());
+        FontConversion conversion = convertFont(font.build());
         for (const auto &[lineID, line] : lines)
             EXPECT_EQ(hasLine(conversion, line), lineID == nameID) << nameID << line;
         EXPECT_TRUE(hasLine(conversion, "/FontInfo 9 dict dup begin"));
@@ -241,7 +241,7 @@ TEST(InsertTTFont, UnderlineValuesAreSignedFontUnits)
     FontBuilder font = smallFont();
     font.unitsPerEm = 2048;
     font.replaced["post"] = postHeader(3, 0, 0, 0, -32768, 32767, 0x80000000);
-    Conversion conversion = convertFont(font.build());
+    FontConversion conversion = convertFont(font.build());
     EXPECT_TRUE(hasLine(conversion, "/underlineThickness 32767 def"));
     EXPECT_TRUE(hasLine(conversion, "/underlinePosition -32768 def"));
     EXPECT_TRUE(hasLine(conversion, "/isFixedPitch true def end def"));
@@ -256,7 +256,7 @@ TEST(InsertTTFont, FontBoxIsSignedFontUnits)
 
 TEST(InsertTTFont, TheEncodingHasFourNamesALineAndTheirFirstCode)
 {
-    Conversion conversion = convertFont(smallFont().build());
+    FontConversion conversion = convertFont(smallFont().build());
     size_t start = conversion.text.find("/Encoding [\n");
     ASSERT_NE(start, std::string::npos);
     std::string encoding = encodingText({});
@@ -279,7 +279,7 @@ TEST(InsertTTFont, CharProcsHasRoomForOneProcedureMoreThanThereAre)
     for (size_t count : {0U, 1U, 2U, 300U}) {
         FontBuilder font = smallFont();
         font.glyphs.assign(count, "");
-        Conversion conversion = convertFont(font.build());
+        FontConversion conversion = convertFont(font.build());
         EXPECT_TRUE(hasLine(conversion, "/CharProcs " + std::to_string(count + 1) +
                                             " dict def CharProcs begin"));
         EXPECT_EQ(glyphNames(conversion).size(), count);
@@ -338,7 +338,7 @@ TEST(InsertTTFont, OnlyVersionOneIsATrueTypeFile)
                                                                  {0xFFFFFFFF, "ffffffff"}}) {
         FontBuilder font = wholeFont();
         font.version = version;
-        Conversion conversion = convertFont(font.build());
+        FontConversion conversion = convertFont(font.build());
         EXPECT_EQ(conversion.reports, Reports{"ZOLAK:1381 4 TTFONT: Unknown File Version number [" +
                                               shown + "], or not a TrueType file"});
         EXPECT_EQ(conversion.text, "");
@@ -347,7 +347,7 @@ TEST(InsertTTFont, OnlyVersionOneIsATrueTypeFile)
 
 TEST(InsertTTFont, AnEmptyFileIsNoTrueTypeFile)
 {
-    Conversion conversion = convertFont("");
+    FontConversion conversion = convertFont("");
     EXPECT_EQ(conversion.reports, Reports{"ZOLAK:1381 4 TTFONT: Unknown File Version number [0], "
                                           "or not a TrueType file"});
     EXPECT_EQ(conversion.text, "");
@@ -355,7 +355,7 @@ TEST(InsertTTFont, AnEmptyFileIsNoTrueTypeFile)
 
 TEST(InsertTTFont, AVersionCutShortReadsZerosForItsRest)
 {
-    Conversion conversion = convertFont(std::string("\x12\x34\x56", 3));
+    FontConversion conversion = convertFont(std::string("\x12\x34\x56", 3));
     EXPECT_EQ(conversion.reports, Reports{"ZOLAK:1381 4 TTFONT: Unknown File Version number "
                                           "[12345600], or not a TrueType file"});
 }

@@ -303,7 +303,7 @@ bool ReadFunctionNumbers(ConverterInstance *inst, int32_t count, double *numbers
         fputp(inst->input, array->items[i]);
         numbers[i] = readNumber(inst);
     }
-    return true;
+    return !inst->errorFlag;
 }
 
 void WriteSampledFunction1(ConverterInstance *inst, const PdfStream *stream)

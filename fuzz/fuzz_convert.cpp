@@ -1,0 +1,99 @@
+/*
+ * fuzz_convert.cpp - any bytes as a document, through a whole conversion
+ *
+ * The first byte holds the switches, and whether the rest is a file as it stands or the texts of
+ * objects with a 0xFF between them.  Such texts get a correct cross-reference table, so that a
+ * change of their length does not hide what is behind it; the first is the catalog.
+ */
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "fuzz/silent_controller.h"
+#include "tools/zolak1_3/pdf_to_ps/driver.h"
+#include "tools/zolak1_3/pdf_to_ps/zolak_class.h"
+
+namespace {
+
+constexpr uint8_t WITH_DECODE = 1, WITH_ENCRYPT = 2, ONE_PAGE = 4, AS_OBJECTS = 8;
+constexpr char SEPARATOR = '\xFF';
+
+struct Scratch {
+    std::string folder;
+
+    Scratch()
+    {
+        char name[] = "/tmp/fuzz_convertXXXXXX";
+        if (!mkdtemp(name))
+            abort();
+        folder = name;
+        write("empty.ps", "");
+    }
+    ~Scratch()
+    {
+        remove((folder + "/doc.pdf").c_str());
+        remove((folder + "/empty.ps").c_str());
+        remove(folder.c_str());
+    }
+    std::string write(const char *name, const std::string &bytes) const
+    {
+        std::string path = folder + "/" + name;
+        FILE *file = fopen(path.c_str(), "wb");
+        if (!file || fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size())
+            abort();
+        fclose(file);
+        return path;
+    }
+};
+
+/* The texts as objects 1, 2, ... of a file. */
+std::string documentOf(const std::string &texts)
+{
+    std::string file = "%PDF-1.2\n", table;
+    size_t count = 0;
+    for (size_t at = 0; at <= texts.size();) {
+        size_t end = std::min(texts.find(SEPARATOR, at), texts.size());
+        char entry[32];
+        snprintf(entry, sizeof entry, "%010zu 00000 n \n", file.size());
+        table += entry;
+        file += std::to_string(++count) + " 0 obj\n" + texts.substr(at, end - at) + "\nendobj\n";
+        at = end + 1;
+    }
+    std::string start = std::to_string(file.size());
+    std::string size = std::to_string(count + 1);
+    return file + "xref\n0 " + size + "\n0000000000 65535 f \n" + table + "trailer\n<< /Size " +
+           size + " /Root 1 0 R >>\nstartxref\n" + start + "\n%%EOF\n";
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    static ZelkovController *controller = silentInstance()->owner;
+    static Scratch scratch;
+    if (size == 0)
+        return 0;
+    std::string bytes(data + 1, data + size);
+    std::string document =
+        scratch.write("doc.pdf", data[0] & AS_OBJECTS ? documentOf(bytes) : bytes);
+    silentReset();
+    auto *inst = reinterpret_cast<ConverterInstance *>(zelkov_create_inst(zolak_baseclass_init()));
+    inst->controller = controller;
+    inst->header.owner = controller; /* adopted, but for the list that would keep it */
+    silentListener = &inst->header;
+    snprintf(inst->FILE, sizeof inst->FILE, "%s", document.c_str());
+    snprintf(inst->OUTSPEC, sizeof inst->OUTSPEC, "/dev/null");
+    snprintf(inst->PROLOG, sizeof inst->PROLOG, "%s/empty.ps", scratch.folder.c_str());
+    snprintf(inst->TRAILER, sizeof inst->TRAILER, "%s/empty.ps", scratch.folder.c_str());
+    inst->DECODE = (data[0] & WITH_DECODE) != 0;
+    inst->ENCRYPT = (data[0] & WITH_ENCRYPT) != 0;
+    inst->PAGE = data[0] & ONE_PAGE ? 1 : 0;
+    runConversion(inst);
+    if (inst->input)
+        abort();
+    silentListener = nullptr;
+    zelkov_free_inst(&inst->header);
+    return 0;
+}
