@@ -12,8 +12,8 @@ std::string hex(const std::string &bytes)
 {
     constexpr char DIGITS[] = "0123456789ABCDEF";
     std::string text;
-    for (unsigned char byte : bytes) {
-        text += DIGITS[byte >> 4];
+    for (char byte : bytes) {
+        text += DIGITS[byte >> 4 & 15];
         text += DIGITS[byte & 15];
     }
     return text + ">";
