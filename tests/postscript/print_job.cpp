@@ -98,7 +98,7 @@ std::string prologText()
 PrintedJob printPages(const std::string &pages, const PrintOptions &options)
 {
     const std::string off = "/Strict false def";
-    std::string prolog = prologText();
+    std::string prolog = options.prolog.empty() ? prologText() : options.prolog;
     size_t place = prolog.find(off);
     EXPECT_NE(place, std::string::npos);
     if (options.strict)
