@@ -34,36 +34,11 @@ int valueOf(const PrintedJob &job, const std::string &name)
     return value;
 }
 
-/* Counts how often the device is set, how often a page comes out, and prints both at each page. */
+/* Counts how often the device is set and how often a page comes out, and prints both at each page.
+ * The counters are bytes of strings, which no restore sets back. */
 PrintOptions counting()
 {
     PrintOptions options;
-    options.before = R"(%!PS
-/Counts 4 dict def
-Counts /install 0 put Counts /showpage 0 put
-<< /Install { Counts /install 2 copy get 1 add put }
-   /BeginPage { pop }
-   /EndPage { exch pop dup 0 eq { Counts /showpage 2 copy get 1 add put } if 2 ne }
->> setpagedevice
-Counts /install 0 put
-)";
-    options.afterProlog = R"(
-/EndPageDescription [
-    /EndPageDescription load /exec load
-    { (install ) print Counts /install get = (showpage ) print Counts /showpage get = } /exec load
-] cvx def
-)";
-    return options;
-}
-
-TEST(PageDevice, IsSetOnceForPagesOfOneSize)
-{
-    std::string pages;
-    for (int i = 0; i < 10; i++)
-        pages += sized(200, 200);
-    /* The counters are local dictionaries, which a restore sets back: so they are kept as strings.
-     */
-    PrintOptions options = counting();
     options.before = R"(%!PS
 /Installs (0) def
 /Shows (00) def
@@ -78,6 +53,15 @@ Installs 0 48 put
     { (install ) print Installs 0 get 48 sub = (showpage ) print Shows 0 get 48 sub = } /exec load
 ] cvx def
 )";
+    return options;
+}
+
+TEST(PageDevice, IsSetOnceForPagesOfOneSize)
+{
+    std::string pages;
+    for (int i = 0; i < 10; i++)
+        pages += sized(200, 200);
+    PrintOptions options = counting();
     PrintedJob job = printPages(pages, options);
     EXPECT_EQ(faultsOf(job), Lines{});
     EXPECT_EQ(job.pages.size(), 10U);
@@ -154,10 +138,7 @@ TEST(Memory, AThousandPagesRunInTheMemoryOfTheLargest)
     PrintOptions options;
     options.dpi = 18;
     options.probe = false;
-    /* Memory in use behind each page; the largest of the first ten pages, and of all. */
     options.afterProlog = R"(
-/Most [ 0 0 0 ] def
-/Marks (0000000000000000) def                       % survives a restore
 /EndPageDescription [
     /EndPageDescription load /exec load
     {
