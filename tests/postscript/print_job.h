@@ -14,10 +14,11 @@ struct PrintOptions {
     bool levelTwo = false; /* Level 3 operators, filters and resources do not exist */
     bool probe = true;     /* measure the stacks around each operator and at the end of a page */
     int dpi = 108;
-    std::string prolog;      /* another text for it; empty: the program's */
-    std::string before;      /* PostScript that runs before the prolog */
-    std::string afterProlog; /* and behind it, with the prolog's dictionary as the current one */
-    std::string after;       /* and behind the trailer */
+    long memoryMegabytes = 0; /* limit of Ghostscript's address space; 0: none */
+    std::string prolog;       /* another text for it; empty: the program's */
+    std::string before;       /* PostScript that runs before the prolog */
+    std::string afterProlog;  /* and behind it, with the prolog's dictionary as the current one */
+    std::string after;        /* and behind the trailer */
 };
 
 /* What came out of a job. */
