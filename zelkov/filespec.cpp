@@ -17,12 +17,12 @@
 #include "zelkov/text.h"
 
 /* Both are set by the build: where an installed program's data lies, seen from its executable,
- * and where a program run from its build tree finds it. */
+ * and where it is built, for a program run from its build tree. */
 #ifndef ZELKOV_DATA_BESIDE
 #define ZELKOV_DATA_BESIDE "../share/pdf_to_ps"
 #endif
-#ifndef ZELKOV_DATA_SOURCE
-#define ZELKOV_DATA_SOURCE "data/ps"
+#ifndef ZELKOV_DATA_BUILT
+#define ZELKOV_DATA_BUILT "data/ps"
 #endif
 
 namespace {
@@ -111,7 +111,7 @@ std::string filespec_dataDirectory()
     std::string beside = executableDirectory() + ZELKOV_DATA_BESIDE;
     bool installed = isDirectory(beside);
     errno = saved;
-    return (installed ? beside : std::string(ZELKOV_DATA_SOURCE)) + "/";
+    return (installed ? beside : std::string(ZELKOV_DATA_BUILT)) + "/";
 }
 
 std::string filespec_resolve(const char *defaultDirectory, const char *name, const char *defaults)

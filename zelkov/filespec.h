@@ -29,7 +29,7 @@ constexpr int FPARSE_RESULT_BYTES = 32;
 int fparse(char *result, const char *specification, const char *defaults, const char *selector);
 
 /* The directory of the data files, with a final slash: $KV_DAT_PS, else the data directory beside
- * the executable, else the one in the source tree. */
+ * the executable, else the one in the build tree. */
 std::string filespec_dataDirectory();
 
 #endif

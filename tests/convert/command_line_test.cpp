@@ -197,9 +197,11 @@ TEST_F(CommandLine, AFullDiskIsAnErrorAndLeavesNothing)
 
 TEST_F(CommandLine, AReaderThatGoesAwayIsAnErrorAndNoSignal)
 {
+    /* More than a pipe holds. */
+    directory.write("big.pdf", onePagePdf(std::string(1 << 20, 'n')));
     ProgramResult result = runProgram({"sh", "-c",
                                        "cd " + directory.path + " && mkfifo p && { : < p & } && " +
-                                           programPath() + " doc.pdf -OUTSPEC=p; echo status $?"});
+                                           programPath() + " big.pdf -OUTSPEC=p; echo status $?"});
     EXPECT_EQ(result.out, "status 1\n") << result.err;
 }
 

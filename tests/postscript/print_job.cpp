@@ -76,7 +76,9 @@ PrintedJob run(const ScratchDirectory &directory, const PrintOptions &options)
         command.push_back(directory.write("level2.ps", LEVEL_TWO));
     }
     command.push_back(directory / "job.ps");
-    ProgramResult result = runProgram(command);
+    ProgramOptions program;
+    program.memoryMegabytes = options.memoryMegabytes;
+    ProgramResult result = runProgram(command, program);
     PrintedJob job = {result.status, linesOf(result.out + "\n" + result.err), {}};
     for (int page = 1; fileExists(directory / ("p-" + std::to_string(page) + ".ppm")); page++)
         job.pages.push_back(readPicture(directory / ("p-" + std::to_string(page) + ".ppm")));
@@ -98,7 +100,7 @@ std::string prologText()
 PrintedJob printPages(const std::string &pages, const PrintOptions &options)
 {
     const std::string off = "/Strict false def";
-    std::string prolog = prologText();
+    std::string prolog = options.prolog.empty() ? prologText() : options.prolog;
     size_t place = prolog.find(off);
     EXPECT_NE(place, std::string::npos);
     if (options.strict)

@@ -14,9 +14,11 @@ struct PrintOptions {
     bool levelTwo = false; /* Level 3 operators, filters and resources do not exist */
     bool probe = true;     /* measure the stacks around each operator and at the end of a page */
     int dpi = 108;
-    std::string before;      /* PostScript that runs before the prolog */
-    std::string afterProlog; /* and behind it, with the prolog's dictionary as the current one */
-    std::string after;       /* and behind the trailer */
+    long memoryMegabytes = 0; /* limit of Ghostscript's address space; 0: none */
+    std::string prolog;       /* another text for it; empty: the program's */
+    std::string before;       /* PostScript that runs before the prolog */
+    std::string afterProlog;  /* and behind it, with the prolog's dictionary as the current one */
+    std::string after;        /* and behind the trailer */
 };
 
 /* What came out of a job. */
@@ -43,7 +45,7 @@ std::string pageDescription(const std::string &content, const std::string &resou
 /* "<< /Length n >>", the line "PageContents" and the bytes. */
 std::string passedThrough(const std::string &content, const std::string &entries = "");
 
-/* The prolog as it stands in the source tree. */
+/* The prolog as the program writes it. */
 std::string prologText();
 
 #endif

@@ -46,7 +46,7 @@ TEST(FileSpec, TheDataLocationIsTheEnvironmentsWhenSet)
     unsetenv("KV_DAT_PS");
 }
 
-TEST(FileSpec, WithoutTheEnvironmentABuildTreeProgramFindsTheSourceData)
+TEST(FileSpec, WithoutTheEnvironmentABuildTreeProgramFindsTheDataBuilt)
 {
     unsetenv("KV_DAT_PS");
     EXPECT_TRUE(filespec_dataDirectory().ends_with("data/ps/"));
