@@ -95,7 +95,7 @@ std::string sampleDocument()
     int length = pdf.add("8");
     int content = pdf.add("<< /Length " + ref(length) + " >>\nstream\n0 0 m S \nendstream");
     int packed = pdf.addStream("/Filter [/ASCIIHexDecode /FlateDecode]", FLATE_CONTENT);
-    int lzw = pdf.addStream("/Filter /LZWDecode", "\x80\x0B\x60\x50\x22\x0C\x0C\x85\x01");
+    int lzw = pdf.addStream("/Filter /LZWDecode", "\x80\x0C\x04\x10\x23\x68\x80\xA6\x20\x80\x80");
     pdf.rootEntries = "/MediaBox [0 0 100 200] /Rotate 90 /Resources << /ProcSet [/PDF] /XObject " +
                       ref(addImages(pdf)) + " /Font " + ref(addFonts(pdf)) + " /ExtGState << /GS " +
                       ref(addState(pdf)) +
