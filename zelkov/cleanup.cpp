@@ -88,6 +88,7 @@ void cleanup_install()
     for (int signal : ENDING_SIGNALS)
         handle(signal);
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     atexit(removeAll);
 }
 
@@ -138,6 +139,7 @@ const std::string &cleanup_privateDirectory()
         return directoryWithSlash;
 
     cleanup_install();
+    CleanupHold hold;
     std::string pattern = std::string(temporaryParent()) + "/zelkov.XXXXXX";
     if (!mkdtemp(pattern.data())) /* mkdtemp gives mode 0700 */
         return directoryWithSlash;

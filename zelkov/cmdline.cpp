@@ -40,10 +40,18 @@ std::string title()
     return prompt.substr(0, prompt.rfind(":>"));
 }
 
+/* Ends the process behind an answer on standard output, which must have arrived. */
+[[noreturn]] void endAnswer()
+{
+    if (fflush(stdout) != 0 || ferror(stdout))
+        fail("Error occurred while writing to standard output.");
+    exit(EXIT_SUCCESS);
+}
+
 [[noreturn]] void showVersion()
 {
     printf("%s\n", title().c_str());
-    exit(EXIT_SUCCESS);
+    endAnswer();
 }
 
 [[noreturn]] void showHelp(const SwitchEntry *table)
@@ -54,7 +62,7 @@ std::string title()
         printf("  -%s%s\n", plainKeyword(table->name).c_str(),
                table->converter ? "[=integer]" : "=text");
     printf("  --help\n  --version\n  --  ends the switches\n");
-    exit(EXIT_SUCCESS);
+    endAnswer();
 }
 
 /* Splits a line at blanks; double quotes hold a word together and are dropped. */

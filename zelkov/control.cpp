@@ -132,7 +132,10 @@ size_t utf8Length(const std::string &text, size_t at)
     for (size_t i = 1; i < length; i++)
         if (((unsigned char)text[at + i] & 0xC0) != 0x80)
             return 0;
-    return length;
+    /* Some terminals decode what is longer than it must be, control characters among it. */
+    unsigned char second = length > 2 ? (unsigned char)text[at + 1] : 0xBF;
+    bool overlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
+    return overlong ? 0 : length;
 }
 
 /* Control bytes as \xNN, so that a document cannot drive the terminal.  The C1 set counts, as

@@ -74,8 +74,24 @@ void forgetInput(ZFile *file)
         }
 }
 
+/* When the program was started with a standard stream closed, a file gets its number, and messages
+ * would be written into the document.  Answers a number of the file's own; -1 on failure. */
+int besideStandardStreams(int descriptor)
+{
+    if (descriptor > STDERR_FILENO)
+        return descriptor;
+    int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    int cause = errno;
+    close(descriptor);
+    errno = cause;
+    return moved;
+}
+
 ZFile *newHandle(int descriptor, Access access)
 {
+    descriptor = besideStandardStreams(descriptor);
+    if (descriptor < 0)
+        return nullptr;
     ZFile *file = new (std::nothrow) ZFile();
     ZFileBody *body = new (std::nothrow) ZFileBody();
     if (!file || !body) {
@@ -298,11 +314,15 @@ int namedDescriptor(const std::string &path)
  * when the path is none. */
 int openDirect(const std::string &path, bool *found)
 {
+    struct stat info;
     int descriptor = namedDescriptor(path);
     *found = descriptor >= 0;
+    if (*found && fstat(descriptor, &info) == 0 && isOpenForReading(info)) {
+        errno = EEXIST;
+        return -1;
+    }
     if (*found)
-        return fcntl(descriptor, F_DUPFD_CLOEXEC, 3);
-    struct stat info;
+        return fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     *found = stat(path.c_str(), &info) == 0 && !S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode);
     return *found ? open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC) : -1;
 }
@@ -342,7 +362,7 @@ int openHidden(const std::string &path, std::string *temporary)
             errno = EEXIST;
             return -1;
         }
-        mode = info.st_mode & 07777;
+        mode = info.st_mode & 0777; /* what runs as somebody else must not get another content */
     }
     CleanupHold hold;
     *temporary = hiddenPattern(path);
@@ -351,6 +371,15 @@ int openHidden(const std::string &path, std::string *temporary)
         cleanup_add(*temporary);
         fchmod(descriptor, mode);
     }
+    return descriptor;
+}
+
+int openTemporary(const std::string &path)
+{
+    CleanupHold hold;
+    int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (descriptor >= 0)
+        cleanup_add(path);
     return descriptor;
 }
 
@@ -425,9 +454,10 @@ ZFile *fopenw(const char *defaultDirectory, const char *name, const char *defaul
 
     ZFile *file = newHandle(descriptor, WRITE_ONLY);
     if (!file) {
+        int cause = errno;
         unlink(temporary.c_str());
         cleanup_forget(temporary);
-        errno = ENOMEM;
+        errno = cause;
         return nullptr;
     }
     cleanup_install();
@@ -442,10 +472,9 @@ ZFile *fopent(const char *defaultDirectory, const char *name, const char *defaul
     std::string path = filespec_resolve(defaultDirectory, name, defaults);
     if (path.empty())
         return nullptr;
-    int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
+    int descriptor = openTemporary(path);
     if (descriptor < 0)
         return nullptr;
-    cleanup_add(path);
     ZFile *file = newHandle(descriptor, READ_WRITE);
     if (!file)
         return nullptr;

@@ -404,3 +404,39 @@ TEST_F(Filter, NothingIsWrittenOnceTheErrorFlagIsSet)
 }
 
 } // namespace
+
+/* ---- hostile chains */
+
+TEST_F(Filter, SixtyFourFiltersAreTheMost)
+{
+    std::string sixtyFour, data = "x";
+    for (int i = 0; i < 64; i++) {
+        sixtyFour += " /FlateDecode";
+        data = encodeFlate(data, 1);
+    }
+    expect("/Filter [" + sixtyFour + "]", data, "x");
+
+    Filtered oneMore("/Filter [" + sixtyFour + " /ASCIIHexDecode]", data);
+    EXPECT_EQ(oneMore.run(), "");
+    EXPECT_EQ(
+        oneMore.reportsWithLines(),
+        (Texts{"ZOLAK:100 4 FILTER: Error setting up filter - '/ASCIIHexDecode'.", NO_CHAIN}));
+}
+
+TEST_F(Filter, DecodersMakeNoMoreThanAGibibyte)
+{
+    /* Zero bytes are no ASCII85 data and are dropped: without a bound, a few more filters in
+     * front would let a small file run for years. */
+    LowBitWriter zeros;
+    zeros.putBytes("\x78\x01");
+    zeros.put(0, 1); /* not the last block */
+    zeros.put(1, 2); /* fixed codes */
+    putFixedSymbol(zeros, 0);
+    for (int bytes = 1; bytes < 1073741824 + 4096; bytes += 258) {
+        putFixedSymbol(zeros, 285); /* 258 bytes */
+        zeros.putCode(0, 5);        /* from one byte back */
+    }
+    Filtered filtered("/Filter [/FlateDecode /ASCII85Decode]", zeros.bytes);
+    EXPECT_EQ(filtered.run(), "");
+    EXPECT_EQ(filtered.reportsWithLines(), Texts{"ZOLAK:271 4 FILTER: Stream data is too large."});
+}

@@ -185,6 +185,35 @@ TEST_F(CommandLine, StandardOutputInAFileIsWrittenWhereItStands)
     EXPECT_TRUE(all.ends_with("after\n"));
 }
 
+TEST_F(CommandLine, ClosedStandardStreamsDoNotMixWithTheFiles)
+{
+    ASSERT_EQ(run({"doc.pdf"}).status, 0);
+    std::string expected = readFile(directory / "noname.ps");
+    for (const char *closed : {"<&-", ">&-", "2>&-", "<&- >&-", "<&- 2>&-", "<&- >&- 2>&-"}) {
+        unlink((directory / "noname.ps").c_str());
+        ProgramResult result = runProgram(
+            {"sh", "-c", "cd " + directory.path + " && " + programPath() + " doc.pdf " + closed});
+        EXPECT_EQ(result.status, 0) << closed;
+        EXPECT_EQ(readFile(directory / "noname.ps"), expected) << closed;
+    }
+    ProgramResult result = runProgram(
+        {"sh", "-c",
+         "cd " + directory.path + " && " + programPath() + " doc.pdf -OUTSPEC=/dev/stdout >&-"});
+    EXPECT_EQ(result.status, 1) << "there is no standard output to write to";
+    EXPECT_EQ(result.err, "ZOLAK-E-BADFOPEN: Error occurred while opening the file /dev/stdout for "
+                          "writing.\n");
+}
+
+TEST_F(CommandLine, AnAnswerThatCannotBeWrittenIsAnError)
+{
+    for (const char *question : {" --help", " --version"}) {
+        ProgramResult result =
+            runProgram({"sh", "-c", programPath() + std::string(question) + " > /dev/full"});
+        EXPECT_EQ(result.status, 1) << question;
+        EXPECT_EQ(result.err, "Error occurred while writing to standard output.\n") << question;
+    }
+}
+
 TEST_F(CommandLine, AFullDiskIsAnErrorAndLeavesNothing)
 {
     ProgramResult result = run({"doc.pdf", "-OUTSPEC=/dev/full"});

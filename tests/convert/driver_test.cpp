@@ -231,3 +231,31 @@ TEST(Driver, TwoConversionsOfFilesWithOneNameDoNotMeet)
     EXPECT_EQ(convertPdf(onePagePdf("n\n"), {}, options).status, 0);
     EXPECT_TRUE(directory.names().empty()) << "the private directory is gone";
 }
+
+TEST(Driver, WithoutMemoryItReportsAndLeavesNothing)
+{
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the sanitizer's own memory has no limit";
+#endif
+    ScratchDirectory directory;
+    directory.write("doc.pdf", onePagePdf("n\n", "/MediaBox [0 0 9 9] /Resources << /Font << /F << "
+                                                 "/Subtype /Type1 /BaseFont (" +
+                                                     std::string(40000000, 'x') + ") >> >> >>"));
+    ProgramOptions options;
+    options.directory = directory.path;
+    options.environment["KV_TMP"] = directory.path;
+    int converted = 0;
+    for (long megabytes : {20, 60, 80, 100, 130, 160, 1000}) {
+        options.memoryMegabytes = megabytes;
+        ProgramResult result = runProgram({programPath(), "doc.pdf", "-OUTSPEC=out.ps"}, options);
+        if (result.status == 0) {
+            converted++;
+            continue;
+        }
+        EXPECT_EQ(result.status, 1) << megabytes << ": " << result.err;
+        EXPECT_NE(result.err.find("ZOLAK-E-out of memory: Out of memory\n"), std::string::npos)
+            << megabytes << ": " << result.err;
+        EXPECT_EQ(directory.names(), Texts{"doc.pdf"}) << megabytes;
+    }
+    EXPECT_GT(converted, 0);
+}

@@ -253,3 +253,40 @@ TEST(Containers, TheCountersFollowWhatLives)
     EXPECT_EQ(test.inst->liveArrays, 0);
     EXPECT_EQ(test.inst->liveDicts, 0);
 }
+
+TEST(Containers, TakeNoMoreMemoryThanTheFileExplains)
+{
+    /* 2 MiB for each, of a file of 1 MB: beyond 64 MiB and 32 times the file there is no more. */
+    std::string text = "[";
+    for (int i = 0; i < 500000; i++)
+        text += "1 ";
+    TestInstance test(text + "]");
+    std::vector<ArrayPtr> arrays;
+    while (!test.inst->errorFlag && arrays.size() < 1000) {
+        test.seek(0);
+        arrays.push_back(readArray(test.inst));
+    }
+    EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 out of memory: Out of memory"});
+    EXPECT_FALSE(arrays.back());
+    EXPECT_GT(arrays.size(), 40U);
+    EXPECT_LT(arrays.size(), 60U);
+
+    arrays.clear();
+    EXPECT_EQ(test.inst->limits.containerBytes, 0U) << "what is released counts no more";
+    test.inst->errorFlag = 0;
+    test.seek(0);
+    EXPECT_TRUE(readArray(test.inst));
+}
+
+TEST(Containers, EveryByteOfADictionaryIsGivenBack)
+{
+    std::string text = "<<";
+    for (int i = 0; i < 3000; i++)
+        text += "/Key" + std::to_string(i) + " [" + std::to_string(i) + "] ";
+    TestInstance test(text + ">>");
+    PdfDict *dict = parseDict(test.inst);
+    ASSERT_TRUE(dict);
+    EXPECT_GT(test.inst->limits.containerBytes, 3000U * (sizeof(PdfDictEntry) + sizeof "/Key100"));
+    freeDict(test.inst, dict);
+    EXPECT_EQ(test.inst->limits.containerBytes, 0U);
+}

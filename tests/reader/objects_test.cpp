@@ -55,6 +55,37 @@ TEST(PeekType, KnowsEveryType)
     EXPECT_EQ(typeOf(std::string(" \0 ", 3)), PDF_NONE) << "a NUL byte is an unexpected character";
 }
 
+TEST(PeekType, APointAnywhereBehindInALongRunOfDigitsMakesAReal)
+{
+    /* The lexer takes such a run in pieces, and each of them is classified by what is left. */
+    std::string run = std::string(600, '1') + "." + std::string(300, '2') + "." + "33";
+    TestInstance test("[" + run + " 4.5 6 " + run + "]");
+    for (uint32_t i = 0; i < run.size(); i++) {
+        test.seek(1 + i);
+        EXPECT_EQ(peekType(test.inst), i <= 901 ? PDF_REAL : PDF_INTEGER) << i;
+        EXPECT_EQ(test.position(), 1 + i);
+    }
+    test.seek(0);
+    ArrayPtr array = readArray(test.inst);
+    ASSERT_TRUE(array);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{});
+    uint32_t behind = 1 + (uint32_t)run.size();
+    std::vector<ValuePosition> items(array->items, array->items + array->count);
+    std::vector<ValuePosition> first = {1, 255, 509, 763, behind + 1, behind + 5, behind + 7};
+    ASSERT_GT(items.size(), first.size());
+    items.resize(first.size());
+    EXPECT_EQ(items, first);
+}
+
+TEST(PeekType, ALongRunOfDigitsIsScannedOnce)
+{
+    /* Scanned again for each of its numbers, these five million digits would take minutes. */
+    TestInstance test("[" + std::string(5000000, '7') + "] ");
+    skipObject(test.inst);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{});
+    EXPECT_EQ(test.ahead(), " ");
+}
+
 TEST(PeekType, ADictionaryThatCannotBeParsedIsNothing)
 {
     TestInstance test("<< /A ] >> ");
@@ -111,7 +142,7 @@ TEST(ResolveValue, TableAndHeaderMustAgree)
         std::string file = std::string(c.object) + " (x)";
         TestInstance test(file + " 3 7 R ");
         XrefEntry table[4] = {};
-        table[3] = {0, 0, 'n'};
+        table[3] = {0, 0, 'n', false};
         test.inst->xref = table;
         test.inst->xrefCapacity = 4;
         test.inst->xrefLoaded = 1;
@@ -133,6 +164,40 @@ TEST(ResolveValue, ANumberOutsideTheTableLeadsNowhere)
         EXPECT_EQ(resolveValue(test.inst), POSITION_FAILED) << input;
         test.inst->xref = nullptr;
     }
+}
+
+TEST(ResolveValue, AnObjectsHeaderIsReadOnce)
+{
+    PdfBuilder pdf;
+    int far = pdf.add("(body)");
+    std::string references;
+    for (int i = 0; i < 100000; i++)
+        references += ref(far) + " ";
+    int many = pdf.add("[" + references + "]");
+    std::string file = pdf.build();
+    /* Read again for each reference, this much white space would take hours. */
+    size_t header = pdf.offsetOf(far);
+    std::string moved = std::to_string(far) + std::string(4000000, ' ') + "0 obj (body)";
+    std::string before = file.substr(0, pdf.xrefOffset());
+    std::string entry = file.substr(pdf.xrefOffset());
+    char oldOffset[16], newOffset[16];
+    snprintf(oldOffset, sizeof oldOffset, "%010zu", header);
+    snprintf(newOffset, sizeof newOffset, "%010zu", before.size());
+    entry.replace(entry.find(oldOffset), 10, newOffset);
+    entry.replace(entry.find(std::to_string(before.size()) + "\n%%EOF"),
+                  std::to_string(before.size()).size(),
+                  std::to_string(before.size() + moved.size() + 1));
+    TestInstance test(before + moved + "\n" + entry);
+    test.openIndex();
+
+    test.seek((uint32_t)(pdf.offsetOf(many) + std::to_string(many).size() + sizeof " 0 obj"));
+    ArrayPtr array = readArray(test.inst);
+    ASSERT_TRUE(array);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{});
+    ASSERT_EQ(array->count, 100000);
+    ValuePosition body = (ValuePosition)(before.size() + moved.size() - sizeof " (body)" + 1);
+    EXPECT_EQ(array->items[0], body);
+    EXPECT_EQ(array->items[99999], body);
 }
 
 TEST(SkipObject, PassesOverEveryType)

@@ -292,3 +292,36 @@ TEST(Catalog, WithoutARootThereIsNone)
         (Texts{"ZOLAK 4 BADSPACE: Error occurred during skipping white spaces.",
                "ZOLAK 4 BADDICT: Dictionary expected.", "ZOLAK 4 out of memory: Out of memory"}));
 }
+
+namespace {
+
+/* `count` sections, each with the next one inside its trailer; the last /Prev leads back to the
+ * section of the document. */
+std::string withNestedSections(int count)
+{
+    PdfBuilder pdf;
+    std::string file = pdf.build();
+    const char format[] = "xref\ntrailer << /Size 3 /Prev %010zu /Text (\n";
+    size_t start = file.size();
+    for (int i = 0; i < count; i++) {
+        char text[64];
+        size_t behind = file.size() + sizeof "xref\ntrailer << /Size 3 /Prev 1234567890 /Text (";
+        snprintf(text, sizeof text, format, i == count - 1 ? pdf.xrefOffset() : behind);
+        file += text;
+    }
+    return file + ") /Root 1 0 R >>\nstartxref\n" + std::to_string(start) + "\n%%EOF\n";
+}
+
+} // namespace
+
+TEST(Sections, MayBeLongerTogetherThanTheFileOnlyWhenTheyShareBytes)
+{
+    TestInstance few(withNestedSections(2));
+    EXPECT_EQ(openReports(few), Texts{});
+    EXPECT_EQ(few.inst->xrefLoaded, 1);
+
+    /* Read one by one, these would take hours. */
+    TestInstance many(withNestedSections(100000));
+    EXPECT_EQ(openReports(many), Texts{BAD_FORMAT});
+    EXPECT_EQ(many.inst->xrefLoaded, 0);
+}

@@ -2,6 +2,7 @@
  * damaged_test.cpp - hostile fonts: nothing is read outside the data, and the work is bounded
  */
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "tests/support/scratch_directory.h"
 #include "tests/truetype/conversion.h"
@@ -52,6 +53,30 @@ TEST(DamagedGlyph, ContoursMustRise)
     expectDamaged(falling.u16(2).u16(1).u16(0).zeros(100));
     FontBytes last = glyphHeader(3, BOX);
     expectDamaged(last.u16(0).u16(5).u16(4).u16(0).zeros(100));
+}
+
+/* What insert_ttfont reports of a file of that many zero bytes. */
+Texts reportsOfZeros(off_t size)
+{
+    ScratchDirectory directory;
+    RecordedInstance instance;
+    std::string path = directory.write("font", "");
+    EXPECT_EQ(truncate(path.c_str(), size), 0);
+    ZFile *input = fopenr("", path.c_str(), "", 0);
+    ZFile *output = fopent("", (directory / "out").c_str(), "", 0);
+    insert_ttfont(instance, input, output);
+    EXPECT_EQ(fgeteof(output), 0U);
+    fclosx(input);
+    fclosx(output);
+    return instance.controller.takeTextsWithLines();
+}
+
+TEST(DamagedFont, AFileOfMoreThan128MebibytesIsRefusedUnread)
+{
+    EXPECT_EQ(
+        reportsOfZeros(134217728),
+        Texts{"ZOLAK:1381 4 TTFONT: Unknown File Version number [0], or not a TrueType file"});
+    EXPECT_EQ(reportsOfZeros(134217729), Texts{"ZOLAK:910 4 TTFONT: Font program is too large"});
 }
 
 TEST(DamagedGlyph, TwoThousandPointsAreTheMost)

@@ -104,6 +104,9 @@ TEST_F(Controller, WhatADocumentBringsCannotDriveTheTerminal)
                      "1m"),
               "ZOLAK-I-K: \\xC2\\x9B1m\n")
         << "the same in UTF-8";
+    EXPECT_EQ(report(1, "K", "%s", "\xE0\x82\x9B|\xF0\x80\x82\x9B|\xE0\xA0\x80"),
+              "ZOLAK-I-K: \\xE0\\x82\\x9B|\\xF0\\x80\\x82\\x9B|\xE0\xA0\x80\n")
+        << "and in more bytes than it takes";
     EXPECT_EQ(report(1, "K", "%s", "\xC3\xA4\xE2\x82\xAC"), "ZOLAK-I-K: \xC3\xA4\xE2\x82\xAC\n")
         << "other UTF-8 stays readable";
     EXPECT_EQ(report(1, "K", "%s", "100%d%n"), "ZOLAK-I-K: 100%d%n\n");

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -224,6 +225,38 @@ TEST(FileWriting, AFileThatIsOpenAsInputIsNotOverwritten)
     fclosx(output);
 }
 
+TEST(FileWriting, AFileThatIsOpenAsInputIsNotWrittenThroughADescriptorEither)
+{
+    ScratchDirectory directory;
+    std::string path = directory.write("doc.pdf", "precious");
+    ZFile *input = fopenr("", path.c_str(), "", 0);
+    int descriptor = open(path.c_str(), O_WRONLY | O_APPEND);
+    ASSERT_GE(descriptor, 0);
+    EXPECT_EQ(fopenw("", ("/dev/fd/" + std::to_string(descriptor)).c_str(), "", 0), nullptr);
+    EXPECT_EQ(errno, EEXIST);
+    close(descriptor);
+    fclosx(input);
+}
+
+TEST(FileWriting, AFileThatMayNotGrowIsAWriteErrorAndNoSignal)
+{
+    ScratchDirectory directory;
+    ZFile *file = fopenw("", (directory / "out.ps").c_str(), "", 0);
+    ASSERT_NE(file, nullptr);
+    rlimit before;
+    getrlimit(RLIMIT_FSIZE, &before);
+    rlimit limit = {4096, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    for (int i = 0; i < 1000; i++)
+        fputstr(file, "a line that fills the file");
+    int result = fclosx(file);
+    int cause = errno;
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(cause, EFBIG);
+    EXPECT_TRUE(directory.names().empty());
+}
+
 TEST(FileWriting, TheModeOfTheDestinationIsKept)
 {
     ScratchDirectory directory;
@@ -233,6 +266,17 @@ TEST(FileWriting, TheModeOfTheDestinationIsKept)
     struct stat info;
     ASSERT_EQ(stat(path.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 07777, 0640U);
+}
+
+TEST(FileWriting, OfTheModeOfTheDestinationOnlyThePermissionsAreKept)
+{
+    ScratchDirectory directory;
+    std::string path = directory.write("out.ps", "old");
+    ASSERT_EQ(chmod(path.c_str(), 06755), 0);
+    fclosx(fopenw("", path.c_str(), "", 0));
+    struct stat info;
+    ASSERT_EQ(stat(path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0755U);
 }
 
 TEST(FileWriting, ASymbolicLinkIsWrittenThrough)

@@ -1,5 +1,5 @@
 /*
- * containermemo.h - what the parser remembers of arrays and dictionaries that it has read
+ * containermemo.h - what the parser remembers of values that it has read
  *
  * To tell a dictionary from a stream one must read it to its end, and to read a container one
  * must classify and pass over all that it holds.  Without a memory each level of nesting would
@@ -25,12 +25,20 @@ struct ReadContainer {
     bool used;
 };
 
+/* A run of digits and points, as it was scanned last.  The lexer takes 255 characters of it at a
+ * time, and to classify each of these numbers the rest of the run would be scanned again. */
+struct DigitRun {
+    uint32_t start, end; /* equal: none */
+    uint32_t pointEnd;   /* behind its last point; 0: it has none */
+};
+
 constexpr uint32_t MEMO_SLOTS = 512;
 
 struct ContainerMemo {
     ReadContainer last;
     ReadContainer slots[MEMO_SLOTS];
     uint32_t stamp;
+    DigitRun digits;
 };
 
 /* Zeroed, a memo is empty. */

@@ -67,10 +67,46 @@ const ReadContainer *recall(ConverterInstance *inst, uint32_t start)
 
 /* ---- records */
 
+/* The memory that containers may take: a fixed part and so many times the file's size.  One
+ * container takes up to ten times its text, and few of them live at once. */
+constexpr uint64_t MEMORY_ALWAYS = 64 * 1024 * 1024;
+constexpr uint64_t MEMORY_PER_FILE_BYTE = 32;
+
+/* realloc, counted; null without memory, `memory` then stands as it was.  The nodes of the page
+ * tree keep their containers while their kids are walked, and a hostile tree refers to one large
+ * container from each of them. */
+void *resizeMemory(ConverterInstance *inst, void *memory, size_t before, size_t wanted)
+{
+    uint64_t &taken = inst->limits.containerBytes;
+    uint64_t most = MEMORY_ALWAYS + MEMORY_PER_FILE_BYTE * fgeteof(inst->input);
+    if (taken - before + wanted > most)
+        return nullptr;
+    void *resized = realloc(memory, wanted);
+    if (resized)
+        taken += wanted - before;
+    return resized;
+}
+
+void releaseMemory(ConverterInstance *inst, void *memory, size_t bytes)
+{
+    inst->limits.containerBytes -= bytes;
+    free(memory);
+}
+
+size_t arrayBytes(size_t room)
+{
+    return sizeof(PdfArray) + room * sizeof(ValuePosition);
+}
+
+size_t dictBytes(size_t entryRoom)
+{
+    return sizeof(PdfDict) + entryRoom * sizeof(PdfDictEntry);
+}
+
 PdfArray *newArray(ConverterInstance *inst)
 {
     PdfArray *array =
-        static_cast<PdfArray *>(malloc(sizeof(PdfArray) + ARRAY_ITEMS * sizeof(ValuePosition)));
+        static_cast<PdfArray *>(resizeMemory(inst, nullptr, 0, arrayBytes(ARRAY_ITEMS)));
     if (!array) {
         reportOutOfMemory(inst, __LINE__);
         return nullptr;
@@ -80,33 +116,44 @@ PdfArray *newArray(ConverterInstance *inst)
     return array;
 }
 
-/* Appends an item; the record may move.  Doubling keeps the whole linear. */
-bool appendItem(ConverterInstance *inst, PdfArray **array, ValuePosition item)
+/* Makes room for one more item; the record may move.  Doubling keeps the whole linear. */
+bool growItems(ConverterInstance *inst, PdfArray **array)
 {
     PdfArray *a = *array;
-    if (a->count == a->room) {
-        size_t room = (size_t)a->room * 2;
-        a = static_cast<PdfArray *>(realloc(a, sizeof(PdfArray) + room * sizeof(ValuePosition)));
-        if (!a) {
-            reportOutOfMemory(inst, __LINE__);
-            return false;
-        }
-        a->room = (int32_t)room;
-        a->items = reinterpret_cast<ValuePosition *>(a + 1);
-        *array = a;
+    if (a->count < a->room)
+        return true;
+    size_t room = (size_t)a->room * 2;
+    if (room > INT32_MAX)
+        return false;
+    a = static_cast<PdfArray *>(
+        resizeMemory(inst, a, arrayBytes((size_t)a->room), arrayBytes(room)));
+    if (!a)
+        return false;
+    a->room = (int32_t)room;
+    a->items = reinterpret_cast<ValuePosition *>(a + 1);
+    *array = a;
+    return true;
+}
+
+/* Appends an item; the record may move. */
+bool appendItem(ConverterInstance *inst, PdfArray **array, ValuePosition item)
+{
+    if (!growItems(inst, array)) {
+        reportOutOfMemory(inst, __LINE__);
+        return false;
     }
+    PdfArray *a = *array;
     a->items[a->count++] = item;
     return true;
 }
 
 PdfDict *newDict(ConverterInstance *inst)
 {
-    PdfDict *dict =
-        static_cast<PdfDict *>(malloc(sizeof(PdfDict) + DICT_ENTRIES * sizeof(PdfDictEntry)));
-    char *keys = static_cast<char *>(malloc(DICT_KEY_BYTES));
+    PdfDict *dict = static_cast<PdfDict *>(resizeMemory(inst, nullptr, 0, dictBytes(DICT_ENTRIES)));
+    char *keys = static_cast<char *>(resizeMemory(inst, nullptr, 0, DICT_KEY_BYTES));
     if (!dict || !keys) {
-        free(dict);
-        free(keys);
+        releaseMemory(inst, dict, dict ? dictBytes(DICT_ENTRIES) : 0);
+        releaseMemory(inst, keys, keys ? DICT_KEY_BYTES : 0);
         reportOutOfMemory(inst, __LINE__);
         return nullptr;
     }
@@ -119,28 +166,30 @@ PdfDict *newDict(ConverterInstance *inst)
     return dict;
 }
 
-bool growKeys(PdfDict *dict, uint32_t needed)
+bool growKeys(ConverterInstance *inst, PdfDict *dict, uint32_t needed)
 {
-    uint32_t room = dict->keyRoom;
+    uint64_t room = dict->keyRoom;
     while (room - dict->keyUsed < needed)
         room *= 2;
     if (room == dict->keyRoom)
         return true;
-    char *larger = static_cast<char *>(realloc(dict->keyText, room));
+    if (room > UINT32_MAX)
+        return false;
+    char *larger = static_cast<char *>(resizeMemory(inst, dict->keyText, dict->keyRoom, room));
     if (!larger)
         return false;
     dict->keyText = larger;
-    dict->keyRoom = room;
+    dict->keyRoom = (uint32_t)room;
     return true;
 }
 
-bool growEntries(PdfDict **dict)
+bool growEntries(ConverterInstance *inst, PdfDict **dict)
 {
     PdfDict *d = *dict;
     if ((uint32_t)d->count < d->entryRoom)
         return true;
     size_t room = (size_t)d->entryRoom * 2;
-    d = static_cast<PdfDict *>(realloc(d, sizeof(PdfDict) + room * sizeof(PdfDictEntry)));
+    d = static_cast<PdfDict *>(resizeMemory(inst, d, dictBytes(d->entryRoom), dictBytes(room)));
     if (!d)
         return false;
     d->entryRoom = (uint32_t)room;
@@ -153,7 +202,7 @@ bool growEntries(PdfDict **dict)
 bool appendEntry(ConverterInstance *inst, PdfDict **dict, const char *key, ValuePosition value)
 {
     uint32_t bytes = (uint32_t)lenstr(key) + 1;
-    if (!growEntries(dict) || !growKeys(*dict, bytes)) {
+    if (!growEntries(inst, dict) || !growKeys(inst, *dict, bytes)) {
         reportOutOfMemory(inst, __LINE__);
         return false;
     }
@@ -417,7 +466,7 @@ void freeArray(ConverterInstance *inst, PdfArray *array)
     if (!array)
         return;
     inst->liveArrays--;
-    free(array);
+    releaseMemory(inst, array, arrayBytes((size_t)array->room));
 }
 
 void freeDict(ConverterInstance *inst, PdfDict *dict)
@@ -425,8 +474,8 @@ void freeDict(ConverterInstance *inst, PdfDict *dict)
     if (!dict)
         return;
     inst->liveDicts--;
-    free(dict->keyText);
-    free(dict);
+    releaseMemory(inst, dict->keyText, dict->keyRoom);
+    releaseMemory(inst, dict, dictBytes(dict->entryRoom));
 }
 
 int32_t findKey(ConverterInstance *inst, const PdfDict *dict, const char *key)

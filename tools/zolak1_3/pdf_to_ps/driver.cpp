@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "tools/zolak1_3/pdf_to_ps/objects.h"
 #include "tools/zolak1_3/pdf_to_ps/pages.h"
@@ -98,6 +99,16 @@ void writePages(ConverterInstance *inst)
         zolakReport(inst, __LINE__, SEVERITY_WARNING, "NOPAGE", "Page not found.");
 }
 
+/* Texts of the standard library throw when there is no memory; all else reports it by itself. */
+void writeOutput(ConverterInstance *inst)
+{
+    copyPostScriptFile(inst, inst->PROLOG);
+    fputstr_arg(inst->output, "/TmpFont (%stmpfont) def", inst->baseName);
+    checkVersion(inst);
+    writePages(inst);
+    copyPostScriptFile(inst, inst->TRAILER);
+}
+
 void reportWriting(ConverterInstance *inst, int line)
 {
     zolakReport(inst, line, SEVERITY_ERROR, "BADFWRITE",
@@ -125,11 +136,11 @@ void runConversion(ConverterInstance *inst)
     resetRun(inst);
     if (!openFiles(inst))
         return;
-    copyPostScriptFile(inst, inst->PROLOG);
-    fputstr_arg(inst->output, "/TmpFont (%stmpfont) def", inst->baseName);
-    checkVersion(inst);
-    writePages(inst);
-    copyPostScriptFile(inst, inst->TRAILER);
+    try {
+        writeOutput(inst);
+    } catch (const std::bad_alloc &) {
+        reportOutOfMemory(inst, __LINE__);
+    }
     freeDocumentIndex(inst);
     closeFiles(inst);
 }

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdint>
 #include <memory>
+#include <new>
 
 #include "tools/zolak1_3/pdf_to_ps/lexer.h"
 #include "tools/zolak1_3/pdf_to_ps/serializer.h"
@@ -57,6 +58,15 @@ ReadResult readNumbers(ConverterInstance *inst, const PdfDict *dict, const char 
     return ReadFunctionNumbers(inst, count, numbers) ? READ_OK : READ_REPORTED;
 }
 
+/* Room for an array of that length; null, reported, without memory. */
+std::unique_ptr<double[]> newNumbers(ConverterInstance *inst, int32_t length)
+{
+    std::unique_ptr<double[]> numbers(new (std::nothrow) double[(size_t)length + 1]);
+    if (!numbers)
+        reportOutOfMemory(inst, NO_MEMORY_LINE);
+    return numbers;
+}
+
 /* Reads an array whose values are not used; it may be absent. */
 ReadResult checkNumbers(ConverterInstance *inst, const PdfDict *dict, const char *key,
                         int64_t count)
@@ -65,8 +75,9 @@ ReadResult checkNumbers(ConverterInstance *inst, const PdfDict *dict, const char
     if (length < 0)
         return inst->errorFlag ? READ_REPORTED : READ_OK;
     int32_t wanted = count > INT32_MAX ? INT32_MAX : (int32_t)count;
-    std::unique_ptr<double[]> numbers(new double[length > 0 ? (size_t)length : 1]);
-    return ReadFunctionNumbers(inst, wanted, numbers.get()) ? READ_OK : READ_REPORTED;
+    std::unique_ptr<double[]> numbers = newNumbers(inst, length);
+    bool read = numbers && ReadFunctionNumbers(inst, wanted, numbers.get());
+    return read ? READ_OK : READ_REPORTED;
 }
 
 /* Reads /Range: one pair, or with `anyPairs` any number of them. */
@@ -78,8 +89,8 @@ ReadResult readRange(ConverterInstance *inst, const PdfDict *dict, bool anyPairs
         return READ_INVALID;
     /* An odd count matches no expectation. */
     int32_t wanted = !anyPairs ? 2 : length % 2 == 0 ? length : length + 1;
-    std::unique_ptr<double[]> numbers(new double[(size_t)length + 1]);
-    if (!ReadFunctionNumbers(inst, wanted, numbers.get()))
+    std::unique_ptr<double[]> numbers = newNumbers(inst, length);
+    if (!numbers || !ReadFunctionNumbers(inst, wanted, numbers.get()))
         return READ_REPORTED;
     f->outputs = length / 2;
     f->range[0] = numbers[0];
@@ -291,7 +302,7 @@ bool ReadFunctionNumbers(ConverterInstance *inst, int32_t count, double *numbers
 {
     ArrayPtr array = readArray(inst);
     if (!array) {
-        zolakReport(inst, NO_MEMORY_LINE, SEVERITY_ERROR, "out of memory", "Out of memory");
+        reportOutOfMemory(inst, NO_MEMORY_LINE);
         return false;
     }
     if (array->count != count) {

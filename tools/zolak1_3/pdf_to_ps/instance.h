@@ -31,6 +31,7 @@ struct ReaderLimits {
     uint32_t valuesWritten;   /* by the serializer for the value that it was handed */
     uint32_t resourceEntries; /* of the page description being written */
     uint64_t nodesVisited;    /* of the page tree */
+    uint64_t containerBytes;  /* memory of the arrays and dictionaries that live */
 };
 
 struct ConverterInstance {

@@ -14,20 +14,37 @@
 
 namespace {
 
-/* Integer or real: the run of digits and points is scanned for a point.  The sign or digit that
- * it begins with has been read. */
+/* Scans the run of digits and points at the position; false when a read fails. */
+bool scanDigits(ConverterInstance *inst, DigitRun *run)
+{
+    ZFile *input = inst->input;
+    *run = {fgetp(input), 0, 0};
+    for (;;) {
+        int byte = fgetb(input);
+        if (errno)
+            return false;
+        if (byte == '.') {
+            run->pointEnd = fgetp(input);
+        } else if (!isDigitByte(byte)) {
+            run->end = fgetp(input) - 1;
+            return true;
+        }
+    }
+}
+
+/* Integer or real: a point anywhere in the run of digits and points decides.  The sign, digit or
+ * point that it begins with has been read. */
 PdfType classifyNumber(ConverterInstance *inst, int first)
 {
-    PdfType type = first == '.' ? PDF_REAL : PDF_INTEGER;
-    for (;;) {
-        int byte = fgetb(inst->input);
-        if (errno)
+    uint32_t start = fgetp(inst->input);
+    DigitRun &known = inst->memo.digits;
+    if (start < known.start || start >= known.end) {
+        DigitRun run;
+        if (!scanDigits(inst, &run))
             return PDF_NONE;
-        if (byte == '.')
-            type = PDF_REAL;
-        else if (!isDigitByte(byte))
-            return type;
+        known = run;
     }
+    return first == '.' || known.pointEnd > start ? PDF_REAL : PDF_INTEGER;
 }
 
 PdfType classifyKeyword(ConverterInstance *inst)
@@ -103,7 +120,9 @@ ValuePosition findObject(ConverterInstance *inst, int64_t number)
 {
     if (number >= inst->xrefCapacity)
         return POSITION_FAILED;
-    const XrefEntry &entry = inst->xref[number];
+    XrefEntry &entry = inst->xref[number];
+    if (entry.isBody)
+        return entry.offset;
     fputp(inst->input, entry.offset);
     int32_t headerNumber = readInteger(inst);
     int32_t headerGeneration = readInteger(inst);
@@ -112,7 +131,9 @@ ValuePosition findObject(ConverterInstance *inst, int64_t number)
     if (cmpstr(keyword, "obj") != 0 || headerGeneration != entry.generation ||
         headerNumber != number)
         return POSITION_FAILED;
-    return fgetp(inst->input);
+    entry.offset = fgetp(inst->input);
+    entry.isBody = true;
+    return entry.offset;
 }
 
 } // namespace

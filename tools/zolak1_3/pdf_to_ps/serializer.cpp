@@ -9,7 +9,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <string>
+#include <memory>
+#include <new>
 
 #include "tools/zolak1_3/pdf_to_ps/lexer.h"
 #include "zelkov/format.h"
@@ -52,10 +53,15 @@ int writeString(ConverterInstance *inst)
     StringPtr string = readString(inst);
     if (inst->errorFlag)
         return -1;
-    std::string escaped(2 * lenstr(string.get()) + 1, '\0');
-    escapeString(escaped.data(), string.get());
+    size_t room = 2 * lenstr(string.get()) + 1;
+    std::unique_ptr<char[]> escaped(new (std::nothrow) char[room]);
+    if (!escaped) {
+        reportOutOfMemory(inst, __LINE__);
+        return -1;
+    }
+    escapeString(escaped.get(), string.get());
     writePiece(inst, "(");
-    writePiece(inst, escaped.c_str());
+    writePiece(inst, escaped.get());
     writePiece(inst, ") ");
     return 0;
 }

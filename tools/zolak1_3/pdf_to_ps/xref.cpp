@@ -104,30 +104,6 @@ bool readIndexLine(ConverterInstance *inst, char *line)
     return !inst->errorFlag;
 }
 
-/* Reads the section at the position, its trailer included. */
-bool readSection(ConverterInstance *inst)
-{
-    ZFile *input = inst->input;
-    char line[LINE_BYTES];
-    readIndexLine(inst, line);
-    if (sposstr("xref", line) < 0) {
-        zolakReport(inst, __LINE__, SEVERITY_ERROR, "NOXREF",
-                    "Cross reference table wasn't found at the expected location.");
-        return false;
-    }
-    uint32_t lineStart = fgetp(input);
-    while (readIndexLine(inst, line) && sposstr("trailer", line) < 0) {
-        if (!readEntries(inst, readSubsection(line)))
-            return false;
-        lineStart = fgetp(input);
-    }
-    if (inst->errorFlag)
-        return false;
-    fputp(input, lineStart);
-    readTrailer(inst);
-    return !inst->errorFlag;
-}
-
 /* Moves to the text behind the next line that begins with "trailer": behind the word itself when
  * the dictionary stands on the same line. */
 bool findTrailer(ConverterInstance *inst)
@@ -184,6 +160,47 @@ void takeTrailer(ConverterInstance *inst, const PdfDict *dict)
             reportEncrypted(inst);
 }
 
+/* Reads the trailer that the next line with "trailer" begins; answers where its dictionary ends. */
+uint32_t readTrailerUpTo(ConverterInstance *inst)
+{
+    inst->xrefPrevious = -1;
+    if (!findTrailer(inst))
+        return fgetp(inst->input);
+    DictPtr dict = readDict(inst);
+    uint32_t end = fgetp(inst->input);
+    if (dict)
+        takeTrailer(inst, dict.get());
+    else
+        reportOutOfMemory(inst, __LINE__);
+    return end;
+}
+
+/* Reads the section at the position, its trailer included; *bytes grows by its length. */
+bool readSection(ConverterInstance *inst, uint64_t *bytes)
+{
+    ZFile *input = inst->input;
+    uint32_t start = fgetp(input);
+    char line[LINE_BYTES];
+    readIndexLine(inst, line);
+    if (sposstr("xref", line) < 0) {
+        zolakReport(inst, __LINE__, SEVERITY_ERROR, "NOXREF",
+                    "Cross reference table wasn't found at the expected location.");
+        return false;
+    }
+    uint32_t lineStart = fgetp(input);
+    while (readIndexLine(inst, line) && sposstr("trailer", line) < 0) {
+        if (!readEntries(inst, readSubsection(line)))
+            return false;
+        lineStart = fgetp(input);
+    }
+    if (inst->errorFlag)
+        return false;
+    fputp(input, lineStart);
+    uint32_t end = readTrailerUpTo(inst);
+    *bytes += end - start;
+    return !inst->errorFlag;
+}
+
 } // namespace
 
 int64_t findStartXref(ConverterInstance *inst, ZFile *input)
@@ -215,13 +232,16 @@ void readXrefTable(ConverterInstance *inst, int64_t startXref)
         return;
 
     std::unordered_set<uint32_t> met = {(uint32_t)startXref};
+    uint64_t bytes = 0;
     for (;;) {
-        if (!readSection(inst))
+        if (!readSection(inst, &bytes))
             return;
         if (inst->xrefPrevious == -1)
             break;
+        /* Sections that share their bytes, one trailer inside the other, would be read for a time
+         * that grows with the square of the file's size. */
         uint32_t previous = (uint32_t)inst->xrefPrevious;
-        if (!met.insert(previous).second) {
+        if (!met.insert(previous).second || bytes > fgeteof(input)) {
             reportBadXref(inst, __LINE__);
             return;
         }
@@ -245,14 +265,7 @@ int readXrefEntry(ZFile *input, uint32_t *offset, uint16_t *generation, char *ty
 
 void readTrailer(ConverterInstance *inst)
 {
-    inst->xrefPrevious = -1;
-    if (!findTrailer(inst))
-        return;
-    DictPtr dict = readDict(inst);
-    if (dict)
-        takeTrailer(inst, dict.get());
-    else
-        reportOutOfMemory(inst, __LINE__);
+    readTrailerUpTo(inst);
 }
 
 void openDocumentIndex(ConverterInstance *inst)

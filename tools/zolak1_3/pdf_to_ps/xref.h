@@ -10,9 +10,10 @@
 
 /* What the table knows of one object. */
 struct XrefEntry {
-    uint32_t offset; /* where "N G obj" begins */
+    uint32_t offset; /* where "N G obj" begins, or, when `isBody`, what follows that */
     uint16_t generation;
-    char type; /* 'n' in use, 'f' free, 0: no section has told of it */
+    char type;   /* 'n' in use, 'f' free, 0: no section has told of it */
+    bool isBody; /* the header has been read and agreed: it need not be read again */
 };
 static_assert(sizeof(XrefEntry) == 8, "the table is what grows with the document");
 

@@ -243,11 +243,6 @@ void tt_reportDamagedGlyph(ZelkovInstance *instance, const TTFont &font, int32_t
                    tt_glyphName(font, glyph));
 }
 
-void tt_reportTooLarge(ZelkovInstance *instance)
-{
-    tt_reportError(instance, LINE_TOO_LARGE, "Font program is too large");
-}
-
 void writeOutline(ZelkovInstance *instance, TTFont *font, int32_t glyph, int32_t parent)
 {
     TTGlyphData data = locateGlyph(*font, glyph);

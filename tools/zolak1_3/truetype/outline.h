@@ -18,7 +18,4 @@ void writeOutline(ZelkovInstance *instance, TTFont *font, int32_t glyph, int32_t
 /* Reports, severity 3, that the glyph's data cannot be used. */
 void tt_reportDamagedGlyph(ZelkovInstance *instance, const TTFont &font, int32_t glyph);
 
-/* Reports, severity 4, that the font writes more than any honest one. */
-void tt_reportTooLarge(ZelkovInstance *instance);
-
 #endif

@@ -31,6 +31,11 @@ void tt_reportError(ZelkovInstance *instance, TTReportLine line, const char *for
     va_end(arguments);
 }
 
+void tt_reportTooLarge(ZelkovInstance *instance)
+{
+    tt_reportError(instance, LINE_TOO_LARGE, "Font program is too large");
+}
+
 void tt_reportOutOfMemory(ZelkovInstance *instance, TTReportLine line)
 {
     control_report(instance->owner, MODULE, SOURCE, line, SEVERITY_ERROR, "out of memory",

@@ -45,6 +45,9 @@ void tt_reportFault(ZelkovInstance *instance, TTReportLine line, const char *for
 void tt_reportError(ZelkovInstance *instance, TTReportLine line, const char *format, ...)
     __attribute__((format(printf, 3, 4)));
 
+/* The error of a font that is larger, or would write more, than any honest one. */
+void tt_reportTooLarge(ZelkovInstance *instance);
+
 /* Errors with keys of their own. */
 void tt_reportOutOfMemory(ZelkovInstance *instance, TTReportLine line);
 void tt_reportReadError(ZelkovInstance *instance, TTReportLine line);

@@ -13,10 +13,18 @@ namespace {
 
 constexpr uint32_t TRUETYPE_VERSION = 0x00010000;
 
+/* The file comes into memory whole, and a few compressed bytes of a document can stand for it.
+ * The largest fonts have some 40 million bytes. */
+constexpr uint32_t MAX_FONT_BYTES = 134217728;
+
 /* The whole file into the zone. */
 void loadFont(ZelkovInstance *instance, TTFont *font, ZFile *input)
 {
     uint32_t size = fgeteof(input);
+    if (size > MAX_FONT_BYTES) {
+        tt_reportTooLarge(instance);
+        return;
+    }
     uint8_t *buffer = static_cast<uint8_t *>(zalloc(font->zone, size));
     if (!buffer) {
         tt_reportOutOfMemory(instance, LINE_FONT_MEMORY);

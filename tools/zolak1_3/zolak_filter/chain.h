@@ -15,6 +15,10 @@
 /* Bytes of every buffer between the file, the decoders and the output. */
 constexpr int32_t FILTER_BUFFER_BYTES = 2048;
 
+/* Filters of one stream that are set up.  Each takes some 40,000 bytes, and its name only a few of
+ * the file. */
+constexpr int32_t MAX_FILTERS = 64;
+
 /* chainInit makes it, its caller owns it, chainFree ends it. */
 struct DecodingChain {
     ZelkovController *controller;
@@ -24,6 +28,7 @@ struct DecodingChain {
     int32_t count;
     ChainElement *elements; /* `count` of them, owned */
     bool moved; /* the last chain_ToRaw took, decoded or passed on a byte in any of its stages */
+    int64_t decoded; /* bytes that all decoders together have made so far */
 };
 
 /* A chain of the named filters, in the state Begin; null after a report, or without memory. */

@@ -22,6 +22,11 @@ constexpr int LINE_NO_CHAIN = 237;
 constexpr int LINE_DECODE = 258;
 constexpr int LINE_WRITE = 263;
 constexpr int LINE_DATA_ENDED = 270;
+constexpr int LINE_TOO_LARGE = 271;
+
+/* What the decoders of one stream may make, all together.  Filters over filters multiply: a few
+ * kilobytes could otherwise fill every disk, or run for years and write nothing. */
+constexpr int64_t MAX_DECODED_BYTES = 1073741824;
 
 constexpr int32_t COPY_BYTES = 64 * 1024;
 
@@ -125,6 +130,10 @@ PassResult decodePass(ConverterInstance *inst, DecodingChain *chain, EncodedData
     fputm(output, decoded, (size_t)count);
     if (errno) {
         report(inst, LINE_WRITE, SEVERITY_ERROR, "Error writing decoded data to file.");
+        return PASS_ENDED;
+    }
+    if (chain->decoded > MAX_DECODED_BYTES) {
+        report(inst, LINE_TOO_LARGE, SEVERITY_ERROR, "Stream data is too large.");
         return PASS_ENDED;
     }
     dropFront(data, chainConsumed(chain));
