@@ -238,9 +238,11 @@ TEST(Driver, WithoutMemoryItReportsAndLeavesNothing)
     GTEST_SKIP() << "the sanitizer's own memory has no limit";
 #endif
     ScratchDirectory directory;
-    directory.write("doc.pdf", onePagePdf("n\n", "/MediaBox [0 0 9 9] /Resources << /Font << /F << "
-                                                 "/Subtype /Type1 /BaseFont (" +
-                                                     std::string(40000000, 'x') + ") >> >> >>"));
+    std::string text(40000000, 'x');
+    directory.write(
+        "doc.pdf",
+        onePagePdf("n\n", "/MediaBox [0 0 9 9] /Resources << /ExtGState << /G << /HTP (" + text +
+                              ") >> >> >>"));
     ProgramOptions options;
     options.directory = directory.path;
     options.environment["KV_TMP"] = directory.path;
