@@ -8,7 +8,6 @@
 #include "zelkov/cleanup.h"
 
 #include <atomic>
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>

@@ -6,7 +6,6 @@
  */
 #include "zelkov/control.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>

@@ -19,6 +19,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <new>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -305,7 +306,7 @@ int namedDescriptor(const std::string &path)
         size_t length = strlen(folder);
         if (path.starts_with(folder) && path.size() > length && path.size() < length + 6 &&
             path.find_first_not_of("0123456789", length) == std::string::npos)
-            return atoi(path.c_str() + length);
+            return std::stoi(path.substr(length));
     }
     return -1;
 }

@@ -6,6 +6,7 @@
  */
 #include "zelkov/filespec.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -83,6 +84,10 @@ std::string resolve(const char *defaultDirectory, const char *name, const char *
         return "";
     }
     Specification spec = cut(name);
+    if (spec.component.empty()) {
+        errno = EISDIR;
+        return "";
+    }
     Specification fallback = cut(defaults);
     if (spec.directory.empty())
         spec.directory = fallback.directory;

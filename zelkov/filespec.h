@@ -12,7 +12,8 @@
 /* The path that `name` stands for.  What it lacks is filled in: a directory, only when it has no
  * directory part, from `defaults`, else from `defaultDirectory`; an extension, only when its last
  * component has no dot, from `defaults`.  Logical locations are replaced by their directories.
- * Empty, with errno set, when the name is empty or a location cannot be had. */
+ * Empty, with errno set, when the name is empty or ends as a directory's does, or when a location
+ * cannot be had. */
 std::string filespec_resolve(const char *defaultDirectory, const char *name, const char *defaults);
 
 /* The same without the extension being added, for names that are complete as they stand. */

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <string>
 
 namespace {

@@ -91,13 +91,6 @@ static char lowerCase(char c)
     return c >= 'A' && c <= 'Z' ? (char)(c - 'A' + 'a') : c;
 }
 
-bool equalIgnoringCase(const char *a, const char *b)
-{
-    for (; *a && lowerCase(*a) == lowerCase(*b); a++, b++)
-        ;
-    return *a == *b;
-}
-
 bool matchesKeyword(const char *given, const char *keyword)
 {
     bool mayEnd = false;

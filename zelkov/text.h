@@ -32,9 +32,6 @@ double atod(const char *text);
  * `*value` untouched, when any other character is present or there is no digit. */
 bool textToInteger(const char *text, int32_t *value);
 
-/* Same texts, ASCII letters compared without regard to case. */
-bool equalIgnoringCase(const char *a, const char *b);
-
 /* Does `given` name `keyword`?  A '*' in the keyword marks its shortest abbreviation: the letters
  * before it are required, those after it may be left off from the end.  Case does not count. */
 bool matchesKeyword(const char *given, const char *keyword);

@@ -37,6 +37,16 @@ TEST(FileSpec, AnEmptyNameIsNoFile)
     EXPECT_EQ(errno, ENOENT);
 }
 
+TEST(FileSpec, ADirectoryIsNoFile)
+{
+    for (const char *name : {"out/", "/", "KV_TMP:", "KV_DAT_PS:"}) {
+        errno = 0;
+        EXPECT_EQ(filespec_resolve("", name, ".ps"), "") << name;
+        EXPECT_EQ(errno, EISDIR) << name;
+        EXPECT_EQ(filespec_resolveExact("", name, ".ps"), "") << name;
+    }
+}
+
 TEST(FileSpec, TheDataLocationIsTheEnvironmentsWhenSet)
 {
     setenv("KV_DAT_PS", "/some/where", 1);

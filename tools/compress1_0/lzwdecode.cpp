@@ -12,7 +12,6 @@
 #include "tools/compress1_0/lzwdecode.h"
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <new>
 

@@ -8,7 +8,6 @@
 #include "tools/compress1_1/ascii85decode.h"
 
 #include <algorithm>
-#include <array>
 #include <new>
 
 #include "tools/compress1_0/decoderstate.h"

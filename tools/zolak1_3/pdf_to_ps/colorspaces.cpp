@@ -6,8 +6,6 @@
  */
 #include "tools/zolak1_3/pdf_to_ps/colorspaces.h"
 
-#include <string>
-
 #include "tools/zolak1_3/pdf_to_ps/functions.h"
 #include "tools/zolak1_3/pdf_to_ps/lexer.h"
 #include "tools/zolak1_3/pdf_to_ps/resources.h"
@@ -37,12 +35,6 @@ uint32_t componentsOf(const char *family)
         if (cmpstr(row.family, family) == 0)
             return row.components;
     return 0;
-}
-
-void writeLines(ConverterInstance *inst, std::initializer_list<const char *> lines)
-{
-    for (const char *line : lines)
-        fputstr(inst->output, line);
 }
 
 void seekElement(ConverterInstance *inst, const PdfArray *space, int32_t index)
@@ -76,8 +68,8 @@ void writeCalGray(ConverterInstance *inst, const PdfArray *space)
     fputstr(inst->output, "[/CIEBasedA <<");
     writeEntry(inst, dict, "/WhitePoint");
     writeEntry(inst, dict, "/BlackPoint");
-    writeLines(inst, {"/MatrixA [0.9505 1 1.089]", "/DecodeA {1 0.45 div exp} bind",
-                      "/RangeLMN [0 0.9505 0 1 0 1.089]", ">> ]"});
+    writeLines(inst->output, {"/MatrixA [0.9505 1 1.089]", "/DecodeA {1 0.45 div exp} bind",
+                              "/RangeLMN [0 0.9505 0 1 0 1.089]", ">> ]"});
 }
 
 void writeCalRGB(ConverterInstance *inst, const PdfArray *space)
@@ -114,18 +106,18 @@ void writeLab(ConverterInstance *inst, const PdfArray *space)
     fputstr(inst->output, "]");
     writeEntry(inst, dict, "/WhitePoint");
     writeEntry(inst, dict, "/BlackPoint");
-    writeLines(inst, {
-                         "/DecodeABC [{16 add 116 div} bind {500 div} bind {200 div} bind]",
-                         "/MatrixABC [1 1 1 1 0 0 0 0 -1]",
-                         "/DecodeLMN",
-                         "[{dup 6 29 div ge {dup dup mul mul}",
-                         "{4 29 div sub 108 841 div mul} ifelse 0.9505 mul} bind",
-                         "{dup 6 29 div ge {dup dup mul mul}",
-                         "{4 29 div sub 108 841 div mul} ifelse} bind",
-                         "{dup 6 29 div ge {dup dup mul mul}",
-                         "{4 29 div sub 108 841 div mul} ifelse 1.089 mul} bind]",
-                         ">> ]",
-                     });
+    writeLines(inst->output, {
+                                 "/DecodeABC [{16 add 116 div} bind {500 div} bind {200 div} bind]",
+                                 "/MatrixABC [1 1 1 1 0 0 0 0 -1]",
+                                 "/DecodeLMN",
+                                 "[{dup 6 29 div ge {dup dup mul mul}",
+                                 "{4 29 div sub 108 841 div mul} ifelse 0.9505 mul} bind",
+                                 "{dup 6 29 div ge {dup dup mul mul}",
+                                 "{4 29 div sub 108 841 div mul} ifelse} bind",
+                                 "{dup 6 29 div ge {dup dup mul mul}",
+                                 "{4 29 div sub 108 841 div mul} ifelse 1.089 mul} bind]",
+                                 ">> ]",
+                             });
 }
 
 /* Writes a lookup table that is a stream: its dictionary, its decoded size, its raw data.  False

@@ -166,12 +166,6 @@ bool readOrReport(ConverterInstance *inst, const PdfStream *stream, int inputs, 
 
 /* ---- writing */
 
-void writeLines(ZFile *out, std::initializer_list<const char *> lines)
-{
-    for (const char *line : lines)
-        fputstr(out, line);
-}
-
 /* Reads the samples into a string, through the stream's filters. */
 void writeSamples(ConverterInstance *inst, const PdfStream *stream, const SampledFunction &f)
 {

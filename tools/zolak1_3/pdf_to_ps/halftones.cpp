@@ -31,13 +31,6 @@ struct Halftone {
     const PdfDict *dict;
 };
 
-void writeEntries(ConverterInstance *inst, const PdfDict *dict,
-                  std::initializer_list<const char *> keys)
-{
-    for (const char *key : keys)
-        writeDictEntry(inst, dict, key);
-}
-
 /* Writes the function that `key` names, if there is one: a name is looked up as it stands, any
  * other is defined first, as prefix + suffix. */
 void writeFunction(ConverterInstance *inst, const PdfDict *dict, const char *key,
@@ -56,7 +49,7 @@ void writeFunction(ConverterInstance *inst, const PdfDict *dict, const char *key
 
 void writeScreen(ConverterInstance *inst, const PdfDict *dict, const char *prefix)
 {
-    writeEntries(inst, dict, {"/Frequency", "/Angle", "/AccurateScreens"});
+    writeDictEntries(inst, dict, {"/Frequency", "/Angle", "/AccurateScreens"});
     writeFunction(inst, dict, "/SpotFunction", prefix, "HTSpot", 2);
     writeFunction(inst, dict, "/TransferFunction", prefix, "HTTrans", 1);
 }
@@ -84,13 +77,13 @@ void writeThresholds(ConverterInstance *inst, const Halftone &halftone, const ch
         return;
     }
     const PdfDict *dict = halftone.dict;
-    writeEntries(inst, dict, {"/Width", "/Height", "/Xsquare", "/Ysquare"});
+    writeDictEntries(inst, dict, {"/Width", "/Height", "/Xsquare", "/Ysquare"});
     std::string name = std::string(prefix) + "Halftone";
     fputstr_arg(inst->output, "%ld %s AddCreatedFile ReadCount", (long)halftone.stream->length,
                 name.c_str());
     copyStreamData(inst, halftone.stream->dataPosition, halftone.stream->length);
     fputstr_arg(inst->output, "/Thresholds (%s) (r) file <<", name.c_str() + 1);
-    writeEntries(inst, dict, {"/Filter", "/DecodeParms"});
+    writeDictEntries(inst, dict, {"/Filter", "/DecodeParms"});
     fputstr(inst->output, ">> begin SetFilter end");
     writeFunction(inst, dict, "/TransferFunction", prefix, "Trans", 1);
 }

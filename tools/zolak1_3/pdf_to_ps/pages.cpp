@@ -100,13 +100,11 @@ void readContents(ConverterInstance *inst, NodeContent *content, PageAttributes 
         content->contentArray = readArray(inst);
         attributes->contentArray = content->contentArray.get();
         attributes->contentStream = nullptr;
-        attributes->contentsKind = CONTENTS_ARRAY;
         break;
     case PDF_STREAM:
         content->contentStream = readStream(inst);
         attributes->contentStream = content->contentStream.get();
         attributes->contentArray = nullptr;
-        attributes->contentsKind = CONTENTS_STREAM;
         break;
     default:
         zolakReport(inst, __LINE__, SEVERITY_WARNING, "badobj",

@@ -11,8 +11,6 @@ struct PageBox {
     int32_t llx, lly, urx, ury;
 };
 
-enum ContentsKind { CONTENTS_ARRAY = 0, CONTENTS_STREAM = 1 };
-
 /* What a page inherits from the nodes above it, handed down by value.  The containers belong to
  * the node that read them. */
 struct PageAttributes {
@@ -21,9 +19,8 @@ struct PageAttributes {
     int32_t hasCropBox;
     int32_t rotation;             /* degrees counterclockwise: minus the /Rotate of the page */
     const PdfDict *resources;     /* or null */
-    const PdfArray *contentArray; /* by contentsKind, one of the two, or null */
+    const PdfArray *contentArray; /* one of the two, or neither */
     const PdfStream *contentStream;
-    int32_t contentsKind; /* a ContentsKind */
 };
 
 /* Walks the tree from the node at the input's position and writes its pages, or the one that PAGE

@@ -145,6 +145,12 @@ void writePiece(ConverterInstance *inst, const char *text)
     fputm(inst->output, text, strlen(text));
 }
 
+void writeLines(ZFile *output, std::initializer_list<const char *> lines)
+{
+    for (const char *line : lines)
+        fputstr(output, line);
+}
+
 int writeObject(ConverterInstance *inst, ValuePosition position)
 {
     if (inst->errorFlag || !countValue(inst))
@@ -191,6 +197,13 @@ int writeDictEntry(ConverterInstance *inst, const PdfDict *dict, const char *key
     writeObject(inst, dict->entries[index].value);
     fputstr(inst->output, "");
     return index;
+}
+
+void writeDictEntries(ConverterInstance *inst, const PdfDict *dict,
+                      std::initializer_list<const char *> keys)
+{
+    for (const char *key : keys)
+        writeDictEntry(inst, dict, key);
 }
 
 void copyStreamData(ConverterInstance *inst, ValuePosition start, int32_t count)

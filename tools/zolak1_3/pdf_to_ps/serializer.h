@@ -7,6 +7,8 @@
 #ifndef PDF_TO_PS_SERIALIZER_H
 #define PDF_TO_PS_SERIALIZER_H
 
+#include <initializer_list>
+
 #include "tools/zolak1_3/pdf_to_ps/objects.h"
 
 /* Values that one value may come to when it is written; shared references multiply. */
@@ -22,11 +24,18 @@ void writeArrayElement(ConverterInstance *inst, const PdfArray *array, int32_t i
 /* Writes the key, a blank, the value and a line end; -1, and nothing, when the key is absent. */
 int writeDictEntry(ConverterInstance *inst, const PdfDict *dict, const char *key);
 
+/* The same for several keys, in the order given. */
+void writeDictEntries(ConverterInstance *inst, const PdfDict *dict,
+                      std::initializer_list<const char *> keys);
+
 /* Writes `count` bytes of the input from `start` on, as they are, and a line end; a negative
  * count is none.  The input's position is kept. */
 void copyStreamData(ConverterInstance *inst, ValuePosition start, int32_t count);
 
 /* Writes a text without a line end. */
 void writePiece(ConverterInstance *inst, const char *text);
+
+/* Writes lines as they stand, percent signs and all. */
+void writeLines(ZFile *output, std::initializer_list<const char *> lines);
 
 #endif

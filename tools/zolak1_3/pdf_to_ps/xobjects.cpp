@@ -36,13 +36,6 @@ void beginXObject(ConverterInstance *inst, const char *key, const PdfStream *str
     fputstr_arg(inst->output, "/ExternName (%s)", name.c_str() + 1);
 }
 
-void writeEntries(ConverterInstance *inst, const PdfDict *dict,
-                  std::initializer_list<const char *> keys)
-{
-    for (const char *key : keys)
-        writeDictEntry(inst, dict, key);
-}
-
 /* Writes the XObject of that subtype. */
 void writeXObject(ConverterInstance *inst, const char *subtype, const char *key,
                   const PdfStream *stream)
@@ -79,11 +72,11 @@ void WriteImageXObject(ConverterInstance *inst, const char *key, const PdfStream
         return;
     const PdfDict *dict = stream->dict;
     beginXObject(inst, key, stream);
-    writeEntries(
+    writeDictEntries(
         inst, dict,
         {"/Width", "/Height", "/BitsPerComponent", "/Interpolate", "/ImageMask", "/Intent"});
     checkStreamFilters(inst, dict);
-    writeEntries(inst, dict, {"/Filter", "/DecodeParms"});
+    writeDictEntries(inst, dict, {"/Filter", "/DecodeParms"});
     if (findKey(inst, dict, "/ColorSpace") >= 0) {
         writePiece(inst, "/ColorSpace ");
         WriteColorSpace(inst);
@@ -105,7 +98,8 @@ void WriteFormXObject(ConverterInstance *inst, const char *key, const PdfStream 
         writeResources(inst, resources.get());
     }
     beginXObject(inst, key, stream);
-    writeEntries(inst, dict, {"/BBox", "/Matrix", "/XUID", "/Filter", "/DecodeParms", "/FormType"});
+    writeDictEntries(inst, dict,
+                     {"/BBox", "/Matrix", "/XUID", "/Filter", "/DecodeParms", "/FormType"});
     fputstr(inst->output, ">>");
     fputstr(inst->output, "CallForm");
 }

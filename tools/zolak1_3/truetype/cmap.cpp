@@ -182,10 +182,10 @@ bool readMicrosoftSubtable(ZelkovInstance *instance, TTFont *font, const TTTable
 /* A glyph index for each code.  A code whose glyph has a code already stays without glyph. */
 void readByteTable(TTFont *font, const TTTable &subtable)
 {
-    constexpr int BYTES_START = 6;
-    int codes = std::min(tt_u16(subtable, 2) - BYTES_START, TT_ENCODING_CODES);
-    for (int code = 0; code < codes; code++) {
-        uint8_t glyph = tt_u8(subtable, (size_t)(BYTES_START + code));
+    constexpr size_t BYTES_START = 6;
+    size_t end = std::min<size_t>(tt_u16(subtable, 2), BYTES_START + TT_ENCODING_CODES);
+    for (size_t code = 0; BYTES_START + code < end; code++) {
+        uint8_t glyph = tt_u8(subtable, BYTES_START + code);
         if (font->glyphs[glyph].code != TT_NO_CHARACTER)
             continue;
         font->glyphs[glyph].code = (uint32_t)code;
