@@ -328,14 +328,21 @@ int openDirect(const std::string &path, bool *found)
     return *found ? open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC) : -1;
 }
 
-/* A symbolic link is written through: the file that it names is replaced, not the link. */
-std::string followLink(const std::string &path)
+/* A symbolic link is written through: the file that it names is made or replaced, not the link. */
+std::string followLinks(std::string path)
 {
-    struct stat info;
-    if (lstat(path.c_str(), &info) != 0 || !S_ISLNK(info.st_mode))
-        return path;
-    std::unique_ptr<char, void (*)(void *)> real(realpath(path.c_str(), nullptr), free);
-    return real ? real.get() : path;
+    constexpr int MOST_LINKS = 40; /* as the system has it; more are a circle */
+    char target[PATH_MAX];
+    for (int links = 0; links < MOST_LINKS; links++) {
+        ssize_t length = readlink(path.c_str(), target, sizeof target);
+        if (length <= 0)
+            return path;
+        std::string named(target, (size_t)length);
+        if (named[0] != '/')
+            named.insert(0, path, 0, path.rfind('/') + 1);
+        path = named;
+    }
+    return path;
 }
 
 std::string hiddenPattern(const std::string &path)
@@ -447,7 +454,7 @@ ZFile *fopenw(const char *defaultDirectory, const char *name, const char *defaul
         descriptor = openDirect(path, &direct);
     }
     if (!direct) {
-        path = followLink(path);
+        path = followLinks(path);
         descriptor = openHidden(path, &temporary);
     }
     if (descriptor < 0)

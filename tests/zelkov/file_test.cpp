@@ -293,6 +293,23 @@ TEST(FileWriting, ASymbolicLinkIsWrittenThrough)
     EXPECT_TRUE(S_ISLNK(info.st_mode));
 }
 
+TEST(FileWriting, ASymbolicLinkToNoFileYetMakesThatFile)
+{
+    ScratchDirectory directory;
+    ASSERT_EQ(mkdir((directory / "sub").c_str(), 0700), 0);
+    ASSERT_EQ(symlink("../second.ps", (directory / "sub/first.ps").c_str()), 0);
+    ASSERT_EQ(symlink((directory / "real.ps").c_str(), (directory / "second.ps").c_str()), 0);
+    ZFile *file = fopenw("", (directory / "sub/first.ps").c_str(), "", 0);
+    ASSERT_NE(file, nullptr);
+    fputstr(file, "new");
+    EXPECT_EQ(fclosx(file), 0);
+    EXPECT_EQ(readFile(directory / "real.ps"), "new\n");
+    EXPECT_EQ(directory.names(), (std::vector<std::string>{"real.ps", "second.ps", "sub"}));
+    struct stat info;
+    ASSERT_EQ(lstat((directory / "sub/first.ps").c_str(), &info), 0);
+    EXPECT_TRUE(S_ISLNK(info.st_mode));
+}
+
 TEST(FileWriting, APipeIsWrittenDirectlyWithoutExtensionAndNeverRemoved)
 {
     ScratchDirectory directory;
