@@ -11,7 +11,8 @@
 #include <string>
 
 /* Installs the signal handlers, once.  A signal that was ignored when the process began stays
- * ignored; SIGPIPE is ignored from here on, so that a closed pipe is a write error like others. */
+ * ignored; SIGPIPE and SIGXFSZ are ignored from here on, so that a closed pipe and a full file are
+ * write errors like others. */
 void cleanup_install();
 
 /* Registers a file to be removed.  False when the registry is full or there is no memory; the

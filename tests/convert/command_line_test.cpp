@@ -64,6 +64,7 @@ TEST_F(CommandLine, WithoutAFileNothingIsDone)
     for (const Texts &arguments : {Texts{""}, Texts{"-PAGE=2"}, Texts{"--"}}) {
         ProgramResult result = run(arguments);
         EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.out, "");
         EXPECT_EQ(result.err, "");
         EXPECT_EQ(directory.names(), Texts{"doc.pdf"});
     }
@@ -85,10 +86,29 @@ TEST_F(CommandLine, WithoutArgumentsItPrompts)
 TEST_F(CommandLine, AQuotedNameHoldsABlank)
 {
     directory.write("my doc.pdf", onePagePdf("n\n"));
-    EXPECT_EQ(run({"\"my doc.pdf\""}).status, 0);
-    EXPECT_EQ(run({"\"my doc"}).status, 0) << "without a closing quote: the rest";
-    EXPECT_EQ(run({"my doc.pdf"}).status, 0);
+    for (const char *argument :
+         {"\"my doc.pdf\"", "\"my doc\"", "\"my doc.pdf\" and more", "\"my doc", "my doc.pdf"}) {
+        ProgramResult result = run({argument});
+        EXPECT_EQ(result.status, 0) << argument;
+        EXPECT_EQ(result.err,
+                  "ZOLAK-I-INTRO: This is a PDF v1.2 file.\nZOLAK-I-PAGE: Processing page 1\n")
+            << argument;
+        EXPECT_EQ(unlink((directory / "noname.ps").c_str()), 0) << argument;
+    }
     EXPECT_EQ(run({}, "\"my doc.pdf\"\n").status, 0);
+    EXPECT_TRUE(fileExists(directory / "noname.ps"));
+}
+
+TEST_F(CommandLine, EmptyQuotesAreAFileWithoutAName)
+{
+    /* Only an argument that is itself empty means that there is nothing to do. */
+    for (const char *argument : {"\"\"", "\""}) {
+        ProgramResult result = run({argument});
+        EXPECT_EQ(result.status, 1) << argument;
+        EXPECT_EQ(result.err, "ZOLAK-E-BADFOPEN: Error occurred while opening the PDF file '' for "
+                              "reading.\n");
+        EXPECT_EQ(directory.names(), Texts{"doc.pdf"});
+    }
 }
 
 TEST_F(CommandLine, SwitchesTakeTheirValueBehindAnEqualsSignOrAsTheNextWord)
@@ -125,6 +145,10 @@ TEST_F(CommandLine, FaultsAreOneLineAndNothingIsConverted)
     expectFault({"doc.pdf", "-OUTSPEC"}, "Missing value for switch OUTSPEC");
     expectFault({"doc.pdf", "-OUTSPEC="}, "Missing value for switch OUTSPEC");
     expectFault({"doc.pdf", "b.pdf"}, "Unexpected argument: b.pdf");
+    expectFault({"-PAGE", "x", "doc.pdf"}, "Unexpected argument: doc.pdf");
+    expectFault({"doc.pdf", "--", "-PAGE=1"}, "Unexpected argument: -PAGE=1");
+    expectFault({"-PAGE=x", "-PAG", "a", "b"}, "Bad value for switch PAGE: x");
+    expectFault({"-LOGFILE"}, "Missing value for switch LOGFILE");
 }
 
 TEST_F(CommandLine, TwoDashesEndTheSwitches)
@@ -258,4 +282,54 @@ TEST(Installation, TheInstalledProgramFindsItsData)
         {prefix / "bin/pdf_to_ps", prefix / "doc.pdf", "-OUTSPEC=" + (prefix / "doc.ps")});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_TRUE(readFile(prefix / "doc.ps").starts_with("installed\n/TmpFont"));
+}
+
+TEST_F(CommandLine, ALogFileIsAcceptedAndNothingElse)
+{
+    ASSERT_EQ(run({"doc.pdf", "-OUTSPEC=plain.ps"}).status, 0);
+    ProgramResult result = run({"doc.pdf", "-OUTSPEC=logged.ps", "-LOGFILE=run.log"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err,
+              "ZOLAK-I-INTRO: This is a PDF v1.2 file.\nZOLAK-I-PAGE: Processing page 1\n");
+    EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "logged.ps", "plain.ps"}));
+    EXPECT_EQ(readFile(directory / "logged.ps"), readFile(directory / "plain.ps"));
+}
+
+TEST_F(CommandLine, ATextOf256CharactersFits)
+{
+    std::string name;
+    while (name.size() < 252)
+        name += "./";
+    name += "x.ps";
+    ASSERT_EQ(name.size(), 256U);
+    ProgramResult result = run({"doc.pdf", "-OUTSPEC=" + name});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(linesOf(result.err)[0], "ZOLAK-I-INTRO: This is a PDF v1.2 file.");
+    EXPECT_TRUE(fileExists(directory / "x.ps"));
+
+    /* A document whose name does not fit cannot be converted. */
+    std::string file = name.substr(0, 252) + "/doc.pdf";
+    result = run({file});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(
+        linesOf(result.err),
+        (Texts{"Value of FILE is longer than 256 characters",
+               "ZOLAK-E-BADFOPEN: Error occurred while opening the PDF file '' for reading."}));
+}
+
+TEST_F(CommandLine, AFileSizeLimitIsAWriteErrorAndLeavesNothing)
+{
+    directory.write("big.pdf", onePagePdf(std::string(1 << 20, 'n')));
+    for (const char *handling : {"", "trap '' XFSZ && "}) {
+        directory.write("out.ps", "an older result");
+        ProgramResult result = runProgram({"sh", "-c",
+                                           "cd " + directory.path + " && ulimit -c 0 && " +
+                                               handling + "ulimit -f 256 && " + programPath() +
+                                               " big.pdf -OUTSPEC=out.ps; echo status $?"});
+        EXPECT_EQ(result.out, "status 1\n") << handling;
+        EXPECT_EQ(linesOf(result.err).back(),
+                  "ZOLAK-E-BADFWRITE: Error occurred while writing the file out.ps.")
+            << result.err;
+        EXPECT_EQ(directory.names(), (Texts{"big.pdf", "doc.pdf"}));
+    }
 }
