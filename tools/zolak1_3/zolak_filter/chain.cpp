@@ -40,7 +40,7 @@ bool setUpElement(ChainElement &element, int32_t id, ZelkovController *controlle
     return element.input && element.output;
 }
 
-bool setUpNamed(DecodingChain *chain, ChainElement &element, const char *name)
+bool setUpNamed(DecodingChain *chain, int32_t index, const char *name)
 {
     int32_t id = findFilter(name);
     if (id == DECODER_NONE) {
@@ -48,7 +48,8 @@ bool setUpNamed(DecodingChain *chain, ChainElement &element, const char *name)
                        SEVERITY_ERROR, FILTER_KEY, "Unknown filter - '%s'.", name);
         return false;
     }
-    if (!setUpElement(element, id, chain->controller)) {
+    if (index >= CHAIN_FILTERS_LIMIT ||
+        !setUpElement(chain->elements[index], id, chain->controller)) {
         control_report(chain->controller, FILTER_MODULE, FILTER_SOURCE, LINE_SETUP, SEVERITY_ERROR,
                        FILTER_KEY, "Error setting up filter - '%s'.", name);
         return false;
@@ -148,7 +149,7 @@ DecodingChain *chainInit(const ConverterInstance *inst, int32_t count, const cha
         return nullptr;
     }
     for (int32_t i = 0; i < chain->count; i++)
-        if (!setUpNamed(chain, chain->elements[i], names[i])) {
+        if (!setUpNamed(chain, i, names[i])) {
             chainFree(chain);
             return nullptr;
         }

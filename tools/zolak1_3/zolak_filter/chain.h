@@ -15,6 +15,9 @@
 /* Bytes of every buffer between the file, the decoders and the output. */
 constexpr int32_t FILTER_BUFFER_BYTES = 2048;
 
+/* Filters of one chain: each takes some 40 KiB, for a few bytes of the document. */
+constexpr int32_t CHAIN_FILTERS_LIMIT = 256;
+
 /* chainInit makes it, its caller owns it, chainFree ends it. */
 struct DecodingChain {
     ZelkovController *controller;
@@ -26,7 +29,8 @@ struct DecodingChain {
     bool moved; /* the last chain_ToRaw took, decoded or passed on a byte in any of its stages */
 };
 
-/* A chain of the named filters, in the state Begin; null after a report, or without memory. */
+/* A chain of the named filters, in the state Begin; null after a report, or without memory.  Those
+ * beyond CHAIN_FILTERS_LIMIT cannot be set up. */
 DecodingChain *chainInit(const ConverterInstance *inst, int32_t count, const char *const *names);
 
 /* Moves bytes on by one stage for each element: takes what the first one has room for, lets each
