@@ -3,7 +3,10 @@
  */
 #include "tools/zolak1_3/pdf_to_ps/driver.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
@@ -110,6 +113,44 @@ TEST(Driver, AnOutputThatCannotBeOpenedIsReported)
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.err, "ZOLAK-E-BADFOPEN: Error occurred while opening the file "
                           "absent/out.ps for writing.\n");
+}
+
+TEST(Driver, OfTwoFilesThatCannotBeOpenedTheInputIsTold)
+{
+    ScratchDirectory directory;
+    directory.write("noname.ps", "an older result");
+    ProgramResult result = runIn(directory, {"absent", "-PROLOG=./absent"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "ZOLAK-E-BADFOPEN: Error occurred while opening the PDF file 'absent' "
+                          "for reading.\n");
+    EXPECT_EQ(readFile(directory / "noname.ps"), "an older result")
+        << "an output that was never opened stays";
+}
+
+TEST(Driver, AnOutputThatIsADirectoryIsLeftAlone)
+{
+    ScratchDirectory directory;
+    directory.write("doc.pdf", PdfBuilder().build());
+    ASSERT_EQ(mkdir((directory / "out.ps").c_str(), 0700), 0);
+    ProgramResult result = runIn(directory, {"doc", "-OUTSPEC=out"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "ZOLAK-E-BADFOPEN: Error occurred while opening the file out for "
+                          "writing.\n");
+    EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "out.ps"}));
+}
+
+TEST(Driver, AFailedRunLeavesWhatAPipeHasTaken)
+{
+    ScratchDirectory directory;
+    std::string prolog(200000, 'p');
+    directory.write("doc.pdf", "%!PS\n");
+    directory.write("p.ps", prolog);
+    ProgramResult result = runIn(directory, {"doc", "-OUTSPEC=/dev/stdout", "-PROLOG=./p"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "ZOLAK-E-PDFVRSN: This is not a PDF file\n");
+    EXPECT_FALSE(result.out.empty());
+    EXPECT_TRUE(prolog.starts_with(result.out)) << "and writes nothing more";
+    EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "p.ps"}));
 }
 
 TEST(Driver, AMissingPrologStopsTheRunBeforeTheVersionIsRead)

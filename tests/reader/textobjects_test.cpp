@@ -1,6 +1,7 @@
 /*
  * textobjects_test.cpp - strings and names, with the rules that are the reader's own
  */
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 
