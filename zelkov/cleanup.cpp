@@ -86,6 +86,7 @@ void cleanup_install()
     installed = true;
     for (int signal : ENDING_SIGNALS)
         handle(signal);
+    /* A closed pipe and a full file are write errors, which errno tells. */
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     atexit(removeAll);

@@ -196,4 +196,17 @@ TEST(ASCII85Free, AcceptsNull)
     ASCII85D_Free(nullptr);
 }
 
+TEST_F(ASCII85, TheMarkWaitsForRoomToo)
+{
+    EXPECT_EQ(call("9jqo^~>", 4), (CallResult{4, 5, 4, DECODER_RUN, "Man "}));
+    EXPECT_EQ(call("~>", 3), (CallResult{0, 0, 0, DECODER_RUN, ""}));
+    EXPECT_EQ(call("~>", 4), (CallResult{0, 1, 0, DECODER_DONE, ""}));
+}
+
+TEST_F(ASCII85, ZsFillTheRoomInWholeGroups)
+{
+    EXPECT_EQ(call("zzz~>", 11), (CallResult{8, 2, 8, DECODER_RUN, std::string(8, '\0')}));
+    EXPECT_EQ(call("z~>", 12), (CallResult{4, 2, 4, DECODER_DONE, std::string(4, '\0')}));
+}
+
 } // namespace

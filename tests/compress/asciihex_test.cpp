@@ -161,4 +161,18 @@ TEST(ASCIIHexFree, AcceptsNull)
     ASCIIHexD_Free(nullptr);
 }
 
+TEST_F(ASCIIHex, AMarkInTheSecondHalfOfAPairWaitsForNoMoreRoom)
+{
+    EXPECT_EQ(call("41424>", 2), (CallResult{2, 4, 2, DECODER_RUN, "AB"}));
+    EXPECT_EQ(call("4>", 0), (CallResult{0, 0, 0, DECODER_RUN, ""}));
+    EXPECT_EQ(call("4>", 1), (CallResult{1, 2, 1, DECODER_DONE, "@"}));
+    EXPECT_EQ(controller.takeTexts(), Texts{});
+}
+
+TEST_F(ASCIIHex, BytesBeforeAFaultCountAsProduced)
+{
+    EXPECT_EQ(call("4142x3"), (CallResult{-1, 6, 2, DECODER_ERROR, "AB"}));
+    EXPECT_EQ(controller.takeTexts(), Texts{WRONG_CHARACTER});
+}
+
 } // namespace

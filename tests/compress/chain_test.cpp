@@ -368,4 +368,36 @@ TEST_F(Chain, ChainsOfTwoAndThreeFiltersInPiecesOfAnySize)
     }
 }
 
+TEST_F(Chain, SixtyFourFiltersAreSetUpAndTheNextIsNot)
+{
+    Names names(64, "/ASCIIHexDecode");
+    open(names);
+    ASSERT_NE(chain, nullptr);
+    EXPECT_EQ(chain->count, 64);
+    EXPECT_EQ(controller.takeTexts(), Texts{});
+    names.push_back("/FlateDecode");
+    open(names);
+    EXPECT_EQ(chain, nullptr);
+    EXPECT_EQ(controller.takeTextsWithLines(),
+              Texts{"ZOLAK:100 4 FILTER: Error setting up filter - '/FlateDecode'."});
+    names.back() = "/Fl";
+    open(names);
+    EXPECT_EQ(controller.takeTextsWithLines(),
+              Texts{"ZOLAK:111 4 FILTER: Unknown filter - '/Fl'."});
+}
+
+TEST_F(Chain, ManyFiltersDecodeLikeFew)
+{
+    std::string encoded = "data";
+    Names names;
+    for (int i = 0; i < 8; i++) {
+        encoded = i % 2 ? encodeASCIIHex(encoded) : encodeFlate(encoded);
+        names.insert(names.begin(), i % 2 ? "/ASCIIHexDecode" : "/FlateDecode");
+    }
+    open(names);
+    Random random(5);
+    EXPECT_EQ(run(encoded, random, 2048, BUFFER), "data");
+    EXPECT_EQ(chain->state, DECODER_DONE);
+}
+
 } // namespace

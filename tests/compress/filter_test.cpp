@@ -403,6 +403,38 @@ TEST_F(Filter, NothingIsWrittenOnceTheErrorFlagIsSet)
     EXPECT_EQ(filtered.reports(), Texts{});
 }
 
+TEST_F(Filter, TooManyFiltersCannotBeSetUp)
+{
+    std::string names;
+    for (int i = 0; i < 257; i++)
+        names += "/LZWDecode ";
+    Filtered filtered("/Filter [" + names + "]", "data");
+    EXPECT_EQ(filtered.run(), "");
+    EXPECT_EQ(filtered.reportsWithLines(),
+              (Texts{"ZOLAK:100 4 FILTER: Error setting up filter - '/LZWDecode'.", NO_CHAIN}));
+}
+
+TEST_F(Filter, DataAtTheSizesOfTheBuffers)
+{
+    for (size_t size : std::initializer_list<size_t>{1, 1023, 1024, 1025, 2047, 2048, 2049, 4096}) {
+        std::string data = sampleNoise(size, 7);
+        expect("/Filter /ASCIIHexDecode", encodeASCIIHex(data), data);
+        expect("/Filter /ASCII85Decode", encodeASCII85(data), data);
+        expect("/Filter /FlateDecode", storedStream(data), data);
+        expect("/Filter /LZWDecode", encodeLZW(data), data);
+    }
+}
+
+TEST_F(Filter, TheEndMarkMayBeTheFirstByteOfABuffer)
+{
+    /* 1024 pairs fill the buffer; the mark comes alone in the next pass. */
+    std::string digits(2048, '4');
+    expect("/Filter /ASCIIHexDecode", digits + ">", std::string(1024, 'D'));
+    expect("/Filter /ASCIIHexDecode", digits.substr(1) + ">", std::string(1023, 'D') + "@");
+    expect("/Filter /ASCIIHexDecode", digits, std::string(1024, 'D'),
+           {"ZOLAK 3 FILTER: Stream data ended before its end-of-data mark."});
+}
+
 } // namespace
 
 /* ---- hostile chains */

@@ -818,4 +818,34 @@ TEST_F(Flate, NothingIsWrittenBehindWhatIsAnswered)
     }
 }
 
+TEST_F(Flate, PieceOfAStoredBlockIsAtMostTheWindow)
+{
+    for (auto [size, piece] : {std::pair{65535, 32768}, {65534, 32767}, {3, 2}, {2, 1}, {1, 1}}) {
+        std::string data = sampleNoise((size_t)size, 4), stream = storedStream(data);
+        DecoderFlate fresh(FlateD_Init(controller));
+        EXPECT_EQ(callDecoder(fresh, stream.data(), stream.size(), 0),
+                  (CallResult{0, 7 + piece, 0, DECODER_RUN, ""}))
+            << size;
+        EXPECT_EQ(fresh.decoder->pending, piece);
+    }
+}
+
+TEST_F(Flate, LengthsAndDistancesAtTheEdgesOfTheirSymbols)
+{
+    /* The shortest and the longest of length symbol 284, and length 258 by its own symbol. */
+    for (uint32_t extra : {0U, 30U, 31U}) {
+        LowBitWriter blocks;
+        beginBlock(blocks, LAST, FIXED);
+        putLiterals(blocks, "x");
+        putFixedSymbol(blocks, 284);
+        blocks.put(extra, 5);
+        blocks.putCode(0, 5);
+        putFixedSymbol(blocks, END_OF_BLOCK);
+        std::string data(1 + 227 + extra, 'x'), stream = zlibStream(blocks.bytes, data);
+        DecoderFlate fresh(FlateD_Init(controller));
+        EXPECT_EQ(callDecoder(fresh, stream.data(), stream.size(), 1000).out, data) << extra;
+        EXPECT_EQ(FlateD_isDone(fresh.decoder), 1);
+    }
+}
+
 } // namespace

@@ -429,4 +429,25 @@ TEST_F(LZW, EncodedSamplesComeBack)
     EXPECT_EQ(controller.takeTexts(), Texts{});
 }
 
+TEST_F(LZW, TheNextCodeIsTheLargestThatMayCome)
+{
+    /* After two codes entry 258 is there and 259 is just being made; 260 is one too far. */
+    EXPECT_EQ(call(nineBits({CLEAR, 65, 66, 259, END})).out, "ABBB");
+    DecoderLZW fresh(LZWD_Init(12, controller));
+    std::string data = nineBits({CLEAR, 65, 259, END});
+    EXPECT_EQ(callDecoder(fresh, data.data(), data.size(), 10).answer, -2);
+    EXPECT_EQ(controller.takeTexts(), Texts{BAD_CODE});
+}
+
+TEST_F(LZW, ARoomOfNothingTakesNoHeldBytes)
+{
+    std::string data = nineBits({CLEAR, 65, 258, 259, END});
+    EXPECT_EQ(call(data, 2).out, "AA");
+    EXPECT_EQ(decoder.decoder->overflowFill, 1);
+    EXPECT_EQ(call("", 0), (CallResult{0, 0, 0, DECODER_RUN, ""}));
+    EXPECT_EQ(decoder.decoder->overflowFill, 1);
+    EXPECT_EQ(call("", 1), (CallResult{1, 0, 1, DECODER_RUN, "A"}));
+    EXPECT_EQ(decoder.decoder->overflowFill, 0);
+}
+
 } // namespace

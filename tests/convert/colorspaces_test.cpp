@@ -216,6 +216,41 @@ TEST(ColorSpace, 256LevelsAreWrittenAndTheNextIsNot)
     test.seek((uint32_t)pdf.offsetOf(3) + 7);
     WriteColorSpace(test.inst);
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADOBJ: Objects are nested too deeply."});
+
+    for (int arrays : {255, 256}) {
+        PdfBuilder chain; /* the name at its end is a space of its own */
+        for (int i = 0; i < arrays; i++)
+            chain.add(i + 1 < arrays ? "[/Pattern " + ref(i + 4) + "]" : "[/Pattern /DeviceRGB]");
+        TestInstance deep(chain.build());
+        deep.openIndex();
+        deep.seek((uint32_t)chain.offsetOf(3) + 7);
+        WriteColorSpace(deep.inst);
+        EXPECT_EQ(deep.controller.takeTexts(),
+                  arrays == 255 ? Texts{}
+                                : Texts{"ZOLAK 4 BADOBJ: Objects are nested too deeply."});
+        std::string expected;
+        for (int i = 0; i < arrays; i++)
+            expected += "[ /Pattern \n";
+        expected += arrays == 255 ? "/DeviceRGB /ColorSpace findRes\n" : "";
+        for (int i = 0; i < arrays; i++)
+            expected += " ]\n";
+        EXPECT_EQ(deep.written(), expected);
+    }
+}
+
+TEST(ColorSpace, TheSizeOfALookupTableIsComputedInFull)
+{
+    const std::string stream = "<< /Length 0 >>\nstream\n\nendstream";
+    for (const auto &[hival, size] :
+         {std::pair("-1", "0"), std::pair("-2", "-3"), std::pair("255", "768"),
+          std::pair("-2147483648", "-6442450941"), std::pair("1.9", "6")})
+        EXPECT_NE(writeSpace(std::string("[/Indexed /DeviceRGB ") + hival + " " + stream + "]")
+                      .text.find(std::string("\n") + size + " SetIndexed\n"),
+                  std::string::npos)
+            << hival;
+    expectSpace("[/Indexed [/Lab << >>] 0 ()]", 0,
+                "[/Indexed [/CIEBasedABC <<\n/RangeABC [0 100 -100 100 -100 100]\n" + LAB_TAIL +
+                    "0 ()  ]\n");
 }
 
 TEST(ColorSpaceResources, EveryEntryIsDefinedInStoredOrder)

@@ -4,12 +4,14 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
+#include "tests/truetype/font_builder.h"
 
 namespace {
 
@@ -64,6 +66,7 @@ TEST_F(CommandLine, WithoutAFileNothingIsDone)
     for (const Texts &arguments : {Texts{""}, Texts{"-PAGE=2"}, Texts{"--"}}) {
         ProgramResult result = run(arguments);
         EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.out, "");
         EXPECT_EQ(result.err, "");
         EXPECT_EQ(directory.names(), Texts{"doc.pdf"});
     }
@@ -85,10 +88,29 @@ TEST_F(CommandLine, WithoutArgumentsItPrompts)
 TEST_F(CommandLine, AQuotedNameHoldsABlank)
 {
     directory.write("my doc.pdf", onePagePdf("n\n"));
-    EXPECT_EQ(run({"\"my doc.pdf\""}).status, 0);
-    EXPECT_EQ(run({"\"my doc"}).status, 0) << "without a closing quote: the rest";
-    EXPECT_EQ(run({"my doc.pdf"}).status, 0);
+    for (const char *argument :
+         {"\"my doc.pdf\"", "\"my doc\"", "\"my doc.pdf\" and more", "\"my doc", "my doc.pdf"}) {
+        ProgramResult result = run({argument});
+        EXPECT_EQ(result.status, 0) << argument;
+        EXPECT_EQ(result.err,
+                  "ZOLAK-I-INTRO: This is a PDF v1.2 file.\nZOLAK-I-PAGE: Processing page 1\n")
+            << argument;
+        EXPECT_EQ(unlink((directory / "noname.ps").c_str()), 0) << argument;
+    }
     EXPECT_EQ(run({}, "\"my doc.pdf\"\n").status, 0);
+    EXPECT_TRUE(fileExists(directory / "noname.ps"));
+}
+
+TEST_F(CommandLine, EmptyQuotesAreAFileWithoutAName)
+{
+    /* Only an argument that is itself empty means that there is nothing to do. */
+    for (const char *argument : {"\"\"", "\""}) {
+        ProgramResult result = run({argument});
+        EXPECT_EQ(result.status, 1) << argument;
+        EXPECT_EQ(result.err, "ZOLAK-E-BADFOPEN: Error occurred while opening the PDF file '' for "
+                              "reading.\n");
+        EXPECT_EQ(directory.names(), Texts{"doc.pdf"});
+    }
 }
 
 TEST_F(CommandLine, SwitchesTakeTheirValueBehindAnEqualsSignOrAsTheNextWord)
@@ -125,6 +147,10 @@ TEST_F(CommandLine, FaultsAreOneLineAndNothingIsConverted)
     expectFault({"doc.pdf", "-OUTSPEC"}, "Missing value for switch OUTSPEC");
     expectFault({"doc.pdf", "-OUTSPEC="}, "Missing value for switch OUTSPEC");
     expectFault({"doc.pdf", "b.pdf"}, "Unexpected argument: b.pdf");
+    expectFault({"-PAGE", "x", "doc.pdf"}, "Unexpected argument: doc.pdf");
+    expectFault({"doc.pdf", "--", "-PAGE=1"}, "Unexpected argument: -PAGE=1");
+    expectFault({"-PAGE=x", "-PAG", "a", "b"}, "Bad value for switch PAGE: x");
+    expectFault({"-LOGFILE"}, "Missing value for switch LOGFILE");
 }
 
 TEST_F(CommandLine, TwoDashesEndTheSwitches)
@@ -244,31 +270,57 @@ TEST_F(CommandLine, TheInputIsNotOverwritten)
     EXPECT_EQ(readFile(directory / "doc.pdf"), before);
 }
 
+/* More pages than fit into a pipe that nobody reads, the first with a font that needs a temporary
+ * file. */
+std::string manyPages()
+{
+    FontBuilder font;
+    font.glyphs = {""};
+    font.advances = {500};
+    PdfBuilder pdf;
+    pdf.rootEntries = "/MediaBox [0 0 9 9]";
+    pdf.addPage("/Resources << /Font << /F << /Subtype /TrueType /BaseFont /B /FontDescriptor << "
+                "/FontFile2 " +
+                ref(pdf.addStream("", font.build())) + " >> >> >> >>");
+    for (int i = 0; i < 400; i++)
+        pdf.addPage("");
+    return pdf.build();
+}
+
 TEST_F(CommandLine, ASignalRemovesTheTemporaryFilesFirst)
 {
-    /* The program waits on a pipe as its prolog's successor: nobody reads the output pipe, so it
-     * stands still with its private directory made. */
-    ASSERT_EQ(mkfifo((directory / "slow").c_str(), 0600), 0);
-    std::string big(1 << 20, 'n');
-    directory.write("big.pdf", onePagePdf(big));
-    int reader = open((directory / "slow").c_str(), O_RDONLY | O_NONBLOCK);
-    pid_t child = fork();
-    if (child == 0) {
-        setenv("KV_TMP", directory.path.c_str(), 1);
-        if (chdir(directory.path.c_str()) == 0) {
-            int null = open("/dev/null", O_WRONLY);
-            dup2(null, STDERR_FILENO);
-            execl(programPath().c_str(), "pdf_to_ps", "big.pdf", "-OUTSPEC=slow", nullptr);
+    directory.write("pages.pdf", manyPages());
+    for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        /* The program stands still in the middle of its pages: its reports fill the pipe. */
+        int reports[2];
+        ASSERT_EQ(pipe(reports), 0);
+        ASSERT_GE(fcntl(reports[0], F_SETPIPE_SZ, 4096), 4096);
+        pid_t child = fork();
+        if (child == 0) {
+            std::signal(signal, SIG_DFL); /* it may have been ignored */
+            setenv("KV_TMP", directory.path.c_str(), 1);
+            dup2(reports[1], STDERR_FILENO);
+            if (chdir(directory.path.c_str()) == 0)
+                execl(programPath().c_str(), "pdf_to_ps", "pages.pdf", "-OUTSPEC=out.ps", nullptr);
+            _exit(127);
         }
-        _exit(127);
+        int status = 0, reported = 0;
+        while (reported < 3000 && waitpid(child, &status, WNOHANG) == 0) {
+            ioctl(reports[0], FIONREAD, &reported);
+            usleep(1000);
+        }
+        Texts during = directory.names();
+        ASSERT_EQ(during.size(), 4U) << "it has ended by itself";
+        EXPECT_TRUE(during[0].starts_with(".out.ps."));
+        EXPECT_TRUE(during[3].starts_with("zelkov."));
+        kill(child, signal);
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status));
+        EXPECT_EQ(WTERMSIG(status), signal);
+        EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "pages.pdf"})) << signal;
+        close(reports[0]);
+        close(reports[1]);
     }
-    usleep(300000);
-    kill(child, SIGTERM);
-    int status = 0;
-    waitpid(child, &status, 0);
-    close(reader);
-    EXPECT_TRUE(WIFSIGNALED(status));
-    EXPECT_EQ(directory.names(), (Texts{"big.pdf", "doc.pdf", "slow"}));
 }
 
 TEST(Installation, TheInstalledProgramFindsItsData)
@@ -287,4 +339,54 @@ TEST(Installation, TheInstalledProgramFindsItsData)
         {prefix / "bin/pdf_to_ps", prefix / "doc.pdf", "-OUTSPEC=" + (prefix / "doc.ps")});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_TRUE(readFile(prefix / "doc.ps").starts_with("installed\n/TmpFont"));
+}
+
+TEST_F(CommandLine, ALogFileIsAcceptedAndNothingElse)
+{
+    ASSERT_EQ(run({"doc.pdf", "-OUTSPEC=plain.ps"}).status, 0);
+    ProgramResult result = run({"doc.pdf", "-OUTSPEC=logged.ps", "-LOGFILE=run.log"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err,
+              "ZOLAK-I-INTRO: This is a PDF v1.2 file.\nZOLAK-I-PAGE: Processing page 1\n");
+    EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "logged.ps", "plain.ps"}));
+    EXPECT_EQ(readFile(directory / "logged.ps"), readFile(directory / "plain.ps"));
+}
+
+TEST_F(CommandLine, ATextOf256CharactersFits)
+{
+    std::string name;
+    while (name.size() < 252)
+        name += "./";
+    name += "x.ps";
+    ASSERT_EQ(name.size(), 256U);
+    ProgramResult result = run({"doc.pdf", "-OUTSPEC=" + name});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(linesOf(result.err)[0], "ZOLAK-I-INTRO: This is a PDF v1.2 file.");
+    EXPECT_TRUE(fileExists(directory / "x.ps"));
+
+    /* A document whose name does not fit cannot be converted. */
+    std::string file = name.substr(0, 252) + "/doc.pdf";
+    result = run({file});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(
+        linesOf(result.err),
+        (Texts{"Value of FILE is longer than 256 characters",
+               "ZOLAK-E-BADFOPEN: Error occurred while opening the PDF file '' for reading."}));
+}
+
+TEST_F(CommandLine, AFileSizeLimitIsAWriteErrorAndLeavesNothing)
+{
+    directory.write("big.pdf", onePagePdf(std::string(1 << 20, 'n')));
+    for (const char *handling : {"", "trap '' XFSZ && "}) {
+        directory.write("out.ps", "an older result");
+        ProgramResult result = runProgram({"sh", "-c",
+                                           "cd " + directory.path + " && ulimit -c 0 && " +
+                                               handling + "ulimit -f 256 && " + programPath() +
+                                               " big.pdf -OUTSPEC=out.ps; echo status $?"});
+        EXPECT_EQ(result.out, "status 1\n") << handling;
+        EXPECT_EQ(linesOf(result.err).back(),
+                  "ZOLAK-E-BADFWRITE: Error occurred while writing the file out.ps.")
+            << result.err;
+        EXPECT_EQ(directory.names(), (Texts{"big.pdf", "doc.pdf"}));
+    }
 }

@@ -101,3 +101,49 @@ TEST(Contents, DecodeOfAnUnknownOrPlaceholderFilterStopsTheRun)
     EXPECT_EQ(faults(c), (Texts{"ZOLAK-E-FILTER: Unknown filter - '/DCTDecode'.",
                                 "ZOLAK-E-FILTER: Can't create decoding chain."}));
 }
+
+TEST(Contents, StreamsOfAnArrayFollowEachOther)
+{
+    PdfBuilder pdf;
+    int hex = pdf.addStream("/Filter /ASCIIHexDecode", "61 0A>"), plain = pdf.addStream("", "b");
+    pdf.addPage("/MediaBox [0 0 9 9] /Contents [" + ref(hex) + " " + ref(plain) + " " + ref(hex) +
+                "]");
+    EXPECT_EQ(contentOf(convertPdf(pdf.build(), {"-DECODE"})), "a\nba\n")
+        << "decoded, with nothing between them";
+    const std::string hexText =
+        "<<\n/Filter /ASCIIHexDecode \n/Length 6 \n>>\nPageContents\n61 0A>\n";
+    EXPECT_EQ(contentOf(convertPdf(pdf.build())),
+              hexText + "<<\n/Length 1 \n>>\nPageContents\nb\n" + hexText);
+}
+
+TEST(Contents, AFaultInOneStreamKeepsTheOthersFromBeingChecked)
+{
+    PdfBuilder pdf;
+    int first = pdf.addStream("/Filter /Fl", "x"), second = pdf.addStream("/Filter /AHx", "x");
+    pdf.addPage("/MediaBox [0 0 9 9] /Contents [" + ref(first) + " " + ref(second) + "]");
+    pdf.addPage("/MediaBox [0 0 9 9] /Contents " + ref(second));
+    EXPECT_EQ(faults(convertPdf(pdf.build())),
+              Texts{"ZOLAK-E-UNSUPPFILTER: PDF document contains unsupported filter (/Fl)"});
+}
+
+TEST(Contents, DataWithoutItsEndMarkIsKeptWithAFault)
+{
+    Conversion c = convertContent("/Filter /ASCIIHexDecode", "6162", {"-DECODE"});
+    EXPECT_EQ(c.status, 0);
+    EXPECT_EQ(faults(c), Texts{"ZOLAK-F-FILTER: Stream data ended before its end-of-data mark."});
+    EXPECT_EQ(contentOf(c), "ab");
+}
+
+TEST(Contents, MoreFiltersThanAChainHasStopTheRun)
+{
+    std::string names;
+    for (int i = 0; i < 257; i++)
+        names += "/FlateDecode ";
+    EXPECT_EQ(convertContent("/Filter [" + names + "]", "x").status, 0)
+        << "nothing is set up to pass them on";
+    Conversion c = convertContent("/Filter [" + names + "]", "x", {"-DECODE"});
+    EXPECT_EQ(c.status, 1);
+    EXPECT_EQ(faults(c), (Texts{"ZOLAK-E-FILTER: Error setting up filter - '/FlateDecode'.",
+                                "ZOLAK-E-FILTER: Can't create decoding chain."}));
+    EXPECT_FALSE(c.hasOutput);
+}

@@ -1,10 +1,16 @@
 /*
  * driver_test.cpp - the version header, prolog and trailer, what is left after a failure
  */
+#include "tools/zolak1_3/pdf_to_ps/driver.h"
+
+#include <algorithm>
+#include <cstdio>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
+#include "tools/zolak1_3/pdf_to_ps/zolak_class.h"
 
 namespace {
 
@@ -109,6 +115,44 @@ TEST(Driver, AnOutputThatCannotBeOpenedIsReported)
                           "absent/out.ps for writing.\n");
 }
 
+TEST(Driver, OfTwoFilesThatCannotBeOpenedTheInputIsTold)
+{
+    ScratchDirectory directory;
+    directory.write("noname.ps", "an older result");
+    ProgramResult result = runIn(directory, {"absent", "-PROLOG=./absent"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "ZOLAK-E-BADFOPEN: Error occurred while opening the PDF file 'absent' "
+                          "for reading.\n");
+    EXPECT_EQ(readFile(directory / "noname.ps"), "an older result")
+        << "an output that was never opened stays";
+}
+
+TEST(Driver, AnOutputThatIsADirectoryIsLeftAlone)
+{
+    ScratchDirectory directory;
+    directory.write("doc.pdf", PdfBuilder().build());
+    ASSERT_EQ(mkdir((directory / "out.ps").c_str(), 0700), 0);
+    ProgramResult result = runIn(directory, {"doc", "-OUTSPEC=out"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "ZOLAK-E-BADFOPEN: Error occurred while opening the file out for "
+                          "writing.\n");
+    EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "out.ps"}));
+}
+
+TEST(Driver, AFailedRunLeavesWhatAPipeHasTaken)
+{
+    ScratchDirectory directory;
+    std::string prolog(200000, 'p');
+    directory.write("doc.pdf", "%!PS\n");
+    directory.write("p.ps", prolog);
+    ProgramResult result = runIn(directory, {"doc", "-OUTSPEC=/dev/stdout", "-PROLOG=./p"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "ZOLAK-E-PDFVRSN: This is not a PDF file\n");
+    EXPECT_FALSE(result.out.empty());
+    EXPECT_TRUE(prolog.starts_with(result.out)) << "and writes nothing more";
+    EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "p.ps"}));
+}
+
 TEST(Driver, AMissingPrologStopsTheRunBeforeTheVersionIsRead)
 {
     ScratchDirectory directory;
@@ -183,9 +227,25 @@ TEST(Driver, WhatIsNoPdfHeaderIsRefused)
         EXPECT_EQ(c.messages, Texts{"ZOLAK-E-PDFVRSN: This is not a PDF file"}) << header;
         EXPECT_FALSE(c.hasOutput) << header;
     }
-    for (const char *file : {"", "%", "%PDF", "%PDF-1.2"})
-        EXPECT_EQ(convertPdf(file).messages[0], "ZOLAK-E-PDFVRSN: This is not a PDF file")
+    for (const char *file : {"", "%", "%PDF", "%PDF-1.2"}) {
+        Conversion c = convertPdf(file);
+        EXPECT_EQ(c.status, 1) << file;
+        EXPECT_EQ(c.messages, Texts{"ZOLAK-E-PDFVRSN: This is not a PDF file"})
             << "a file without a line end";
+        EXPECT_FALSE(c.hasOutput);
+    }
+}
+
+TEST(Driver, TheLargestVersionThatFits)
+{
+    EXPECT_EQ(messagesOf("%PDF-2147483639")[0], "ZOLAK-I-INTRO: This is a PDF v2147483639.0 file.");
+    EXPECT_EQ(messagesOf("%PDF-2147483640"), Texts{"ZOLAK-E-PDFVRSN: This is not a PDF file"});
+    EXPECT_EQ(messagesOf("%PDF-21474836.39")[0], "ZOLAK-I-INTRO: This is a PDF v21474836.4 file.");
+    EXPECT_EQ(messagesOf("%PDF-21474836.4")[0], "ZOLAK-E-PDFVRSN: This is not a PDF file")
+        << "the hundredths do not fit";
+    EXPECT_EQ(messagesOf("%PDF-\t1.2"), Texts{"ZOLAK-E-PDFVRSN: This is not a PDF file"});
+    EXPECT_EQ(messagesOf("%PDF- 1.2")[0], "ZOLAK-I-INTRO: This is a PDF v0.0 file.")
+        << "a blank ends the number before it begins";
 }
 
 TEST(Driver, AHeaderLineIsCutAt31Bytes)
@@ -220,10 +280,13 @@ TEST(Driver, EncryptionStopsTheRunUnlessItIsAllowed)
     EXPECT_EQ(allowed.status, 0);
     EXPECT_EQ(faults(allowed)[0],
               "ZOLAK-W-ENCRYPTED: PDF document is encrypted and might not be readable.");
+    EXPECT_EQ(faults(allowed).size(), 3U) << "one for each reading of the trailer";
+    pdf.trailerEntries = "";
+    EXPECT_EQ(allowed.pages, convertPdf(pdf.build()).pages) << "as if it were not encrypted";
     EXPECT_NE(allowed.pages.find("EndPageDescription"), std::string::npos);
 }
 
-TEST(Driver, TwoConversionsOfFilesWithOneNameDoNotMeet)
+TEST(Driver, AConversionLeavesNoTemporaryFiles)
 {
     ScratchDirectory directory;
     ProgramOptions options;
@@ -260,4 +323,135 @@ TEST(Driver, WithoutMemoryItReportsAndLeavesNothing)
         EXPECT_EQ(directory.names(), Texts{"doc.pdf"}) << megabytes;
     }
     EXPECT_GT(converted, 0);
+}
+
+TEST(Driver, ReportsThatRepeatAreCountedAtTheEndOfTheRun)
+{
+    for (int odd : {100, 101, 150}) {
+        PdfBuilder pdf;
+        std::string objects, object = ref(pdf.addStream("/Subtype /PS", "x"));
+        for (int i = 0; i < odd; i++)
+            objects += "/X" + std::to_string(i) + " " + object + " ";
+        pdf.addPage("/MediaBox [0 0 9 9] /Resources << /XObject << " + objects + ">> >>");
+        Conversion c = convertPdf(pdf.build());
+        EXPECT_EQ(c.status, 0);
+        Texts expected(100, "ZOLAK-W-badobj: Unknown XObject type");
+        if (odd > 100)
+            expected.push_back("ZOLAK-I-REPEATED: " + std::to_string(odd - 100) +
+                               " more reports of ZOLAK-W-badobj were not shown");
+        EXPECT_EQ(faults(c), expected);
+    }
+}
+
+TEST(Driver, NamesOfTheDocumentCannotDriveTheTerminal)
+{
+    PdfBuilder pdf;
+    pdf.addPage("/MediaBox [0 0 9 9] /Resources << /Font << /F << /Subtype /TrueType /BaseFont "
+                "/A#1B#5B2J#0A#25s#25n#9B >> >> >>");
+    EXPECT_EQ(faults(convertPdf(pdf.build())),
+              Texts{"ZOLAK-I-TTYPE: Defining TrueType Font /A\\x1B[2J\\x0A%s%n\\x9B"});
+}
+
+TEST(Driver, AVersionHeaderThatCannotBeReadIsToldBeforeAnyOtherFault)
+{
+    /* Three faults: the header, the missing table, the missing trailer file. */
+    ScratchDirectory directory;
+    directory.write("doc.pdf", "%!PS\nno table\n");
+    ProgramResult result = runIn(directory, {"doc", "-TRAILER=./absent"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "ZOLAK-E-PDFVRSN: This is not a PDF file\n");
+    directory.write("doc.pdf", "%PDF-1.2\nno table\n");
+    result = runIn(directory, {"doc", "-TRAILER=./absent"});
+    EXPECT_EQ(linesOf(result.err),
+              (Texts{"ZOLAK-I-INTRO: This is a PDF v1.2 file.",
+                     "ZOLAK-E-NOXREF: Couldn't create cross-reference table."}));
+    EXPECT_EQ(directory.names(), Texts{"doc.pdf"});
+}
+
+namespace {
+
+/* Converts in this process, under a controller that notes the keys of reports and sends "STOP"
+ * when so many have come. */
+class StoppedRun : public testing::Test {
+  protected:
+    StoppedRun()
+    {
+        ZelkovClass *control = control_baseclass_init();
+        cls = zelkov_generic_subclass(control, control->instanceSize, ZELKOV_METHOD_COUNT);
+        overrideMethod<SLOT_REPORT>(cls, note);
+        controller = zelkov_create_inst(cls);
+        inst = reinterpret_cast<ConverterInstance *>(zelkov_create_inst(zolak_baseclass_init()));
+        inst->controller = controller;
+        control_adopt(controller, &inst->header);
+        keys.clear();
+    }
+    ~StoppedRun() override
+    {
+        zelkov_free_inst(&inst->header);
+        zelkov_free_inst(controller);
+        delete cls;
+    }
+
+    /* Converts a document of three pages; `stopAfter` reports come before the "STOP". */
+    Texts run(size_t stopAfter)
+    {
+        PdfBuilder pdf;
+        for (int i = 0; i < 3; i++)
+            pdf.addPage("/MediaBox [0 0 9 9]");
+        std::string empty = directory.write("empty.ps", "");
+        directory.write("out.ps", "an older result");
+        setText(inst->FILE, directory.write("doc.pdf", pdf.build()));
+        setText(inst->OUTSPEC, directory / "out.ps");
+        setText(inst->PROLOG, empty);
+        setText(inst->TRAILER, empty);
+        stopAt = stopAfter;
+        if (stopAfter == 0)
+            stop();
+        runConversion(inst);
+        return keys;
+    }
+
+    static void setText(char *attribute, const std::string &text)
+    {
+        snprintf(attribute, TEXT_BYTES, "%s", text.c_str());
+    }
+
+    static void stop() { instanceMethod<SLOT_LISTEN> (&inst->header)(&inst->header, MESSAGE_STOP); }
+
+    static void note(ZelkovInstance *, const char *, const char *, int, int32_t, const char *key,
+                     const char *, va_list)
+    {
+        keys.push_back(key);
+        if (keys.size() == stopAt)
+            stop();
+    }
+
+    static inline Texts keys;
+    static inline size_t stopAt;
+    static inline ConverterInstance *inst;
+
+    ScratchDirectory directory;
+    ZelkovClass *cls;
+    ZelkovController *controller;
+};
+
+} // namespace
+
+TEST_F(StoppedRun, AStopAtAnyReportEndsTheRunAndDeletesTheOutput)
+{
+    const Texts all = {"INTRO", "PAGE", "PAGE", "PAGE"};
+    EXPECT_EQ(run(SIZE_MAX), all);
+    EXPECT_EQ(inst->errorFlag, 0);
+    EXPECT_TRUE(fileExists(directory / "out.ps"));
+    for (size_t reports = 0; reports <= all.size(); reports++) {
+        inst->errorFlag = 0;
+        keys.clear();
+        /* The header is read even when the stop came before. */
+        size_t expected = std::max<size_t>(reports, 1);
+        EXPECT_EQ(run(reports), Texts(all.begin(), all.begin() + (ptrdiff_t)expected)) << reports;
+        EXPECT_EQ(inst->errorFlag, 1);
+        EXPECT_EQ(inst->input, nullptr) << "both files are closed";
+        EXPECT_EQ(inst->output, nullptr);
+        EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "empty.ps"})) << reports;
+    }
 }

@@ -224,3 +224,67 @@ TEST(Halftone, OneInsideItselfEndsWithAMessage)
     WriteHalftone(test.inst, "/G");
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADOBJ: Objects are nested too deeply."});
 }
+
+TEST(Halftone, 256LevelsAreWrittenAndTheNextIsNot)
+{
+    for (int levels : {256, 257}) {
+        PdfBuilder pdf;
+        for (int level = 1; level < levels; level++)
+            pdf.add("<< /HalftoneType 5 /Gray " + ref(level + 3) + " >>");
+        pdf.add("<< /HalftoneType 1 >>");
+        TestInstance test(pdf.build());
+        test.openIndex();
+        test.seek((uint32_t)pdf.offsetOf(3) + 7);
+        WriteHalftone(test.inst, "/G");
+        EXPECT_EQ(test.controller.takeTexts(),
+                  levels == 256 ? Texts{}
+                                : Texts{"ZOLAK 4 BADOBJ: Objects are nested too deeply."});
+        std::string expected;
+        for (int level = 1; level < levels; level++)
+            expected += "<< \n/HalftoneType 5 \n/Gray\n";
+        expected += levels == 256 ? "<< \n/HalftoneType 1 \n>> \n" : "";
+        for (int level = 1; level < levels; level++)
+            expected += ">> \n";
+        EXPECT_EQ(test.written(), expected) << levels;
+    }
+}
+
+TEST(Halftone, AComponentsFunctionIsNamedAfterAllItsColorants)
+{
+    expectHalftone("<< /HalftoneType 5 /Red << /HalftoneType 5 /Default << /HalftoneType 6 "
+                   "/Length 0 /TransferFunction " +
+                       F1 + ">>\nstream\n\nendstream >> >>",
+                   "<< \n/HalftoneType 5 \n/Red\n<< \n/HalftoneType 5 \n/Default\n"
+                   "<< \n/HalftoneType 6 \n"
+                   "0 /GS0RedDefaultHalftone AddCreatedFile ReadCount\n\n"
+                   "/Thresholds (GS0RedDefaultHalftone) (r) file <<\n>> begin SetFilter end\n"
+                   "/GS0RedDefaultTrans ...\n/Function defineRes pop\n"
+                   "/TransferFunction /GS0RedDefaultTrans /Function findRes\n"
+                   ">> \n>> \n>> \n");
+}
+
+TEST(Halftone, AFractionOfItsTypeIsDropped)
+{
+    expectHalftone("<< /HalftoneType 1.9 /Angle 0 >>",
+                   "<< \n/HalftoneType 1.900000 \n/Angle 0 \n>> \n");
+    Written w = writeHalftone("<< /HalftoneType 0 >>");
+    EXPECT_EQ(w.reports, Texts{"ZOLAK:2827 2 BADHT: Unsupported halftone type."});
+}
+
+TEST(GraphicsState, ElementsOfATransferArrayAreNumberedByTheirPlace)
+{
+    std::string names, written;
+    for (int i = 0; i < 11; i++) {
+        names += i == 10 ? F1 : "/Identity ";
+        written += i == 10 ? "/GS0TR10 " : "/Identity ";
+    }
+    expectState("/TR [" + names + "]", "/GS0TR10 ...\n/Function defineRes pop\n/GS0 <<\n/TR [ " +
+                                           written + "]\n>> /ExtGState defineRes pop\n");
+}
+
+TEST(GraphicsState, AFunctionThatFailsLeavesTheDictionaryOpenAndUnwritten)
+{
+    Written w = defineStates("<< /G << /BG 5 /OP true >> /H << >> >>");
+    ASSERT_EQ(w.reports.size(), 1U);
+    EXPECT_EQ(w.text.find("/H"), std::string::npos) << "the walk has ended";
+}

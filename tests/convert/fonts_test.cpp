@@ -6,6 +6,8 @@
 #include <cstring>
 #include <gtest/gtest.h>
 
+#include "tests/support/conversion.h"
+#include "tests/support/pdf_builder.h"
 #include "tests/support/test_instance.h"
 #include "tools/zolak1_3/pdf_to_ps/encodings.h"
 
@@ -319,4 +321,81 @@ TEST(FontEncoding, AnswersWhereTheEncodingIs)
     test.written();
     EXPECT_LT(WriteFontEncoding(test.inst, without.get()), 0);
     EXPECT_EQ(test.written(), "");
+}
+
+TEST(FontFile, TheCharacterSetOfAnotherSubtypeIsStillWritten)
+{
+    for (const char *subtype : {"/Subtype /OpenType", "/Subtype /Type1c", "/Subtype /Type1CC", ""})
+        expectFont("/Subtype /Type1 /FontDescriptor << /CharSet (/a/b) /FontFile3 " +
+                       stream(subtype, "x") + " >>",
+                   "(/a/b) " + HEAD + TAIL);
+}
+
+TEST(FontFile, TheTrailerIsLeftOutForALengthThatIsZeroOnly)
+{
+    for (const char *length : {"", "/Length3 1 ", "/Length3 -1 "})
+        expectFont("/Subtype /Type1 /FontDescriptor << /FontFile " + stream(length, "%!") + " >>",
+                   "2 AppendCount\n%!\nExecFontFile\n" + HEAD + TAIL);
+    EXPECT_NE(defineFonts("<< /F1 << /Subtype /Type1 /FontDescriptor << /FontFile " +
+                          stream("/Length3 0.9", "%!") + " >> >> >>")
+                  .text.find("\ncleartomark\n%%EndFont\nExecFontFile\n"),
+              std::string::npos)
+        << "a fraction is dropped";
+}
+
+TEST(FontFile, WithoutAPlaceForTemporaryFilesATrueTypeProgramStopsTheRun)
+{
+    PdfBuilder pdf;
+    pdf.addPage("/MediaBox [0 0 9 9] /Resources << /Font << /F << /Subtype /TrueType /BaseFont /B "
+                "/FontDescriptor << /FontFile2 " +
+                ref(pdf.addStream("", "font")) + " >> >> >> >>");
+    ProgramOptions options;
+    options.environment = {{"KV_TMP", "/nonexistent"}, {"ZELKOV_TRACE", "1"}};
+    Conversion c = convertPdf(pdf.build(), {}, options);
+    EXPECT_EQ(c.status, 1);
+    EXPECT_EQ(c.messages.back(), "ZOLAK-E-TTFONT: Can't open temp TT font file for writing. "
+                                 "[tools/zolak1_3/pdf_to_ps:2084]");
+    EXPECT_FALSE(c.hasOutput);
+}
+
+TEST(Font, TheLastCodeThatIsWrittenIs65535)
+{
+    Written w = defineFonts("<< /F1 << /Subtype /Type1 /FirstChar 65535 /LastChar 65536 "
+                            "/Widths [7 8] >> >>");
+    EXPECT_TRUE(w.text == HEAD + widthLines(65535, {"7"}, "0", 65536) + TAIL);
+    w = defineFonts("<< /F1 << /Subtype /Type1 /FirstChar 0 /LastChar 255 /Widths [1] >> >>");
+    EXPECT_EQ(w.text, HEAD + widthLines(0, {"1"}) + TAIL);
+    w = defineFonts("<< /F1 << /Subtype /Type1 /FirstChar 256 /LastChar 256 /Widths [1] >> >>");
+    EXPECT_EQ(w.text, HEAD + widthLines(256, {"1"}, "0", 257) + TAIL);
+}
+
+TEST(Font, WidthsOfEverySizeArePrintedInSixDigits)
+{
+    expectFont("/Subtype /Type1 /FirstChar 0 /LastChar 5 "
+               "/Widths [999999 1000001 0.0001 0.00001 123.4567 -0.0]",
+               HEAD + widthLines(0, {"999999", "1e+06", "0.0001", "1e-05", "123.457", "-0"}) +
+                   TAIL);
+}
+
+TEST(Type3Font, AGlyphThatCannotBeDecodedStopsTheRun)
+{
+    Written w = defineFonts("<< /F1 << /Subtype /Type3 /CharProcs << /a " +
+                            stream("/Filter /ASCIIHexDecode", "4g>") + " /b " + stream("", "f") +
+                            " >> >> /F2 << /Subtype /Type1 >> >>");
+    EXPECT_EQ(w.text, "/F1 <<\n/FontType 3\n<<\n>> T3AdjEnc\n/CharProcs <<\n"
+                      "/.notdef {250 0 d0}\n/a { save\n restore }\n");
+    ASSERT_EQ(w.reports.size(), 2U);
+    EXPECT_TRUE(w.reports[0].ends_with(" 3 CORDATA: Wrong character in hex stream"));
+    EXPECT_EQ(w.reports[1], "ZOLAK:258 4 FILTER: Error uncompressing stream data.");
+}
+
+TEST(Type3Font, AGlyphWithoutItsEndMarkIsAFaultThatTheFontSurvives)
+{
+    Written w = defineFonts("<< /F1 << /Subtype /Type3 /CharProcs << /a " +
+                            stream("/Filter /ASCIIHexDecode", "66") + " >> >> >>");
+    EXPECT_EQ(w.text, "/F1 <<\n/FontType 3\n<<\n>> T3AdjEnc\n/CharProcs <<\n"
+                      "/.notdef {250 0 d0}\n/a { save\nf restore }\n>>\nT3DefFnct\n"
+                      ">> definefont pop\n");
+    EXPECT_EQ(w.reports,
+              Texts{"ZOLAK:270 3 FILTER: Stream data ended before its end-of-data mark."});
 }

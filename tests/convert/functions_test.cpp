@@ -431,3 +431,56 @@ TEST(FunctionNumbers, ExactlyTheExpectedCount)
     EXPECT_EQ(none.controller.takeTextsWithLines(),
               Texts{"ZOLAK:2331 4 out of memory: Out of memory"});
 }
+
+TEST(Function1, PowersOfTwoAreHeldToTheLargestInteger)
+{
+    const std::pair<int, const char *> maxima[] = {
+        {0, "1"},           {30, "1073741824"},   {31, "2147483647"},
+        {33, "2147483647"}, {1024, "2147483647"}, {2147483647, "2147483647"},
+        {-1, "0"},          {-2147483647, "0"}};
+    for (const auto &[bits, maximum] : maxima) {
+        Written w = writeFunction(withBits(bits));
+        EXPECT_EQ(w.reports, Texts{}) << bits;
+        EXPECT_NE(w.text.find(std::string("\t/rnd { ") + maximum + " mul 0.5 add floor " + maximum +
+                              " div } def\n"),
+                  std::string::npos)
+            << bits << w.text;
+    }
+    EXPECT_NE(writeFunction(withBits(31)).text.find("\tdup 2147483646 ge {pop 1}\n"),
+              std::string::npos);
+}
+
+TEST(Function1, AFunctionTypeMayBeWrittenAsAReal)
+{
+    EXPECT_EQ(writeFunction("/FunctionType 0.0 /BitsPerSample 8 /Size [4] /Domain [0 1] /Range "
+                            "[0 1]")
+                  .reports,
+              Texts{});
+}
+
+TEST(Function1, EqualEndsOfTheDomainArePrintedAsTheyAre)
+{
+    Written w = writeFunction("/FunctionType 0 /BitsPerSample 8 /Size [1] /Domain [0.5 0.5] "
+                              "/Range [1 0]");
+    EXPECT_EQ(w.reports, Texts{});
+    EXPECT_EQ(between(w.text, "\t/_i _x \n", "\tdef\n"), "\t/_i _x \n"
+                                                         "\tdup 0.5 ge {pop 0}\n"
+                                                         "\t\t{dup 0.5 le {pop 0}\n"
+                                                         "\t\t\t{-0.5 add 0 div 0 mul \n"
+                                                         "\t\t\t} ifelse\n"
+                                                         "\t\t} ifelse\n"
+                                                         "\tdef\n");
+    EXPECT_NE(w.text.find("\t\t\t{255 div -1 mul -1 sub \n"), std::string::npos);
+}
+
+TEST(Function2, ImpossibleSizesAreRefused)
+{
+    const std::string base = "/FunctionType 0 /BitsPerSample 8 /Domain [0 1 0 1] /Range [0 1] "
+                             "/Filter /FlateDecode /Size ";
+    EXPECT_NE(
+        writeFunction(base + "[46340 46341]", 2).text.find("\n2147441940 string readstring\n"),
+        std::string::npos);
+    EXPECT_EQ(writeFunction(base + "[46341 46341]", 2).reports, INVALID2);
+    EXPECT_EQ(writeFunction(base + "[99999999999999999999 99999999999999999999]", 2).reports,
+              INVALID2);
+}

@@ -271,3 +271,114 @@ TEST(PageContents, AStreamThatCannotBeReadStopsTheRun)
     EXPECT_EQ(faults(c), Texts{"ZOLAK-E-BADSTREAM: Keyword 'stream' is missing."});
     EXPECT_FALSE(c.hasOutput);
 }
+
+TEST(PageTree, CountsAreTakenAsTheyStand)
+{
+    /* A negative one takes pages back: the fourth leaf is then the first. */
+    EXPECT_EQ(widths(convertPdf(fivePages("/Count -1"), {"-PAGE=1"})), "4 ");
+    /* One that is too large hides the rest of the document. */
+    Conversion c = convertPdf(fivePages("/Count 2147483647"), {"-PAGE=2"});
+    EXPECT_EQ(widths(c), "2 ");
+    EXPECT_EQ(c.messages.size(), 2U);
+    EXPECT_EQ(faults(convertPdf(fivePages("/Count 3"), {"-PAGE=4"})), Texts{});
+    EXPECT_EQ(widths(convertPdf(fivePages("/Count 3"), {"-PAGE=4"})), "3 ");
+    EXPECT_EQ(widths(convertPdf(fivePages("/Count 0"), {"-PAGE=1"})), "3 ");
+    EXPECT_EQ(widths(convertPdf(fivePages(""), {"-PAGE=1"})), "1 ") << "without one it is walked";
+}
+
+TEST(PageTree, ALeafWithACountIsSkippedLikeASubtree)
+{
+    PdfBuilder pdf;
+    pdf.addPage("/MediaBox [0 0 1 9] /Count 5");
+    pdf.addPage("/MediaBox [0 0 2 9]");
+    EXPECT_EQ(widths(convertPdf(pdf.build())), "1 2 ") << "counts matter to a selection alone";
+    pdf.set(2, "<< /Kids [3 0 R 4 0 R] >>");
+    EXPECT_EQ(widths(convertPdf(pdf.build(), {"-PAGE=1"})), "1 ");
+    EXPECT_EQ(widths(convertPdf(pdf.build(), {"-PAGE=6"})), "2 ");
+}
+
+TEST(PageTree, WhatIsBehindTheSelectedPageIsNotRead)
+{
+    PdfBuilder pdf;
+    int first = pdf.add("<< /MediaBox [0 0 1 9] >>"), second = pdf.add("<< /MediaBox [0 0 2 9] >>");
+    int odd = pdf.add("no dictionary");
+    pdf.set(2, "<< /Kids [" + ref(first) + " " + ref(second) + " " + ref(odd) + "] >>");
+    Conversion c = convertPdf(pdf.build(), {"-PAGE=1"});
+    EXPECT_EQ(c.status, 0);
+    EXPECT_EQ(widths(c), "1 ");
+    EXPECT_EQ(convertPdf(pdf.build(), {"-PAGE=2"}).status, 1)
+        << "only when a later page has been passed";
+}
+
+TEST(PageTree, AnEmptyKidsArrayIsANodeWithoutPages)
+{
+    Conversion c = onePage("/MediaBox [0 0 9 9] /Kids []");
+    EXPECT_EQ(c.status, 0);
+    EXPECT_EQ(c.pages, "");
+    EXPECT_EQ(faults(c), Texts{"ZOLAK-W-NOPAGE: Page not found."});
+}
+
+TEST(PageGeometry, ACropBoxIsCutAtTheLastUnit)
+{
+    EXPECT_EQ(onePageText("/MediaBox [0 0 100 100] /CropBox [99 0 200 100]"),
+              pageText("1 100", "-99 0", 0));
+    EXPECT_EQ(onePageText("/MediaBox [0 0 100 100] /CropBox [100 0 200 100]"), "");
+    EXPECT_EQ(onePageText("/MediaBox [0 0 100 100] /CropBox [-50 -50 1 1]"),
+              pageText("1 1", "0 0", 0));
+    EXPECT_EQ(onePageText("/MediaBox [0 0 100 100] /CropBox [100 100 0 0]"),
+              pageText("100 100", "0 0", 0))
+        << "its corners are put in order, too";
+}
+
+TEST(PageGeometry, AShortCropBoxWithNothingToInheritEndsAtZero)
+{
+    EXPECT_EQ(onePageText("/MediaBox [0 0 100 200] /CropBox [10 20]"), pageText("10 20", "0 0", 0));
+    EXPECT_EQ(onePageText("/MediaBox [0 0 100 200] /CropBox []"), "") << "an empty one counts";
+    EXPECT_EQ(onePageText("/MediaBox [-5 -6] /Rotate 0"), pageText("5 6", "5 6", 0));
+}
+
+TEST(PageGeometry, FractionsOfARotationAreDropped)
+{
+    EXPECT_EQ(onePageText("/MediaBox [0 0 10 20] /Rotate 90.9"), pageText("20 10", "0 10", -90));
+    EXPECT_EQ(onePageText("/MediaBox [0 0 10 20] /Rotate -0.5"), pageText("10 20", "0 0", 0));
+    EXPECT_EQ(onePageText("/MediaBox [0 0 10 20] /Rotate 3690"), pageText("20 10", "0 10", -3690));
+}
+
+TEST(PageContents, AWrongTypeKeepsWhatIsInherited)
+{
+    PdfBuilder pdf;
+    pdf.rootEntries = "/MediaBox [0 0 9 9] /Contents " + ref(pdf.addStream("", "c"));
+    pdf.addPage("/Contents 5");
+    Conversion c = convertPdf(pdf.build());
+    EXPECT_EQ(c.status, 0);
+    EXPECT_EQ(faults(c), Texts{"ZOLAK-W-badobj: Bad object type. STREAM or ARRAY exepcted."});
+    EXPECT_EQ(c.pages, "BeginPageDescription\n<< /PageSize [ 9 9 ] >> setpagedevice\n"
+                       "0 0 translate\n0 rotate\n<<\n/Length 1 \n>>\nPageContents\nc\n"
+                       "EndPageDescription\n");
+}
+
+TEST(PageContents, AnArrayReplacesAnInheritedStreamAndTheOtherWayRound)
+{
+    PdfBuilder pdf;
+    int a = pdf.addStream("", "a"), b = pdf.addStream("", "b");
+    int left = pdf.reserve(), right = pdf.reserve();
+    int first = pdf.add("<< /Contents [" + ref(b) + "] >>"),
+        second = pdf.add("<< /Contents " + ref(b) + " >>");
+    pdf.set(left, "<< /Contents " + ref(a) + " /Kids [" + ref(first) + "] >>");
+    pdf.set(right, "<< /Contents [" + ref(a) + " " + ref(a) + "] /Kids [" + ref(second) + "] >>");
+    pdf.set(2, "<< /MediaBox [0 0 9 9] /Kids [" + ref(left) + " " + ref(right) + "] >>");
+    const std::string page =
+        "BeginPageDescription\n<< /PageSize [ 9 9 ] >> setpagedevice\n0 0 translate\n0 rotate\n"
+        "<<\n/Length 1 \n>>\nPageContents\nb\nEndPageDescription\n";
+    EXPECT_EQ(convertPdf(pdf.build()).pages, page + page);
+}
+
+TEST(PageContents, TheWarningComesBeforeThePageIsTold)
+{
+    Conversion c = onePage("/MediaBox [0 0 9 9] /Contents 5 /Resources << /Pattern << >> >>");
+    EXPECT_EQ(c.messages, (Texts{"ZOLAK-I-INTRO: This is a PDF v1.2 file.",
+                                 "ZOLAK-W-badobj: Bad object type. STREAM or ARRAY exepcted.",
+                                 "ZOLAK-I-PAGE: Processing page 1",
+                                 "ZOLAK-E-BADXOBJ: Patterns not supported"}));
+    EXPECT_FALSE(c.hasOutput);
+}

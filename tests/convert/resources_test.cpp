@@ -64,11 +64,17 @@ TEST(Resources, PatternsStopTheRunEvenUnused)
 
 TEST(Resources, WhatStandsBeforeThePatternsIsStillWritten)
 {
-    TestInstance test("<< /Pattern << >> /ExtGState << /G << /OP true >> >> >> endobj ");
+    TestInstance test("<< /Pattern (not read) /ColorSpace << /C /DeviceRGB >> "
+                      "/ExtGState << /G << /OP true >> >> /Font << /F << /Subtype /Type1 >> >> "
+                      "/XObject << /X << /Subtype /Form /Length 0 >>\nstream\n\nendstream >> "
+                      ">> endobj ");
     DictPtr resources = readDict(test.inst);
     writeResources(test.inst, resources.get());
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADXOBJ: Patterns not supported"});
-    EXPECT_EQ(test.written(), "/G <<\n/OP true \n>> /ExtGState defineRes pop\n");
+    EXPECT_EQ(test.written(), "0 /X ReadCount\n\n/X\n<<\n/ExternName (X)\n>>\nCallForm\n"
+                              "<<\n/Name /F\n >> AdjFont\n"
+                              "/G <<\n/OP true \n>> /ExtGState defineRes pop\n"
+                              "/C\n/DeviceRGB /ColorSpace findRes\n/ColorSpace defineRes pop\n");
 }
 
 TEST(Resources, AKindThatIsNoDictionaryStopsTheRun)
@@ -76,6 +82,46 @@ TEST(Resources, AKindThatIsNoDictionaryStopsTheRun)
     Conversion c = convertResources("<< /Font 5 >>");
     EXPECT_EQ(c.status, 1);
     EXPECT_EQ(faults(c), Texts{"ZOLAK-E-BADDICT: Dictionary expected."});
+}
+
+TEST(Resources, AKindThatCannotBeReadLeavesOutTheKindsBehindIt)
+{
+    TestInstance test("<< /Pattern << >> /ExtGState << /G << >> >> /Font 5 /XObject << >> >> "
+                      "endobj ");
+    DictPtr resources = readDict(test.inst);
+    writeResources(test.inst, resources.get());
+    EXPECT_EQ(test.controller.takeTexts(),
+              (Texts{"ZOLAK 4 BADDICT: Dictionary expected.",
+                     "ZOLAK 2 memwarn: Not enough memory to run properly. PDF reader will "
+                     "continue, though."}));
+    EXPECT_EQ(test.written(), "");
+}
+
+TEST(Resources, 256LevelsOfFormsAndTheirFontsAreWrittenAndTheNextIsNot)
+{
+    for (int levels : {256, 257}) {
+        /* Object 2 + n has the resources of level n; forms and Type 3 fonts count together. */
+        Texts objects;
+        for (int level = 2; level <= levels; level++) {
+            std::string resources;
+            if (level < levels)
+                resources = "/Resources << " + std::string(level % 2 ? "/XObject" : "/Font") +
+                            " << /N " + ref(level + 2) + " >> >>";
+            else
+                resources = "/Resources << /ExtGState << /Last << >> >> >>";
+            objects.push_back(level % 2 ? "<< /Subtype /Type3 " + resources + " >>"
+                                        : "<< /Subtype /Form " + resources +
+                                              " /Length 0 >>\nstream\n\nendstream");
+        }
+        Conversion c = convertResources("<< /XObject << /N 3 0 R >> >>", objects);
+        EXPECT_EQ(c.status, levels == 256 ? 0 : 1);
+        EXPECT_EQ(faults(c), levels == 256
+                                 ? Texts{}
+                                 : Texts{"ZOLAK-E-BADOBJ: Objects are nested too deeply."});
+        if (levels == 256) {
+            EXPECT_TRUE(c.pages.starts_with(PAGE_HEAD + "/Last <<\n>> /ExtGState defineRes pop\n"));
+        }
+    }
 }
 
 TEST(Resources, AFormThatNamesItselfEndsWithAMessage)
@@ -105,9 +151,15 @@ TEST(Resources, EveryPageMayHaveAsManyEntriesAsTheLimit)
     std::string states;
     for (int i = 0; i < 65536; i++)
         states += "/G" + std::to_string(i) + " 3 0 R ";
-    Conversion c = convertResources("<< /ExtGState << " + states + " >> >>", {"<< >>"});
+    PdfBuilder pdf;
+    pdf.add("<< >>");
+    pdf.rootEntries = "/MediaBox [0 0 9 9] /Resources << /ExtGState << " + states + " >> >>";
+    pdf.addPage("");
+    pdf.addPage("/Resources << /ExtGState << /Another << >> >> >>");
+    Conversion c = convertPdf(pdf.build());
     EXPECT_EQ(c.status, 0);
-    EXPECT_EQ(faults(c), Texts{});
+    EXPECT_EQ(faults(c), Texts{}) << "the second page begins anew";
     c = convertResources("<< /ExtGState << " + states + " /More 3 0 R >> >>", {"<< >>"});
     EXPECT_EQ(c.status, 1);
+    EXPECT_EQ(faults(c), Texts{"ZOLAK-E-BADXOBJ: Too many nested resources."});
 }

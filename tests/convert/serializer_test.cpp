@@ -3,6 +3,7 @@
  */
 #include "tools/zolak1_3/pdf_to_ps/serializer.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include "tests/support/pdf_builder.h"
@@ -194,4 +195,73 @@ TEST(Serializer, SharedReferencesDoNotMultiplyWithoutEnd)
     test.openIndex();
     writeObject(test.inst, (ValuePosition)pdf.offsetOf(3) + 7);
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADOBJ: Object is too large."});
+}
+
+TEST(Serializer, AMillionValuesAreWrittenAndTheNextIsNot)
+{
+    /* 1023 times an array of 1023, themselves and the outermost counted: 1023 short of 2^20. */
+    for (int more : {1023, 1024}) {
+        PdfBuilder pdf;
+        pdf.add("[" + repeated("4 0 R ", 1023) + repeated("7 ", more) + "]");
+        pdf.add("[" + repeated("1 ", 1023) + "]");
+        TestInstance test(pdf.build());
+        test.openIndex();
+        writeObject(test.inst, (ValuePosition)pdf.offsetOf(3) + 7);
+        EXPECT_EQ(test.controller.takeTexts(),
+                  more == 1023 ? Texts{} : Texts{"ZOLAK 4 BADOBJ: Object is too large."});
+        std::string text = test.written();
+        EXPECT_EQ(std::count(text.begin(), text.end(), '7'), 1023) << "the last one is left out";
+        EXPECT_TRUE(text.ends_with("7 ] ") || text.ends_with("7 \n] ")) << "and it is closed";
+
+        /* The next value that is handed over counts anew. */
+        test.inst->errorFlag = 0;
+        EXPECT_EQ(writeObject(test.inst, (ValuePosition)pdf.offsetOf(4) + 7), 0);
+        EXPECT_EQ(test.controller.takeTexts(), Texts{});
+    }
+}
+
+TEST(Serializer, NumbersAtTheEndsOfTheirRange)
+{
+    EXPECT_EQ(write("2147483647"), "2147483647 ");
+    EXPECT_EQ(write("2147483648"), "2147483647 ");
+    EXPECT_EQ(write("-2147483649"), "-2147483648 ");
+    EXPECT_EQ(write("2147483648."), "2147483648.000000 ") << "a real has its whole range";
+    EXPECT_EQ(write("0.00000051"), "0.000001 ");
+    EXPECT_EQ(write("--5"), "0 ") << "a sign alone";
+}
+
+TEST(Serializer, ANumberOfMoreThan255CharactersIsReadInPieces)
+{
+    EXPECT_EQ(write("[" + std::string(255, '0') + "1]"), "[ 0 1 ] ")
+        << "the second begins with the last digit of the first";
+    EXPECT_EQ(write("[" + std::string(253, '0') + "1]"), "[ 1 ] ");
+}
+
+TEST(Serializer, ContainersInsideAnArrayKeepTheirLineEnds)
+{
+    EXPECT_EQ(write("[<< /A [] >> [<< >>] 1]"), "[ <<\n/A [ ] \n>>\n[ <<\n>>\n] 1 ] ");
+    std::string empty;
+    for (int i = 0; i < 18; i++)
+        empty += "[]";
+    EXPECT_EQ(write("[" + empty + "]"),
+              "[ " + repeated("[ ] ", 9) + "\n" + repeated("[ ] ", 8) + "\n[ ] ] ");
+}
+
+TEST(Serializer, NamesOfTheLargestSizeAreWrittenWhole)
+{
+    EXPECT_EQ(write("/" + repeated("#20", 139)), "/" + repeated("#20", 139) + " ");
+    EXPECT_EQ(write("/" + repeated("#20", 140)), "/" + repeated("#20", 139) + " ");
+    EXPECT_EQ(write("/"), "/ ");
+}
+
+TEST(Serializer, AMemberThatFailsStillLeavesItsContainersClosed)
+{
+    PdfBuilder pdf;
+    pdf.add("<< /A [1 4 0 R 2] /B 3 >>");
+    pdf.add("(no end");
+    TestInstance test(pdf.build());
+    test.openIndex();
+    EXPECT_EQ(writeObject(test.inst, (ValuePosition)pdf.offsetOf(3) + 7), 0);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 READERR: Reading error."});
+    EXPECT_EQ(test.written(), "<<\n/A [ 1 ] \n/B \n>>\n");
 }

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <gtest/gtest.h>
 
+#include "tests/support/conversion.h"
+#include "tests/support/pdf_builder.h"
 #include "tests/support/test_instance.h"
 
 namespace {
@@ -147,4 +149,46 @@ TEST(XObject, TheExternalNameIsBaseNameAndKeyOfAnyLength)
     EXPECT_EQ(w.text, "1 /abcdefghijklmnopqrstuvwxyz01234" + key + " ReadCount\na\n/" + key +
                           "\n<<\n/ExternName (abcdefghijklmnopqrstuvwxyz01234" + key +
                           ")\n>>\nCallForm\n");
+}
+
+TEST(XObject, TheSameKeyOnTwoPagesGetsTheSameExternalName)
+{
+    PdfBuilder pdf;
+    for (const char *data : {"one", "two"})
+        pdf.addPage("/MediaBox [0 0 9 9] /Resources << /XObject << /X " +
+                    ref(pdf.addStream("/Subtype /Form", data)) + " >> >>");
+    auto page = [](const std::string &data) {
+        return "BeginPageDescription\n3 /docX ReadCount\n" + data +
+               "\n/X\n<<\n/ExternName (docX)\n>>\nCallForm\n"
+               "<< /PageSize [ 9 9 ] >> setpagedevice\n0 0 translate\n0 rotate\n"
+               "EndPageDescription\n";
+    };
+    EXPECT_EQ(convertPdf(pdf.build()).pages, page("one") + page("two"));
+}
+
+TEST(XObject, TheExternalNameHasNoParenthesesOfTheFileName)
+{
+    PdfBuilder pdf;
+    pdf.addPage("/MediaBox [0 0 9 9] /Resources << /XObject << /Im#280 " +
+                ref(pdf.addStream("/Subtype /Form", "f")) + " >> >>");
+    ScratchDirectory directory;
+    std::string file = directory.write("a(b)\\ c.pdf", pdf.build());
+    std::string empty = directory.write("empty.ps", "");
+    ProgramResult result = runProgram({programPath(), file, "-OUTSPEC=" + (directory / "out.ps"),
+                                       "-PROLOG=" + empty, "-TRAILER=" + empty});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_TRUE(readFile(directory / "out.ps")
+                    .starts_with("/TmpFont (ab_ctmpfont) def\nBeginPageDescription\n"
+                                 "1 /ab_cIm(0 ReadCount\nf\n/Im(0\n<<\n/ExternName (ab_cIm(0)\n"))
+        << "the key stands as it is stored";
+}
+
+TEST(XObject, DataThatEndsWithTheFileIsNotCopiedBeyondIt)
+{
+    /* The stream is whole when it is parsed, so its length is good; nothing is added to it. */
+    std::string data(70000, 'd');
+    Written w = defineXObjects("<< /X " + stream("/Subtype /Form", data) + " >>");
+    EXPECT_TRUE(w.text.starts_with("70000 /docX ReadCount\n" + data + "\n/X\n"));
+    w = defineXObjects("<< /X " + stream("/Subtype /Image", "") + " >>");
+    EXPECT_EQ(w.text, "0 /docX ReadCount\n\n/X\n<<\n/ExternName (docX)\n>>\nCallImage\n");
 }

@@ -88,7 +88,7 @@ TEST(Dictionary, AnAbsentKeyLeavesTheInputAlone)
 
 TEST(Dictionary, ManyEntriesGrowTheRecordAndKeepThemAll)
 {
-    for (int entries : {31, 32, 33, 40, 1000}) {
+    for (int entries : {31, 32, 33, 40, 63, 64, 65, 1000}) {
         std::string input = "<<";
         for (int i = 0; i < entries; i++)
             input += " /Key" + std::to_string(i) + " " + std::to_string(i * 3);
@@ -154,7 +154,7 @@ TEST(Array, ItemsArePositions)
 
 TEST(Array, ManyItemsGrowTheRecordAndKeepThemAll)
 {
-    for (int items : {0, 1, 255, 256, 257, 300, 5000}) {
+    for (int items : {0, 1, 255, 256, 257, 300, 511, 512, 513, 5000}) {
         std::string input = "[";
         for (int i = 0; i < items; i++)
             input += std::to_string(i) + " ";
@@ -289,4 +289,43 @@ TEST(Containers, EveryByteOfADictionaryIsGivenBack)
     EXPECT_GT(test.inst->limits.containerBytes, 3000U * (sizeof(PdfDictEntry) + sizeof "/Key100"));
     freeDict(test.inst, dict);
     EXPECT_EQ(test.inst->limits.containerBytes, 0U);
+}
+
+TEST(Dictionary, KeysThatFillTheirTextExactlyAreKept)
+{
+    /* The text of the keys grows by 256 bytes at a time; both keys and their ends count. */
+    for (size_t length : {116U, 117U, 118U, 119U}) {
+        std::string first = "/" + std::string(134, 'a'), second = "/" + std::string(length, 'b');
+        TestInstance test("<< " + first + " 1 " + second + " 2 /C 3 >> ");
+        EXPECT_EQ(keysOf(test), first + " " + second + " /C ") << length;
+    }
+    std::string input = "<<", keys;
+    for (int i = 100; i < 140; i++) {
+        std::string key = "/" + std::string(136, 'k') + std::to_string(i);
+        input += key + " " + std::to_string(i);
+        keys += key + " ";
+    }
+    TestInstance test(input + ">> ");
+    EXPECT_EQ(keysOf(test), keys);
+}
+
+TEST(Dictionary, KeysThatAreCutAlikeAreAlike)
+{
+    std::string common(139, 'k');
+    TestInstance test("<< /" + common + "1 1 /" + common + "2 2 >> ");
+    DictPtr dict = readDict(test.inst);
+    ASSERT_TRUE(dict);
+    EXPECT_EQ(dict->count, 2);
+    EXPECT_EQ(findKey(test.inst, dict.get(), ("/" + common).c_str()), 0);
+    EXPECT_EQ(readInteger(test.inst), 1);
+    EXPECT_EQ(findKey(test.inst, dict.get(), ("/" + common + "1").c_str()), -1);
+}
+
+TEST(Dictionary, AnEmptyOneHasNoKeys)
+{
+    for (const char *input : {"<<>> ", "<< >> ", "<< % >>\n>> ", "<< /A null >> "}) {
+        TestInstance test(input);
+        EXPECT_EQ(keysOf(test), "") << input;
+        EXPECT_EQ(test.ahead(2), " ") << input;
+    }
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/pdf_builder.h"
 #include "tests/support/test_instance.h"
 
 namespace {
@@ -91,4 +92,30 @@ TEST(FilterList, NothingIsDoneOnceTheErrorFlagIsSet)
     EXPECT_EQ(CreateFilters(test.inst, dict.get(), &list), 0);
     EXPECT_EQ(list, &name) << "left untouched";
     DestroyFilters(test.inst, nullptr);
+}
+
+TEST(FilterList, NullCountsAsAbsentOnlyWhenItIsDirect)
+{
+    EXPECT_EQ(filtersOf("<< /Filter null >>").reports, Texts{});
+    PdfBuilder pdf;
+    int null = pdf.add("null");
+    std::string bytes = pdf.build();
+    TestInstance test(bytes + "\n<< /Filter " + ref(null) + " >> ");
+    test.openIndex();
+    test.seek((uint32_t)bytes.size());
+    DictPtr dict = readDict(test.inst);
+    char **list = nullptr;
+    EXPECT_EQ(CreateFilters(test.inst, dict.get(), &list), 0);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 FILTER: Wrong filter type in stream."});
+}
+
+TEST(FilterList, AnElementThatIsNoNameIsAReadingErrorAndTheRestIsStillChecked)
+{
+    Filters f = filtersOf("<< /Filter [/Fl (x) /AHx] >>");
+    EXPECT_EQ(f.reports[0], "ZOLAK 4 READERR: Reading error.");
+    EXPECT_EQ(filtersOf("<< /Filter << >> >>").reports,
+              Texts{"ZOLAK 4 FILTER: Wrong filter type in stream."});
+    EXPECT_EQ(filtersOf("<< /Filter (/FlateDecode) >>").reports,
+              Texts{"ZOLAK 4 FILTER: Wrong filter type in stream."});
 }

@@ -98,6 +98,12 @@ TEST(Lexer, TheLastOf255LettersIsReadAgain)
     TestInstance test(std::string(254, 'a') + "bc ");
     EXPECT_EQ(keywordOf(test), std::string(254, 'a') + "b");
     EXPECT_EQ(test.ahead(2), "bc");
+    TestInstance shorter(std::string(254, 'a') + "] ");
+    EXPECT_EQ(keywordOf(shorter), std::string(254, 'a'));
+    EXPECT_EQ(shorter.ahead(2), "] ");
+    TestInstance exact(std::string(254, 'a') + "b] ");
+    EXPECT_EQ(keywordOf(exact), std::string(254, 'a') + "b");
+    EXPECT_EQ(exact.ahead(2), "b]") << "though it has no more letters";
 }
 
 TEST(Lexer, Booleans)
@@ -144,7 +150,11 @@ TEST(Lexer, AnIntegerIsTruncatedTowardZero)
 TEST(Lexer, AnIntegerIsHeldToItsRange)
 {
     EXPECT_EQ(readInteger(TestInstance("2147483647 ").inst), INT32_MAX);
+    EXPECT_EQ(readInteger(TestInstance("2147483646.9 ").inst), 2147483646);
     EXPECT_EQ(readInteger(TestInstance("2147483648 ").inst), INT32_MAX);
+    EXPECT_EQ(readInteger(TestInstance("-2147483647.9 ").inst), -2147483647);
+    EXPECT_EQ(readInteger(TestInstance("-2147483648 ").inst), INT32_MIN);
+    EXPECT_EQ(readInteger(TestInstance("-2147483649 ").inst), INT32_MIN);
     EXPECT_EQ(readInteger(TestInstance("-99999999999999999999999 ").inst), INT32_MIN);
 }
 

@@ -104,3 +104,38 @@ TEST(Stream, NothingLivesAfterAFailure)
     freeStream(test.inst, nullptr);
     EXPECT_EQ(test.inst->liveStreams, 0);
 }
+
+TEST(Stream, ANegativeLengthThatFindsAnEndHasNoData)
+{
+    TestInstance test("endstream <</Length -32>>stream\n");
+    test.seek(10);
+    StreamPtr stream = readStream(test.inst);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{});
+    ASSERT_TRUE(stream);
+    EXPECT_EQ(stream->length, -32);
+    EXPECT_EQ(stream->dataPosition, 32U);
+    EXPECT_EQ(test.position(), 9U) << "behind the end that was found";
+}
+
+TEST(Stream, LengthsAtTheEdgesOfTheirRange)
+{
+    const Texts missing = {"ZOLAK 4 BADSPACE: Error occurred during skipping white spaces.",
+                           "ZOLAK 4 BADSTREAM: Keyword 'endstream' is missing."};
+    for (const char *length : {"2147483647", "2147483648", "-2147483648", "99999999999999999999"})
+        EXPECT_EQ(parse(std::string("<</Length ") + length + ">>stream\nhello\nendstream next"),
+                  missing)
+            << length;
+    std::string data;
+    EXPECT_EQ(parse("<</Length 5.9>>stream\nhello\nendstream next", &data), Texts{});
+    EXPECT_EQ(data, "hello") << "a fraction is dropped";
+    EXPECT_EQ(parse("<</Length 0>>stream\nendstream next", &data), Texts{});
+    EXPECT_EQ(data, "");
+}
+
+TEST(Stream, AFileThatEndsBehindTheKeywordIsAReadingError)
+{
+    EXPECT_EQ(parse("<</Length 0>>stream"),
+              (Texts{"ZOLAK 4 READERR: Reading error.", "ZOLAK 4 READERR: Reading error."}));
+    EXPECT_EQ(parse("<</Length 0>>stream\nendstream"), Texts{"ZOLAK 4 READERR: Reading error."})
+        << "a keyword needs a byte behind it";
+}

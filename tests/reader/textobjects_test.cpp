@@ -1,6 +1,7 @@
 /*
  * textobjects_test.cpp - strings and names, with the rules that are the reader's own
  */
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -98,6 +99,9 @@ TEST(Strings, LongStringsGrow)
 {
     for (size_t length : {2046U, 2047U, 2048U, 2049U, 100000U})
         EXPECT_EQ(stringOf("(" + std::string(length, 'x') + ")"), std::string(length, 'x'));
+    for (size_t digits : {2046U, 2047U, 2048U, 2049U, 4095U, 4096U, 4097U})
+        EXPECT_EQ(stringOf("<" + std::string(digits, '4') + ">"),
+                  std::string(digits / 2, 'D') + (digits % 2 ? "@" : ""));
 }
 
 TEST(Strings, AStringWithoutEndIsAReadingError)
@@ -139,7 +143,13 @@ TEST(Names, Keep139CharactersBehindTheSlash)
     std::string rest;
     EXPECT_EQ(nameOf("/" + std::string(200, 'n'), &rest), "/" + std::string(139, 'n'));
     EXPECT_EQ(rest, " ") << "the rest is passed over";
-    EXPECT_EQ(nameOf("/" + std::string(139, 'n')), "/" + std::string(139, 'n'));
+    for (size_t length : {138U, 139U, 140U, 141U}) {
+        EXPECT_EQ(nameOf("/" + std::string(length, 'n'), &rest),
+                  "/" + std::string(std::min<size_t>(length, 139), 'n'));
+        EXPECT_EQ(rest, " ") << length;
+    }
+    EXPECT_EQ(nameOf("/" + std::string(138, 'n') + "#20#20"), "/" + std::string(138, 'n') + " ")
+        << "a number sign counts as one";
 }
 
 TEST(Names, OneAtTheVeryEndOfTheFileIsAReadingError)
@@ -199,4 +209,13 @@ TEST(Names, TheCountersFollowWhatLives)
     EXPECT_EQ(test.inst->liveNames, 0);
     freeName(test.inst, nullptr);
     EXPECT_EQ(test.inst->liveNames, -1) << "this one counts in every case";
+}
+
+TEST(Strings, ABackslashAtTheVeryEndIsAnEmptyOctalEscape)
+{
+    /* A parenthesis never follows it directly: that one would not end the string. */
+    EXPECT_EQ(stringOf("(ab\\)c\\ )"), "ab)c") << "the blank behind it stands behind a zero byte";
+    EXPECT_EQ(stringOf("(\\7)"), "\a");
+    EXPECT_EQ(stringOf("(\\12)"), "\n") << "one, two or three digits";
+    EXPECT_EQ(stringOf("(\\377\\400x)"), "\xFF") << "256 is a zero byte";
 }

@@ -325,3 +325,96 @@ TEST(Sections, MayBeLongerTogetherThanTheFileOnlyWhenTheyShareBytes)
     EXPECT_EQ(openReports(many), Texts{BAD_FORMAT});
     EXPECT_EQ(many.inst->xrefLoaded, 0);
 }
+
+TEST(XrefTable, TheRootIsThatOfTheNewestTrailer)
+{
+    /* The older trailer names object 1, the newer one object 2. */
+    std::string file = "%PDF-1.2\n";
+    size_t first = file.size();
+    file += "1 0 obj << /Old 1 >>\n";
+    size_t second = file.size();
+    file += "2 0 obj << /Pages 1 >>\n";
+    size_t older = file.size();
+    file += "xref\n0 3\n" + entry(0, 65535, 'f') + entry(first, 0, 'n') + entry(second, 0, 'n') +
+            "trailer\n<< /Size 30 /Root 1 0 R >>\n";
+    size_t newer = file.size();
+    file += "xref\n0 0\ntrailer\n<< /Size 3 /Root 2 0 R /Prev " + std::to_string(older) +
+            " >>\nstartxref\n" + std::to_string(newer) + "\n%%EOF\n";
+    TestInstance test(file);
+    EXPECT_EQ(openReports(test), Texts{});
+    EXPECT_EQ(test.inst->xrefSize, 3) << "and so is the size";
+    EXPECT_EQ(test.inst->rootPosition, second + 7);
+    checkCatalog(test.inst);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{});
+}
+
+TEST(XrefTable, OffsetsKeepTheirLow32Bits)
+{
+    TestInstance test(withSection("0 2\n" + entry(4294967296U + 17, 0, 'n') +
+                                  entry(9999999999U, 7, 'n') + "trailer\n<< /Size 2 >>\n"));
+    readXrefTable(test.inst, 9);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{});
+    EXPECT_EQ(test.inst->xref[0].offset, 17U);
+    EXPECT_EQ(test.inst->xref[1].offset, 1410065407U);
+}
+
+TEST(XrefTable, FewerEntriesThanAnnouncedAreAnUnexpectedFormat)
+{
+    TestInstance test(
+        withSection("0 3\n" + entry(1, 0, 'n') + entry(2, 0, 'n') + "trailer\n<< /Size 3 >>\n"));
+    readXrefTable(test.inst, 9);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{BAD_FORMAT});
+    EXPECT_EQ(test.inst->xrefLoaded, 0);
+    EXPECT_EQ(test.inst->xref[1].offset, 2U) << "what was filled before stays";
+    EXPECT_EQ(test.inst->xref[2].type, 0);
+}
+
+TEST(XrefTable, ASectionWithoutItsTrailerStopsTheRun)
+{
+    TestInstance test("trailer\n<< /Size 3 >>\nxref\n0 1\n" + entry(1, 0, 'n'));
+    test.inst->xrefSize = 3;
+    readXrefTable(test.inst, 23);
+    EXPECT_EQ(test.controller.takeTexts(),
+              Texts{"ZOLAK 4 NOTRAILER: Expected trailing section not found."});
+    EXPECT_EQ(test.inst->xref, nullptr) << "nothing is allocated before the size is known";
+}
+
+TEST(XrefTable, AnObjectOfTheLastNumberIsInTheTable)
+{
+    PdfBuilder pdf;
+    int last = pdf.add("(last)");
+    TestInstance test(pdf.build() + "\n" + ref(last) + " " + ref(last + 1) + " ");
+    test.openIndex();
+    EXPECT_EQ(test.inst->xrefCapacity, last + 1);
+    test.seek((uint32_t)pdf.build().size() + 1);
+    EXPECT_EQ(resolveValue(test.inst), pdf.offsetOf(last) + 7);
+    EXPECT_EQ(resolveValue(test.inst), POSITION_FAILED);
+}
+
+TEST(Trailer, OfTwoRootsTheLastCountsAndOfTwoSizesTheFirst)
+{
+    std::string file = "%PDF-1.2\n";
+    size_t first = file.size();
+    file += "1 0 obj << >>\n";
+    size_t second = file.size();
+    file += "2 0 obj << >>\n";
+    size_t section = file.size();
+    file += "xref\n0 3\n" + entry(0, 65535, 'f') + entry(first, 0, 'n') + entry(second, 0, 'n') +
+            "trailer\n<< /Size 3 /Size 9 /Root 1 0 R /Root 2 0 R >>\nstartxref\n" +
+            std::to_string(section) + "\n%%EOF\n";
+    TestInstance test(file);
+    EXPECT_EQ(openReports(test), Texts{});
+    EXPECT_EQ(test.inst->xrefSize, 3);
+    EXPECT_EQ(test.inst->rootPosition, second + 7);
+}
+
+TEST(Trailer, ARootThatLeadsNowhereIsABadPairInTheLastReading)
+{
+    /* Before the table is loaded a reference is not followed; after that it has to be good.  A
+     * slot that was never filled leads to the start of the file, where no object is. */
+    TestInstance test(withSection("0 0\ntrailer\n<< /Size 5 /Root 1 0 R >>\n"));
+    EXPECT_EQ(openReports(test), (Texts{"ZOLAK 4 NONUMBER: Couldn't read number from PDF file.",
+                                        "ZOLAK 4 BADDICT: Bad dictionary key-value pair.",
+                                        "ZOLAK 4 out of memory: Out of memory"}));
+    EXPECT_EQ(test.inst->xrefLoaded, 1);
+}

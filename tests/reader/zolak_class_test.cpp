@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <map>
 
 #include "tests/support/test_instance.h"
 
@@ -127,4 +128,19 @@ TEST_F(ZolakClass, TheRecordKeepsTheOrderOfItsFields)
     };
     for (size_t i = 1; i < std::size(offsets); i++)
         EXPECT_LT(offsets[i - 1], offsets[i]) << i;
+}
+
+TEST_F(ZolakClass, IsNotIdentifiedOnAnotherInterfaceOfTheFramework)
+{
+    static uint32_t rootAnswer;
+    auto identify = classMethod<SLOT_IDENTIFY>(zolak_baseclass);
+    auto original = classMethod<SLOT_IDENTIFY>(zelkov_rootclass);
+    overrideMethod<SLOT_IDENTIFY>(zelkov_rootclass, [](const char *) { return rootAnswer; });
+    for (auto [answer, identity] : std::map<uint32_t, uint32_t>{
+             {0x200, 0x2000103}, {0x300, 0}, {0x201, 0}, {0x100, 0}, {0, 0}}) {
+        rootAnswer = answer;
+        EXPECT_EQ(identify("ZOLAK"), identity) << answer;
+        EXPECT_EQ(identify("OTHER"), answer) << "other names are forwarded";
+    }
+    overrideMethod<SLOT_IDENTIFY>(zelkov_rootclass, original);
 }

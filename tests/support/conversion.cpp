@@ -48,8 +48,8 @@ Conversion convertPdf(const std::string &bytes, const std::vector<std::string> &
     Conversion c = finish(directory, run(directory, bytes, all, options));
     if (c.output.starts_with(head) && c.output.ends_with(tail))
         c.pages = c.output.substr(head.size(), c.output.size() - head.size() - tail.size());
-    else if (c.hasOutput)
-        c.pages = "(not between prolog and trailer)";
+    else
+        c.pages = c.hasOutput ? "(not between prolog and trailer)" : "(no output)";
     return c;
 }
 

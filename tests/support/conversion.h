@@ -19,7 +19,8 @@ struct Conversion {
     std::vector<std::string> messages; /* lines of standard error */
     bool hasOutput;
     std::string output; /* the whole PostScript file */
-    std::string pages;  /* what stands between the "/TmpFont" line and the trailer */
+    std::string pages;  /* what stands between the "/TmpFont" line and the trailer; in
+                         * parentheses, why there is nothing between them */
 };
 
 /* Converts `bytes` as doc.pdf, in a directory of its own, with a prolog "P\n" and a trailer "T\n",

@@ -367,6 +367,17 @@ TEST_F(ReadCmap, SymbolCharactersOfOtherPagesFillNoCode)
     }
 }
 
+TEST_F(ReadCmap, TheFirstAndTheLastCharacterOfTheSymbolPage)
+{
+    read(symbolCmap({{0xEFFF, 0xF000, 5 - 0xEFFF}, {0xF0FF, 0xF100, 7 - 0xF0FF}}));
+    EXPECT_EQ(encoded(), (Codes{{0x00, 6}, {0xFF, 7}}));
+    EXPECT_EQ(font.glyphs[5].code, 0xEFFFU);
+    EXPECT_EQ(font.glyphs[6].code, 0x00U);
+    EXPECT_EQ(font.glyphs[7].code, 0xFFU);
+    EXPECT_EQ(font.glyphs[8].code, 0xF100U);
+    EXPECT_EQ(reports(), Texts{});
+}
+
 TEST_F(ReadCmap, SymbolGlyphsKeepTheirFirstCharacterAndCodesTheirLastGlyph)
 {
     read(symbolCmap({{0xF041, 0xF041, 5 - 0xF041},

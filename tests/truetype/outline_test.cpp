@@ -384,4 +384,15 @@ TEST(GlyphProcedure, SeveralContoursCountTogether)
     EXPECT_NE(pathOf(contours).find("too long"), std::string::npos);
 }
 
+TEST(GlyphProcedure, TheLowBitsOfLargeCodesArePrinted)
+{
+    FontBuilder font = fontOf("");
+    font.replaced["cmap"] = cmapTable({{3, 1, cmapFormat4({{0xFFFE, 0xFFFE, -0xFFFE}})}});
+    EXPECT_TRUE(hasLine(convertFont(font.build()), "/g { % 0 - U+fffe"));
+    font.replaced["cmap"] = cmapTable({{3, 0, cmapFormat4({{0xF0FF, 0xF0FF, -0xF0FF}})}});
+    EXPECT_TRUE(hasLine(convertFont(font.build()), "/g { % 0 - 0xff"));
+    font.replaced["cmap"] = cmapTable({{3, 0, cmapFormat4({{0xF100, 0xF100, -0xF100}})}});
+    EXPECT_TRUE(hasLine(convertFont(font.build()), "/g { % 0 - 0xf100"));
+}
+
 } // namespace

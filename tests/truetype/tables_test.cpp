@@ -477,7 +477,31 @@ TEST(PostTable, AnUnknownFormatIsReportedBeforeTheCmapIsRead)
               Texts{"ZOLAK:1320 4 TTFONT: Postscript table in wrong format 4"});
 }
 
+TEST(PostTable, GeneratedNamesHaveTheIndexOfTheirGlyphInFull)
+{
+    FontConversion conversion = convertWith("post", postWithNames({}, {}), 12346);
+    Texts names = glyphNames(conversion);
+    ASSERT_EQ(names.size(), 12346U);
+    for (size_t glyph : {0U, 9U, 10U, 999U, 1000U, 9999U, 10000U, 12345U})
+        EXPECT_EQ(names[glyph], "_" + std::to_string(glyph));
+    EXPECT_EQ(encodingNames(conversion), Texts(256, "_0"));
+}
+
 /* ---- hmtx */
+
+TEST(Metrics, AsManyFullRecordsAsGlyphsOrOneLess)
+{
+    for (size_t records : {2U, 3U, 4U}) {
+        FontBuilder font = smallFont(3);
+        font.advances = {10, 20, 30, 40};
+        font.advances.resize(records);
+        std::string text = convertFont(font.build()).text;
+        std::string last = records == 2 ? "20" : "30";
+        EXPECT_NE(text.find("\n10 0 0 0 0 0 setcachedevice\n"), std::string::npos);
+        EXPECT_NE(text.rfind("\n" + last + " 0 0 0 0 0 setcachedevice\n"), std::string::npos);
+        EXPECT_EQ(text.find("\n40 0 0 0 0 0 setcachedevice\n"), std::string::npos) << records;
+    }
+}
 
 Texts advancesOf(const FontBuilder &font)
 {

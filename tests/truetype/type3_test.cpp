@@ -405,4 +405,36 @@ TEST(InsertTTFont, DoesNothingOnceTheInstanceIsStopped)
     fclosx(output);
 }
 
+TEST(InsertTTFont, OneFaultIsReportedAndNoOther)
+{
+    /* Each font has every fault from its own on; the first in the order of reading is told. */
+    FontBuilder font = smallFont();
+    font.replaced["cmap"] = "";
+    std::string told[] = {"ZOLAK:802 4 TTFONT: No Recognised Encoding Table",
+                          "ZOLAK:1320 4 TTFONT: Postscript table in wrong format 4",
+                          "ZOLAK:835 4 TTFONT: Wrong units per em",
+                          "ZOLAK:830 4 TTFONT: Wrong indexToLocFormat",
+                          "ZOLAK:604 4 TTFONT: Cannot decode font name fields",
+                          "ZOLAK:1440 4 TTFONT: TrueType font lacks the loca table",
+                          "ZOLAK:1381 4 TTFONT: Unknown File Version number [2], or not a TrueType "
+                          "file"};
+    for (size_t fault = 0; fault < std::size(told); fault++) {
+        if (fault == 1)
+            font.replaced["post"] = postHeader(4, 0);
+        if (fault == 2)
+            font.unitsPerEm = 0;
+        if (fault == 3)
+            font.locaFormat = 2;
+        if (fault == 4)
+            font.replaced["name"] = nameTable({});
+        if (fault == 5)
+            font.replaced["loca"] = "";
+        if (fault == 6)
+            font.version = 2;
+        FontConversion conversion = convertFont(font.build());
+        EXPECT_EQ(conversion.reports, Reports{told[fault]});
+        EXPECT_EQ(conversion.text, "");
+    }
+}
+
 } // namespace

@@ -3,6 +3,7 @@
  */
 #include "zelkov/cleanup.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
@@ -92,4 +93,84 @@ TEST(Cleanup, ThePrivateDirectoryIsForItsOwnerAlone)
         exit(good ? 0 : 1);
     });
     EXPECT_EQ(status, 0);
+}
+
+TEST(Cleanup, ThePrivateDirectoryIsMadeWhereTheEnvironmentSays)
+{
+    struct Case {
+        const char *own, *general; /* KV_TMP and TMPDIR; null: not set */
+        const char *expected;
+    };
+    ScratchDirectory own, general;
+    const Case cases[] = {
+        {own.path.c_str(), general.path.c_str(), own.path.c_str()},
+        {nullptr, general.path.c_str(), general.path.c_str()},
+        {"", general.path.c_str(), general.path.c_str()},
+        {nullptr, nullptr, "/tmp"},
+        {"", "", "/tmp"},
+    };
+    auto set = [](const char *name, const char *value) {
+        value ? setenv(name, value, 1) : unsetenv(name);
+    };
+    for (const Case &c : cases) {
+        int status = inProcess(own, [&] {
+            set("KV_TMP", c.own);
+            set("TMPDIR", c.general);
+            cleanup_removePrivateDirectory();
+            std::string parent = std::string(c.expected) + "/";
+            const std::string &path = cleanup_privateDirectory();
+            bool good = path.starts_with(parent) && path.ends_with("/") &&
+                        path.find('/', parent.size()) == path.size() - 1;
+            exit(good ? 0 : 1);
+        });
+        EXPECT_EQ(status, 0) << c.expected;
+    }
+    EXPECT_TRUE(own.names().empty());
+    EXPECT_TRUE(general.names().empty());
+}
+
+TEST(Cleanup, ADirectoryThatCannotBeMadeFailsTheOpen)
+{
+    ScratchDirectory directory;
+    int status = inProcess(directory, [&] {
+        setenv("KV_TMP", (directory / "absent").c_str(), 1);
+        cleanup_removePrivateDirectory();
+        errno = 0;
+        ZFile *file = fopent("", "font", "KV_TMP:.tmp", 0);
+        exit(!file && errno == ENOENT ? 0 : 1);
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(directory.names().empty());
+}
+
+TEST(Cleanup, TemporaryFilesOfOneNameInTwoProcessesNeverMeet)
+{
+    ScratchDirectory directory;
+    /* Writes a temporary file, stands still when asked to, and reads it back. */
+    auto work = [](const char *content, bool pause) {
+        cleanup_removePrivateDirectory();
+        ZFile *file = fopent("", "font", "KV_TMP:.tmp", 0);
+        fputstr(file, content);
+        frewind(file);
+        if (pause)
+            raise(SIGSTOP);
+        char line[LINE_BYTES] = "";
+        fgetstr(file, line);
+        exit(line == std::string(content) ? 0 : 1);
+    };
+    fflush(stdout);
+    pid_t first = fork();
+    if (first == 0) {
+        setenv("KV_TMP", directory.path.c_str(), 1);
+        work("the first one's", true);
+    }
+    int status = 0;
+    waitpid(first, &status, WUNTRACED);
+    EXPECT_TRUE(WIFSTOPPED(status));
+    EXPECT_EQ(inProcess(directory, [&] { work("another", false); }), 0);
+    EXPECT_EQ(directory.names().size(), 1U) << "the one that stands still has its directory yet";
+    kill(first, SIGCONT);
+    waitpid(first, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(directory.names().empty());
 }

@@ -148,3 +148,37 @@ TEST_F(Controller, HasThePromptAttribute)
     EXPECT_EQ(instanceMethod<SLOT_CLASS_NAME>(controller)(controller, name), 1);
     EXPECT_STREQ(name, "Control");
 }
+
+TEST_F(Controller, EveryAdoptedInstanceIsStopped)
+{
+    ZelkovInstance *second = zelkov_create_inst(cls), *stranger = zelkov_create_inst(cls);
+    control_adopt(controller, second);
+    report(4, "K", "text");
+    EXPECT_EQ(stops, 2) << "and not the one that was never adopted";
+    report(4, "K", "text");
+    EXPECT_GE(stops, 2);
+    zelkov_free_inst(second);
+    zelkov_free_inst(stranger);
+}
+
+TEST_F(Controller, RepeatedReportsAreToldApartByModuleSourceLineAndKey)
+{
+    auto say = [this](const char *module, const char *source, int line, const char *key) {
+        testing::internal::CaptureStderr();
+        control_report(controller, module, source, line, 2, key, "%s", "text");
+        return testing::internal::GetCapturedStderr();
+    };
+    for (int i = 0; i < 101; i++)
+        say("ZOLAK", "source", 1, "K");
+    EXPECT_EQ(say("ZOLAK", "source", 1, "K"), "");
+    EXPECT_EQ(say("DECODE", "source", 1, "K"), "DECODE-W-K: text\n");
+    EXPECT_EQ(say("ZOLAK", "other", 1, "K"), "ZOLAK-W-K: text\n");
+    EXPECT_EQ(say("ZOLAK", "source", 2, "K"), "ZOLAK-W-K: text\n");
+    EXPECT_EQ(say("ZOLAK", "source", 1, "k"), "ZOLAK-W-k: text\n");
+}
+
+TEST_F(Controller, ErrorsAreNeverLeftOut)
+{
+    for (int i = 0; i < 150; i++)
+        EXPECT_EQ(report(4, "K", "text"), "ZOLAK-E-K: text\n") << i;
+}

@@ -411,3 +411,62 @@ TEST(TemporaryFile, TheSameNameBeginsEmpty)
     EXPECT_EQ(fgeteof(file), 0U);
     fclosx(file);
 }
+
+TEST(FileErrors, EveryOpenClearsErrnoAndNoOtherCallTouchesItWhenAllIsWell)
+{
+    ScratchDirectory directory;
+    errno = EIO;
+    ZFile *output = fopenw("", (directory / "out.ps").c_str(), "", 0);
+    ASSERT_NE(output, nullptr);
+    EXPECT_EQ(errno, 0);
+    errno = EIO;
+    ZFile *temporary = fopent("", (directory / "font").c_str(), ".tmp", 0);
+    ASSERT_NE(temporary, nullptr);
+    EXPECT_EQ(errno, 0);
+
+    errno = EIO;
+    for (ZFile *file : {output, temporary}) {
+        EXPECT_EQ(fputb(file, 'a'), 0);
+        EXPECT_EQ(fputm(file, "bc", 2), 0);
+        EXPECT_EQ(fputstr(file, "d"), 0);
+        EXPECT_EQ(fgeteof(file), 5U);
+        EXPECT_EQ(fgetp(file), 5U);
+    }
+    frewind(temporary);
+    char line[LINE_BYTES];
+    EXPECT_EQ(fgetb(temporary), 'a');
+    EXPECT_EQ(fgetstr(temporary, line), 3);
+    EXPECT_EQ(fgetm(temporary, line, 1), 0U);
+    EXPECT_EQ(fclosx(temporary), 0);
+    EXPECT_EQ(fclosx(output), 0);
+    EXPECT_EQ(errno, EIO);
+    EXPECT_EQ(readFile(directory / "out.ps"), "abcd\n");
+}
+
+TEST(FileErrors, ADeletedOutputLeavesTheCauseInErrno)
+{
+    ScratchDirectory directory;
+    ZFile *file = fopenw("", (directory / "out.ps").c_str(), "", 0);
+    errno = ENOSPC;
+    EXPECT_EQ(fcldelete(file), 0);
+    EXPECT_EQ(errno, ENOSPC);
+    EXPECT_TRUE(directory.names().empty());
+}
+
+TEST(FileErrors, ReadingAnOutputAndWritingAnInputFail)
+{
+    ScratchDirectory directory;
+    ZFile *input = openInput(directory, "abc");
+    ZFile *output = fopenw("", (directory / "out.ps").c_str(), "", 0);
+    EXPECT_EQ(fgetb(output), -1);
+    EXPECT_EQ(errno, EBADF);
+    errno = 0;
+    EXPECT_EQ(fputb(input, 'x'), -1);
+    EXPECT_EQ(errno, EBADF);
+    errno = 0;
+    EXPECT_EQ(fgetb(input), 'a');
+    EXPECT_EQ(errno, 0);
+    fclosx(input);
+    fcldelete(output);
+    EXPECT_EQ(readFile(directory / "in.dat"), "abc");
+}

@@ -111,6 +111,13 @@ bool readWhole(ConverterInstance *inst, const PdfDict *dict, const char *key, bo
     return true;
 }
 
+/* 2^bits, held to the largest integer; a fraction is 0.  (Not with pow, which tells of its
+ * overflows through errno, where the reader would take them for a failed read.) */
+int64_t powerOfTwo(int32_t bits)
+{
+    return bits < 0 ? 0 : bits > 30 ? INT32_MAX : (int64_t)1 << bits;
+}
+
 bool hasFilter(ConverterInstance *inst, const PdfDict *dict)
 {
     return findKey(inst, dict, "/Filter") >= 0;
@@ -137,7 +144,7 @@ ReadResult readFunction(ConverterInstance *inst, const PdfStream *stream, int in
         return READ_INVALID;
     if (!readWhole(inst, dict, "/BitsPerSample", false, &f->bits))
         return READ_INVALID;
-    f->maximum = (int64_t)fmin(pow(2.0, f->bits), INT32_MAX);
+    f->maximum = powerOfTwo(f->bits);
 
     ReadResult result = readNumbers(inst, dict, "/Size", inputs, f->size);
     if (result == READ_OK)

@@ -31,7 +31,8 @@ struct DecodingChain {
     int64_t decoded; /* bytes that all decoders together have made so far */
 };
 
-/* A chain of the named filters, in the state Begin; null after a report, or without memory. */
+/* A chain of the named filters, in the state Begin; null after a report, or without memory.  Those
+ * beyond MAX_FILTERS cannot be set up. */
 DecodingChain *chainInit(const ConverterInstance *inst, int32_t count, const char *const *names);
 
 /* Moves bytes on by one stage for each element: takes what the first one has room for, lets each
