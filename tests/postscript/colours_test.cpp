@@ -94,6 +94,24 @@ TEST(Colours, IndexedSpaces)
                 "/I cs 1 sc /I CS 0 SC" + SQUARES,
                 spaces("/I [/Indexed /DeviceRGB 1 <20FF0000FF20>]"),
                 "0 0 0 rg 0.125 1 0 RG" + SQUARES);
+    /* Nothing is left of these two; most palettes that begin with a zero are black and white. */
+    set.addLike("a string that begins with black", "/I cs 1 sc 0 0 200 200 re f 0 sc" + SQUARES,
+                spaces("/I [/Indexed /DeviceRGB 1 <000000FFFFFF>]"),
+                "1 g 0 0 200 200 re f 0 g" + SQUARES);
+    set.addLike("a string that begins with white in CMYK",
+                "/I cs 0 sc 0 0 200 200 re f 1 sc" + SQUARES,
+                spaces("/I [/Indexed /DeviceCMYK 1 <00000000000000FF>]"),
+                "1 g 0 0 200 200 re f 0 g" + SQUARES);
+    int labTable = set.pdf.addStream("", std::string("\x90\xC0\x60\xB0\x40\xA0", 6));
+    const std::string lab = "[/Lab << /WhitePoint [0.9505 1 1.089] /Range ";
+    set.add("Lab", "/I cs 1 sc /I CS 0 SC" + SQUARES,
+            spaces("/I [/Indexed " + lab + "[-128 127 -128 127] >>] 1 " + ref(labTable) + "]"));
+    /* Here MuPDF takes the usual range. */
+    const std::string range = "[-100 100 -80 120] >>]";
+    set.addLike("Lab: the bytes run through the range", "/I cs 1 sc /I CS 0 SC" + SQUARES,
+                spaces("/I [/Indexed " + lab + range + " 1 " + ref(labTable) + "]"),
+                "/L cs 69 -49.8 45.5 sc /L CS 56.5 50.6 -4.7 SC" + SQUARES,
+                spaces("/L " + lab + range));
     set.expectRight();
 }
 

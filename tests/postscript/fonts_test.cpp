@@ -447,12 +447,12 @@ TEST(ResidentFonts, Encodings)
     add("/Differences", "(\\001\\002A\\003z) Tj",
         "/BaseFont /Helvetica /Encoding << /BaseEncoding /WinAnsiEncoding /Differences [1 /Euro "
         "/Zcaron 65 /Lslash 3 /fi] >>");
-    set.addLike("other names of glyphs", "BT /F1 40 Tf 20 100 Td (abc) Tj ET",
+    set.addLike("other names of glyphs", "BT /F1 40 Tf 20 100 Td (abcdef) Tj ET",
                 font("/Subtype /Type1 /BaseFont /Helvetica /Encoding << /Differences [97 /uni00C4 "
-                     "/sfthyphen /middot] >>"),
-                "BT /F1 40 Tf 20 100 Td (abc) Tj ET",
+                     "/sfthyphen /middot /no_break_space /Idot /Odblacute] >>"),
+                "BT /F1 40 Tf 20 100 Td (abcdef) Tj ET",
                 font("/Subtype /Type1 /BaseFont /Helvetica /Encoding << /Differences [97 "
-                     "/Adieresis /hyphen /periodcentered] >>"));
+                     "/Adieresis /hyphen /periodcentered /space /Idotaccent /Ohungarumlaut] >>"));
     add("Symbol", "(abcdef\\245\\345) Tj", "/BaseFont /Symbol");
     add("ZapfDingbats", "(abc4\\110\\300) Tj", "/BaseFont /ZapfDingbats");
     set.expectRight();

@@ -75,8 +75,10 @@ PrintedJob run(const ScratchDirectory &directory, const PrintOptions &options)
         command.push_back("-dWRITESYSTEMDICT");
         command.push_back(directory.write("level2.ps", LEVEL_TWO));
     }
-    command.push_back(directory / "job.ps");
     ProgramOptions program;
+    if (options.pipe)
+        program.input = readFile(directory / "job.ps");
+    command.push_back(options.pipe ? "-" : directory / "job.ps");
     program.memoryMegabytes = options.memoryMegabytes;
     ProgramResult result = runProgram(command, program);
     PrintedJob job = {result.status, linesOf(result.out + "\n" + result.err), {}};
@@ -108,7 +110,7 @@ PrintedJob printPages(const std::string &pages, const PrintOptions &options)
     ScratchDirectory directory;
     directory.write("job.ps", options.before + prolog + "/TmpFont (doctmpfont) def\n" +
                                   (options.probe ? PROBE : "") + options.afterProlog + pages +
-                                  trailerText() + options.after);
+                                  (options.trailer ? trailerText() : "") + options.after);
     return run(directory, options);
 }
 

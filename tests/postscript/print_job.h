@@ -12,6 +12,7 @@
 struct PrintOptions {
     bool strict = true;    /* the prolog's switch: the first error stops the job */
     bool levelTwo = false; /* Level 3 operators, filters and resources do not exist */
+    bool pipe = false;     /* the job comes through a pipe, which nobody can look ahead in */
     bool probe = true;     /* measure the stacks around each operator and at the end of a page */
     int dpi = 108;
     long memoryMegabytes = 0; /* limit of Ghostscript's address space; 0: none */
@@ -19,6 +20,7 @@ struct PrintOptions {
     std::string before;       /* PostScript that runs before the prolog */
     std::string afterProlog;  /* and behind it, with the prolog's dictionary as the current one */
     std::string after;        /* and behind the trailer */
+    bool trailer = true;      /* it is there */
 };
 
 /* What came out of a job. */

@@ -465,16 +465,35 @@ TEST(Frame, TheEndMarkMayStandInDataThatAreCounted)
                         "\n/Im\n<<\n/ExternName (docIm)\n"
                         "/Width 8 \n/Height 8 \n/BitsPerComponent 8 \n/ColorSpace /DeviceGray "
                         "/ColorSpace findRes\n>>\nCallImage\n";
-    PrintedJob job = printPages(pageDescription(content, image) +
-                                    pageDescription("q 160 0 0 160 20 20 cm /Im Do Q", image) +
-                                    pageDescription(BOX),
-                                options);
-    EXPECT_EQ(faultsOf(job), Lines{});
-    EXPECT_EQ(job.pages.size(), 3U);
-    expectPage(job, 0, BOX);
-    ASSERT_GT(job.pages.size(), 1U);
-    EXPECT_NEAR(job.pages[1].at(150, 240)[0], 0x40, 2); /* in the last row of samples */
-    expectPage(job, 2, BOX);
+    for (bool pipe : {false, true}) {
+        options.pipe = pipe;
+        PrintedJob job = printPages(pageDescription(content, image) +
+                                        pageDescription("q 160 0 0 160 20 20 cm /Im Do Q", image) +
+                                        pageDescription(BOX),
+                                    options);
+        EXPECT_EQ(faultsOf(job), Lines{});
+        ASSERT_EQ(job.pages.size(), 3U);
+        expectPage(job, 0, BOX);
+        EXPECT_NEAR(job.pages[1].at(150, 240)[0], 0x40, 2); /* in the last row of samples */
+        expectPage(job, 2, BOX);
+    }
+}
+
+TEST(Frame, AJobThatBreaksOffPrintsWhatHasArrived)
+{
+    std::string page = pageDescription(BOX + std::string(500, ' '));
+    PrintOptions options;
+    options.strict = false;
+    for (size_t missing : {20U, 25U, 100U, 519U})
+        for (bool pipe : {false, true}) {
+            options.pipe = pipe;
+            options.trailer = false;
+            PrintedJob job = printPages(page + page.substr(0, page.size() - missing), options);
+            EXPECT_EQ(job.status, 0);
+            ASSERT_EQ(job.pages.size(), 2U) << missing;
+            expectPage(job, 0, BOX);
+            expectPage(job, 1, BOX);
+        }
 }
 
 TEST(Frame, AnOpenPageIsClosedByTheNextOneOrByTheEnd)
