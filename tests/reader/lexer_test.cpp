@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/test_instance.h"
+#include "tools/zolak1_3/pdf_to_ps/objects.h"
 
 namespace {
 
@@ -192,4 +193,32 @@ TEST(Lexer, NothingIsReadOnceTheErrorFlagIsSet)
     EXPECT_EQ(readNumber(test.inst), 0.0);
     EXPECT_EQ(test.position(), 0U);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
+}
+
+TEST(Scanning, AFileIsScannedSoManyTimesAndNoMore)
+{
+    /* Pages that share one large dictionary read it again each: time with the square of the file's
+     * size. */
+    TestInstance test("   1 2 3 ");
+    test.inst->limits.bytesScanned = 268435456 + 512 * 9 - 4;
+    EXPECT_EQ(readInteger(test.inst), 1) << "three blanks and a digit";
+    EXPECT_EQ(test.controller.takeTexts(), Texts{});
+    EXPECT_EQ(readInteger(test.inst), 0);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADOBJ: Objects are shared too often."});
+    EXPECT_EQ(readInteger(test.inst), 0);
+    EXPECT_EQ(test.controller.takeTexts(), Texts{}) << "once";
+}
+
+TEST(Scanning, WhateverCanBeLongIsCounted)
+{
+    const std::string thousand(1000, ' '), digits(1000, '1'), letters(1000, 'x');
+    for (const std::string &value :
+         {thousand + "1", "%" + letters + "\n1", digits, "/" + letters, "(" + letters + ")",
+          "<" + digits + ">", std::string(500, '[') + std::string(500, ']')}) {
+        TestInstance test(value + " ");
+        test.inst->limits.parsedDepth = -500;
+        skipObject(test.inst);
+        EXPECT_EQ(test.controller.takeTexts(), Texts{}) << value;
+        EXPECT_GE(test.inst->limits.bytesScanned, 1000U) << value;
+    }
 }

@@ -32,6 +32,7 @@ struct ReaderLimits {
     uint32_t resourceEntries; /* of the page description being written */
     uint64_t nodesVisited;    /* of the page tree */
     uint64_t containerBytes;  /* memory of the arrays and dictionaries that live */
+    uint64_t bytesScanned;    /* white space, names, strings, runs of digits, and every token */
 };
 
 struct ConverterInstance {

@@ -12,10 +12,21 @@
 
 #include "zelkov/text.h"
 
+void countScanned(ConverterInstance *inst, uint32_t bytes)
+{
+    uint64_t &scanned = inst->limits.bytesScanned;
+    scanned += bytes;
+    if (scanned <= SCANNED_ALWAYS || inst->errorFlag)
+        return;
+    if (scanned > SCANNED_ALWAYS + SCANNED_PER_FILE_BYTE * fgeteof(inst->input))
+        zolakReport(inst, __LINE__, SEVERITY_ERROR, "BADOBJ", "Objects are shared too often.");
+}
+
 void skipWhite(ConverterInstance *inst, ZFile *input)
 {
     if (inst->errorFlag)
         return;
+    uint32_t start = input->position;
     int c = fgetb(input);
     while (!errno && (isSpaceByte(c) || c == '%')) {
         if (c == '%') {
@@ -27,6 +38,7 @@ void skipWhite(ConverterInstance *inst, ZFile *input)
     if (errno)
         zolakReport(inst, __LINE__, SEVERITY_ERROR, "BADSPACE",
                     "Error occurred during skipping white spaces.");
+    countScanned(inst, input->position - start);
     if (!inst->errorFlag)
         input->position--;
 }

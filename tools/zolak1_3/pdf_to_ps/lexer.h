@@ -13,6 +13,13 @@
 /* Bytes of a keyword's buffer: 255 letters and the terminator. */
 constexpr int KEYWORD_BYTES = 256;
 
+/* Counts bytes that were scanned.  What is shared is scanned again each time that it is used, and
+ * a hostile document shares large things very often: beyond a fixed amount and so many times the
+ * file's size this is reported, severity 4. */
+void countScanned(ConverterInstance *inst, uint32_t bytes);
+constexpr uint64_t SCANNED_ALWAYS = 268435456;
+constexpr uint64_t SCANNED_PER_FILE_BYTE = 512;
+
 /* Passes over white space and comments.  A NUL byte is not white space here. */
 void skipWhite(ConverterInstance *inst, ZFile *input);
 

@@ -27,6 +27,7 @@ bool scanDigits(ConverterInstance *inst, DigitRun *run)
             run->pointEnd = fgetp(input);
         } else if (!isDigitByte(byte)) {
             run->end = fgetp(input) - 1;
+            countScanned(inst, run->end - run->start);
             return true;
         }
     }

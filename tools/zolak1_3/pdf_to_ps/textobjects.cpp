@@ -195,8 +195,10 @@ char *parseString(ConverterInstance *inst)
         return nullptr;
     }
     text.length = 0;
+    uint32_t start = fgetp(inst->input);
     if (!collectString(inst, hexadecimal, &text))
         return nullptr;
+    countScanned(inst, fgetp(inst->input) - start);
     if (hexadecimal)
         decodeHexadecimal(&text);
     else
@@ -230,6 +232,7 @@ bool scanName(ConverterInstance *inst, char *name)
         return false;
     }
 
+    uint32_t start = fgetp(input);
     size_t length = 0;
     name[length++] = '/';
     for (;;) {
@@ -246,6 +249,7 @@ bool scanName(ConverterInstance *inst, char *name)
             name[length++] = (char)byte;
     }
     name[length] = 0;
+    countScanned(inst, fgetp(input) - start);
     if (errno) {
         reportReading(inst, __LINE__);
         return false;
