@@ -32,7 +32,7 @@ std::string packed(const Sampled &function)
                 data += '\0';
                 used = 0;
             }
-            data.back() = (char)(data.back() | (((sample >> bit) & 1) << (7 - used++)));
+            data.back() = (char)((unsigned)data.back() | (((sample >> bit) & 1) << (7 - used++)));
         }
     }
     return data +
@@ -86,7 +86,8 @@ std::vector<std::vector<double>> run(const Sampled &function, const std::vector<
     std::string data = packed(function);
     if (filtered) {
         std::string hex;
-        for (unsigned char byte : data) {
+        for (char c : data) {
+            auto byte = (unsigned char)c;
             hex += "0123456789ABCDEF"[byte >> 4];
             hex += "0123456789ABCDEF"[byte & 15];
         }
@@ -155,7 +156,7 @@ Sampled sampled(int bits, int outputs, int size)
 {
     Sampled function = {bits, outputs, {size}, {0, 1}, 0, 1, {}};
     for (int i = 0; i < size * outputs; i++)
-        function.samples.push_back((unsigned)(i * 2654435761U) >> (32 - bits));
+        function.samples.push_back(((unsigned)i * 2654435761U) >> (32 - bits));
     function.samples.front() = 0;
     function.samples.back() = (unsigned)function.maximum();
     return function;
