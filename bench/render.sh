@@ -33,7 +33,8 @@ printf '%8s %8s %6s  %s\n' 'ours/ms' 'other/ms' ratio file
 find -L "$@" -name '*.pdf' | sort | while read -r pdf; do
     "$program" "$pdf" "-OUTSPEC=$work/ours.ps" >/dev/null 2>&1 || continue
     pdftops "$pdf" "$work/other.ps" >/dev/null 2>&1 || continue
-    draw "$work/ours.ps" && draw "$work/other.ps" || continue
+    draw "$work/ours.ps" || continue
+    draw "$work/other.ps" || continue
     : >"$work/ours"
     : >"$work/other"
     for _ in 1 2 3 4 5; do

@@ -6,3 +6,4 @@ bin=build/bench/bin
 bench/convert.sh "$bin"
 "$bin/bench_decoders" --benchmark_repetitions=3 --benchmark_report_aggregates_only=true
 "$bin/bench_truetype"
+bench/render.sh "$bin/pdf_to_ps" examples

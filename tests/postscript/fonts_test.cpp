@@ -37,7 +37,16 @@ std::string descriptor(PdfBuilder *pdf, const std::string &name, int flags,
 const std::string CODES = "dup 65 /box put\ndup 66 /tri put\ndup 67 /bar put\n";
 const std::string WIDTHS = "/FirstChar 65 /LastChar 67 /Widths [700 600 300] ";
 
-enum class Parts { WHOLE, NO_TRAILER, FILTERED };
+enum class Parts { WHOLE, NO_TRAILER, FILTERED, SEGMENTS };
+
+/* A part of a font file with the header that some systems put in front of it. */
+std::string segment(int kind, const std::string &data)
+{
+    std::string header = {'\x80', (char)kind};
+    for (int shift = 0; shift < 32; shift += 8)
+        header += (char)(data.size() >> shift);
+    return header + data;
+}
 
 /* A /FontFile; answers the entries of a font that uses it. */
 std::string typeOne(PdfBuilder *pdf, const std::string &name, Parts parts = Parts::WHOLE,
@@ -50,6 +59,9 @@ std::string typeOne(PdfBuilder *pdf, const std::string &name, Parts parts = Part
     std::string entries = "/Length1 " + std::to_string(program.clear.size()) + " /Length2 " +
                           std::to_string(program.encrypted.size()) + " /Length3 " +
                           (parts == Parts::NO_TRAILER ? "0" : "525");
+    if (parts == Parts::SEGMENTS)
+        data = segment(1, program.clear) + segment(2, program.encrypted) +
+               segment(1, program.trailer) + "\x80\3";
     if (parts == Parts::FILTERED) {
         data = encodeASCII85(encodeLZW(data));
         entries += " /Filter [/ASCII85Decode /LZWDecode]";
@@ -65,6 +77,7 @@ TEST(TypeOneFonts, EveryWayToEmbedThem)
     set.add("without its trailer", SHOW,
             font(typeOne(&set.pdf, "ShortFont", Parts::NO_TRAILER) + WIDTHS));
     set.add("filtered", SHOW, font(typeOne(&set.pdf, "ABCDEF+Packed", Parts::FILTERED) + WIDTHS));
+    set.add("in segments", SHOW, font(typeOne(&set.pdf, "Segments", Parts::SEGMENTS) + WIDTHS));
     set.add("under the name of another font of the page", SHOW, [&set] {
         std::string first = typeOne(&set.pdf, "SameName") + WIDTHS;
         return "/Resources << /Font << /F1 << /Type /Font " + first +
