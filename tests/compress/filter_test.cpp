@@ -403,17 +403,6 @@ TEST_F(Filter, NothingIsWrittenOnceTheErrorFlagIsSet)
     EXPECT_EQ(filtered.reports(), Texts{});
 }
 
-TEST_F(Filter, TooManyFiltersCannotBeSetUp)
-{
-    std::string names;
-    for (int i = 0; i < 257; i++)
-        names += "/LZWDecode ";
-    Filtered filtered("/Filter [" + names + "]", "data");
-    EXPECT_EQ(filtered.run(), "");
-    EXPECT_EQ(filtered.reportsWithLines(),
-              (Texts{"ZOLAK:100 4 FILTER: Error setting up filter - '/LZWDecode'.", NO_CHAIN}));
-}
-
 TEST_F(Filter, DataAtTheSizesOfTheBuffers)
 {
     for (size_t size : std::initializer_list<size_t>{1, 1023, 1024, 1025, 2047, 2048, 2049, 4096}) {
