@@ -156,6 +156,7 @@ TEST(Cleanup, TemporaryFilesOfOneNameInTwoProcessesNeverMeet)
             raise(SIGSTOP);
         char line[LINE_BYTES] = "";
         fgetstr(file, line);
+        fclosx(file);
         exit(line == std::string(content) ? 0 : 1);
     };
     fflush(stdout);
