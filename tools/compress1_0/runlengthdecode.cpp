@@ -1,5 +1,5 @@
 /*
- * runlengthdecode.cpp - the RunLength decoder family (RLED_), a placeholder
+ * runlengthdecode.cpp - the RunLength decoder family (RLED_), whose data are left to the printer
  *
  * Whoever adds the decoding puts it into RLED_ToRaw; the interface around it is complete.
  */

@@ -1,5 +1,5 @@
 /*
- * runlengthdecode.h - the RunLength decoder family (RLED_), a placeholder
+ * runlengthdecode.h - the RunLength decoder family (RLED_), whose data are left to the printer
  *
  * It keeps the filter table complete and decodes nothing: a state exists only for the parameter
  * 32, which the decoding chain does not use, and takes no input.
