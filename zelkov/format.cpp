@@ -7,6 +7,8 @@
 #include "zelkov/format.h"
 
 #include <cerrno>
+#include <charconv>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <string>
@@ -53,4 +55,18 @@ int fputstr_arg_noeol(ZFile *file, const char *format, ...)
     int result = writeFormatted(file, format, arguments);
     va_end(arguments);
     return result;
+}
+
+int fputnumber(ZFile *file, double value)
+{
+    constexpr int DIGITS = 6; /* those of "%g" */
+    constexpr double WHOLE_END = 1e6;
+    char text[32];
+    std::to_chars_result end;
+    /* Most numbers are whole.  A negative zero is not, and neither is what is not a number. */
+    if (fabs(value) < WHOLE_END && value == trunc(value) && !(value == 0 && std::signbit(value)))
+        end = std::to_chars(text, text + sizeof text, (int32_t)value);
+    else
+        end = std::to_chars(text, text + sizeof text, value, std::chars_format::general, DIGITS);
+    return fputm(file, text, (size_t)(end.ptr - text));
 }

@@ -12,4 +12,7 @@ int fputstr_arg(ZFile *file, const char *format, ...) __attribute__((format(prin
 /* Writes exactly the formatted bytes, without a line end; 0, or -1 on failure. */
 int fputstr_arg_noeol(ZFile *file, const char *format, ...) __attribute__((format(printf, 2, 3)));
 
+/* Writes the number as "%g" gives it, without a line end; 0, or -1 on failure. */
+int fputnumber(ZFile *file, double value);
+
 #endif

@@ -45,6 +45,32 @@ int32_t atox(const char *text)
     return (int32_t)value;
 }
 
+/* A number of few digits, as nearly all are: they and the power of ten are exact, and so their
+ * quotient is the nearest value.  False when the text is anything else. */
+static bool readShortNumber(const char *text, double *value)
+{
+    constexpr double POWERS[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    constexpr int MOST_DIGITS = 15;
+    int64_t digits = 0;
+    int count = 0, behindPoint = 0;
+    bool hasPoint = false;
+    for (;; text++) {
+        if (*text == '.' && !hasPoint) {
+            hasPoint = true;
+            continue;
+        }
+        if (*text < '0' || *text > '9')
+            break;
+        if (++count > MOST_DIGITS)
+            return false;
+        digits = digits * 10 + (*text - '0');
+        behindPoint += hasPoint;
+    }
+    *value = (double)digits / POWERS[behindPoint];
+    return true;
+}
+
 double atod(const char *text)
 {
     bool negative = *text == '-';
@@ -55,6 +81,8 @@ double atod(const char *text)
         return 0.0;
 
     double value = 0.0;
+    if (readShortNumber(text, &value))
+        return negative ? -value : value;
     auto result = std::from_chars(text, text + strlen(text), value, std::chars_format::fixed);
     if (result.ec == std::errc::result_out_of_range && *text != '0' && *text != '.')
         value = std::numeric_limits<double>::max();
@@ -114,9 +142,4 @@ std::string plainKeyword(const char *keyword)
         if (*keyword != '*')
             plain += *keyword;
     return plain;
-}
-
-bool isSpaceByte(int byte)
-{
-    return byte == ' ' || (byte >= '\t' && byte <= '\r');
 }

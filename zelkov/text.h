@@ -40,6 +40,9 @@ bool matchesKeyword(const char *given, const char *keyword);
 std::string plainKeyword(const char *keyword);
 
 /* The byte classes of the POSIX locale; bytes above 127 belong to none. */
-bool isSpaceByte(int byte);
+inline bool isSpaceByte(int byte)
+{
+    return byte == ' ' || (byte >= '\t' && byte <= '\r');
+}
 
 #endif

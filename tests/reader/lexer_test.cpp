@@ -200,7 +200,7 @@ TEST(Scanning, AFileIsScannedSoManyTimesAndNoMore)
     /* Pages that share one large dictionary read it again each: time with the square of the file's
      * size. */
     TestInstance test("   1 2 3 ");
-    test.inst->limits.bytesScanned = 268435456 + 512 * 9 - 4;
+    test.inst->limits.bytesScanned = 536870912 + 1024 * 9 - 4;
     EXPECT_EQ(readInteger(test.inst), 1) << "three blanks and a digit";
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
     EXPECT_EQ(readInteger(test.inst), 0);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <limits>
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -366,6 +367,26 @@ TEST(FileWriting, ADirectoryThatDoesNotExistIsAnError)
     EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(fopenw("", "", ".ps", 0), nullptr);
     EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(FileWriting, NumbersAreThoseOfPrintf)
+{
+    ScratchDirectory directory;
+    ZFile *file = fopenw("", (directory / "out.ps").c_str(), "", 0);
+    std::string expected;
+    const double infinite = std::numeric_limits<double>::infinity();
+    for (double value :
+         {0.0,     -0.0,     1.0,          -1.0,      278.0,    278.5,     0.1,
+          -0.05,   999999.0, -999999.0,    1000000.0, 999999.5, 1234567.0, 0.0001,
+          0.00001, 123456.7, 2147483648.0, 1e100,     -1e-300,  infinite,  -infinite}) {
+        fputnumber(file, value);
+        fputb(file, ' ');
+        char text[64];
+        snprintf(text, sizeof text, "%g ", value);
+        expected += text;
+    }
+    EXPECT_EQ(fclosx(file), 0);
+    EXPECT_EQ(readFile(directory / "out.ps"), expected);
 }
 
 TEST(FileWriting, FormattedLinesHaveNoLimit)

@@ -139,7 +139,8 @@ void writeWidth(ConverterInstance *inst, const PdfArray *widths, int64_t index,
         return;
     }
     fputp(inst->input, widths->items[index]);
-    fputstr_arg_noeol(inst->output, "%lg ", readNumber(inst));
+    fputnumber(inst->output, readNumber(inst));
+    fputb(inst->output, ' ');
 }
 
 /* Writes the widths of all codes from 0 on: those of the array from first to last, the missing

@@ -17,8 +17,8 @@ constexpr int KEYWORD_BYTES = 256;
  * a hostile document shares large things very often: beyond a fixed amount and so many times the
  * file's size this is reported, severity 4. */
 void countScanned(ConverterInstance *inst, uint32_t bytes);
-constexpr uint64_t SCANNED_ALWAYS = 268435456;
-constexpr uint64_t SCANNED_PER_FILE_BYTE = 512;
+constexpr uint64_t SCANNED_ALWAYS = 536870912;
+constexpr uint64_t SCANNED_PER_FILE_BYTE = 1024;
 
 /* Passes over white space and comments.  A NUL byte is not white space here. */
 void skipWhite(ConverterInstance *inst, ZFile *input);

@@ -217,7 +217,22 @@ void freeString(ConverterInstance *inst, char *string)
 
 int isRegularChar(int byte)
 {
-    return byte >= 33 && byte <= 126 && !strchr("%()<>[]{}/#", byte);
+    switch (byte) {
+    case '%':
+    case '(':
+    case ')':
+    case '<':
+    case '>':
+    case '[':
+    case ']':
+    case '{':
+    case '}':
+    case '/':
+    case '#':
+        return 0;
+    default:
+        return byte >= 33 && byte <= 126;
+    }
 }
 
 bool scanName(ConverterInstance *inst, char *name)
