@@ -48,7 +48,7 @@ TEST(Text, NumbersAreTheNearestValues)
         state ^= state << 13;
         state ^= state >> 7;
         state ^= state << 17;
-        std::string digits = std::to_string(state).substr(0, 1 + i % 20);
+        std::string digits = std::to_string(state).substr(0, 1 + (size_t)i % 20);
         std::string number = digits.substr(0, state % (digits.size() + 1)) + "." +
                              digits.substr(state % (digits.size() + 1));
         EXPECT_EQ(atod(number.c_str()), strtod(number.c_str(), nullptr)) << number;
