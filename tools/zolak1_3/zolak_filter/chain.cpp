@@ -42,6 +42,8 @@ bool setUpElement(ChainElement &element, int32_t id, ZelkovController *controlle
 
 bool setUpNamed(DecodingChain *chain, int32_t index, const char *name)
 {
+    if (!name) /* it could not be read, which has been reported */
+        return false;
     int32_t id = findFilter(name);
     if (id == DECODER_NONE) {
         control_report(chain->controller, FILTER_MODULE, FILTER_SOURCE, LINE_UNKNOWN,

@@ -32,7 +32,7 @@ struct DecodingChain {
 };
 
 /* A chain of the named filters, in the state Begin; null after a report, or without memory.  Those
- * beyond MAX_FILTERS cannot be set up. */
+ * beyond MAX_FILTERS cannot be set up, nor can one without a name. */
 DecodingChain *chainInit(const ConverterInstance *inst, int32_t count, const char *const *names);
 
 /* Moves bytes on by one stage for each element: takes what the first one has room for, lets each

@@ -156,9 +156,6 @@ void decode(ConverterInstance *inst, DecodingChain *chain, EncodedData &data, ZF
 void copyDecoded(ConverterInstance *inst, const PdfStream *stream, int32_t count,
                  const char *const *names, ZFile *output)
 {
-    /* A name that could not be read is null; that has been reported and stops the run. */
-    if (std::find(names, names + count, nullptr) != names + count)
-        return;
     DecodingChain *chain = chainInit(inst, count, names);
     if (!chain) {
         report(inst, LINE_NO_CHAIN, SEVERITY_ERROR, "Can't create decoding chain.");
