@@ -24,7 +24,7 @@ NR == 1 && /^%!/ {
             break
     }
     if (depth != 0) {
-        print FILENAME ":" NR ": a string does not end in this line" > "/dev/stderr"
+        print FILENAME ":" FNR ": a string does not end in this line" > "/dev/stderr"
         exit 1
     }
     line = substr($0, 1, i - 1)

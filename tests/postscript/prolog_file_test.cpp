@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/postscript/print_job.h"
+#include "tests/postscript/prolog_parts.h"
 #include "tests/support/conversion.h"
 #include "tests/support/run_program.h"
 #include "tests/support/sample_document.h"
@@ -14,7 +15,7 @@ using Lines = std::vector<std::string>;
 
 std::string sourceOf(const std::string &file)
 {
-    return readFile(PDF_TO_PS_DATA_SOURCE "/" + file);
+    return file == "pdf_psprolog.ps" ? prologSource() : readFile(PDF_TO_PS_DATA_SOURCE "/" + file);
 }
 
 std::string builtOf(const std::string &file)
