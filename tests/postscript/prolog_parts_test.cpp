@@ -128,4 +128,128 @@ TEST(PrologParts, SayWhatTheyNeedAndDefine)
     }
 }
 
+/* ---- the variables of long procedures */
+
+using Tokens = std::vector<PostScriptToken>;
+
+/* What the procedures of the prolog are made of, by name.  A dictionary of procedures counts as one
+ * of everything that stands in it, since a lookup in it may call each of them. */
+std::map<std::string, Tokens> procedureBodies()
+{
+    std::map<std::string, Tokens> bodies;
+    std::string region; /* the dictionary that is open */
+    Tokens statement;
+    for (const PostScriptToken &token : postScriptTokens(prologSource())) {
+        bool outer = token.depth == 0 && token.kind == TokenKind::EXECUTABLE;
+        bool opens = outer && token.name == "begin" && statement.back().name != "dict";
+        bool ends = outer && (token.name == "end" || token.name == "def" || token.name == "Op" ||
+                              token.name == "PageOp" || token.name == "forall");
+        if (opens) {
+            region = statement.back().name;
+        } else if (!ends) {
+            statement.push_back(token);
+            continue;
+        }
+        std::string owner = region;
+        for (const PostScriptToken &part : statement) {
+            bool defines = part.kind == TokenKind::LITERAL && part.depth == 0;
+            if (owner.empty() && defines && token.name == "def")
+                owner = part.name;
+            if (part.name == "PageOp")
+                owner = "PageOps";
+        }
+        if (token.name == "Op" || token.name == "PageOp")
+            owner = token.name == "Op" ? "ContentOps" : "PageOps";
+        bodies[owner].insert(bodies[owner].end(), statement.begin(), statement.end());
+        if (token.name == "end")
+            region.clear();
+        statement.clear();
+    }
+    return bodies;
+}
+
+/* The names that a procedure sets while one of these dictionaries is open in it, and what it calls
+ * meanwhile. */
+struct LocalUse {
+    std::string procedure;
+    std::string dictionary;
+    Words names;
+    Words calls;
+};
+
+/* The names in front of each `def`: its own and some that are only mentioned. */
+Words namesSet(const Tokens &body)
+{
+    Words names, pending;
+    for (const PostScriptToken &token : body) {
+        if (token.kind == TokenKind::LITERAL) {
+            pending.insert(token.name);
+        } else if (token.name == "def") {
+            names.merge(pending);
+            pending.clear();
+        }
+    }
+    return names;
+}
+
+std::vector<LocalUse> localUses(const std::map<std::string, Tokens> &bodies)
+{
+    std::vector<LocalUse> uses;
+    for (const auto &[procedure, body] : bodies)
+        for (size_t i = 0; i < body.size(); i++) {
+            if (!body[i].name.ends_with("Locals") || body[i].kind != TokenKind::IMMEDIATE)
+                continue;
+            Tokens inside;
+            for (size_t k = i + 1; k < body.size(); k++)
+                if (body[k].name == "end" && body[k].depth == body[i].depth)
+                    break;
+                else
+                    inside.push_back(body[k]);
+            LocalUse use = {procedure, body[i].name, namesSet(inside), {}};
+            for (const PostScriptToken &token : inside)
+                use.calls.insert(token.name);
+            uses.push_back(use);
+        }
+    return uses;
+}
+
+/* Everything that can run below a call of one of the names. */
+Words reachedFrom(const Words &names, const std::map<std::string, Tokens> &bodies)
+{
+    Words reached;
+    std::vector<std::string> open(names.begin(), names.end());
+    while (!open.empty()) {
+        std::string name = open.back();
+        open.pop_back();
+        if (!bodies.contains(name) || !reached.insert(name).second)
+            continue;
+        for (const PostScriptToken &token : bodies.at(name))
+            open.push_back(token.name);
+    }
+    return reached;
+}
+
+/* A procedure that another one calls while its variables are in use has others: a colour space
+ * inside a colour space must not change the outer one's. */
+TEST(PrologParts, NoTwoProceduresThatRunAtOneTimeShareAVariable)
+{
+    std::map<std::string, Tokens> bodies = procedureBodies();
+    std::vector<LocalUse> uses = localUses(bodies);
+    EXPECT_GT(uses.size(), 8U);
+    for (const LocalUse &outer : uses) {
+        Words reached = reachedFrom(outer.calls, bodies);
+        Words outerNames = outer.names;
+        for (const std::string &name : reached)
+            if (bodies.at(name).size() > 0 && !localUses({{name, bodies.at(name)}}).size())
+                outerNames.merge(namesSet(bodies.at(name)));
+        for (const LocalUse &inner : uses) {
+            if (!reached.contains(inner.procedure) || inner.dictionary != outer.dictionary)
+                continue;
+            for (const std::string &name : inner.names)
+                EXPECT_FALSE(outerNames.contains(name))
+                    << outer.procedure << " calls " << inner.procedure << ": " << name;
+        }
+    }
+}
+
 } // namespace
