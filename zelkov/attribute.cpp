@@ -3,10 +3,11 @@
  */
 #include "zelkov/attribute.h"
 
-#include <cerrno>
-#include <cstdio>
+#include <cstdint>
 #include <cstring>
+#include <string>
 
+#include "zelkov/host.h"
 #include "zelkov/text.h"
 
 namespace {
@@ -30,14 +31,17 @@ size_t integerArea(const AttributeEntry *table)
     return (bytes + sizeof(int32_t) - 1) / sizeof(int32_t) * sizeof(int32_t);
 }
 
+std::string wholeNumber(float value)
+{
+    return std::to_string((int64_t)value);
+}
+
 int storeText(const AttributeEntry *entry, char *texts, const char *value)
 {
     size_t length = lenstr(value);
     if ((float)length > entry->bound) {
-        int saved = errno;
-        fprintf(stderr, "Value of %s is longer than %.0f characters\n",
-                plainKeyword(entry->name).c_str(), (double)entry->bound);
-        errno = saved;
+        host_say("Value of " + plainKeyword(entry->name) + " is longer than " +
+                 wholeNumber(entry->bound) + " characters");
         return CLASSOPT_TOO_LONG;
     }
     memcpy(texts + entry->storage.position * TEXT_BYTES, value, length + 1);
@@ -48,10 +52,9 @@ int storeInteger(const AttributeEntry *entry, char *integers, int32_t value)
 {
     int status = CLASSOPT_STORED;
     if ((double)value > (double)entry->bound) {
-        int saved = errno;
-        fprintf(stderr, "Value of %s is above %.0f; %.0f is used\n",
-                plainKeyword(entry->name).c_str(), (double)entry->bound, (double)entry->bound);
-        errno = saved;
+        std::string bound = wholeNumber(entry->bound);
+        host_say("Value of " + plainKeyword(entry->name) + " is above " + bound + "; " + bound +
+                 " is used");
         value = (int32_t)entry->bound;
         status = CLASSOPT_CLAMPED;
     }

@@ -1,159 +1,78 @@
 /*
- * cleanup.cpp - removes temporary files when the process ends, also by a signal
+ * cleanup.cpp - the list of temporary files
  *
- * A signal handler may call only a few functions, and must not meet a half-changed list: so the
- * registry is a fixed array of lock-free pointers to texts, a slot is filled by one store and
- * emptied by one store, and the handler does nothing but unlink, rmdir and raise.
+ * A signal handler may call only a few functions and must not meet a half-changed list: so the
+ * list is a fixed array whose slots hold their texts themselves, and one store makes a slot count
+ * or not count.  Nothing is ever freed under the handler.
  */
 #include "zelkov/cleanup.h"
 
 #include <atomic>
-#include <csignal>
-#include <cstdlib>
+#include <climits>
 #include <cstring>
-#include <filesystem>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr size_t SLOTS = 64;
-constexpr int ENDING_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
 
-std::atomic<char *> files[SLOTS];
-std::atomic<char *> directory;
-std::string directoryWithSlash;
+enum SlotState : int { SLOT_FREE_TO_TAKE, SLOT_BEING_FILLED, SLOT_FILE, SLOT_DIRECTORY };
 
-static_assert(std::atomic<char *>::is_always_lock_free, "the signal handler reads these");
+struct Slot {
+    std::atomic<int> state;
+    char path[PATH_MAX]; /* valid in the states FILE and DIRECTORY */
+};
 
-extern "C" void removeAndDie(int signal)
+Slot slots[SLOTS];
+
+static_assert(std::atomic<int>::is_always_lock_free, "the signal handler reads these");
+
+bool add(const std::string &path, SlotState kind)
 {
-    for (auto &slot : files)
-        if (const char *path = slot.load())
-            unlink(path);
-    if (const char *path = directory.load())
-        rmdir(path);
-    /* The default action takes effect when this handler returns. */
-    std::signal(signal, SIG_DFL);
-    raise(signal);
-}
-
-void removeFiles()
-{
-    for (auto &slot : files) {
-        char *path = slot.exchange(nullptr);
-        if (path)
-            unlink(path);
-        free(path);
+    if (path.size() >= sizeof slots[0].path)
+        return false;
+    for (Slot &slot : slots) {
+        int expected = SLOT_FREE_TO_TAKE;
+        if (!slot.state.compare_exchange_strong(expected, SLOT_BEING_FILLED))
+            continue;
+        memcpy(slot.path, path.c_str(), path.size() + 1);
+        slot.state.store(kind);
+        return true;
     }
+    return false;
 }
 
-void removeAll()
+bool holds(const Slot &slot, const std::string &path)
 {
-    removeFiles();
-    cleanup_removePrivateDirectory();
-}
-
-void handle(int signal)
-{
-    struct sigaction action = {};
-    if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN)
-        return;
-    action = {};
-    action.sa_handler = removeAndDie;
-    sigemptyset(&action.sa_mask);
-    /* One of the three must not interrupt the clean-up that another began. */
-    for (int other : ENDING_SIGNALS)
-        sigaddset(&action.sa_mask, other);
-    sigaction(signal, &action, nullptr);
-}
-
-const char *temporaryParent()
-{
-    for (const char *variable : {"KV_TMP", "TMPDIR"})
-        if (const char *value = getenv(variable); value && *value)
-            return value;
-    return "/tmp";
+    int state = slot.state.load();
+    return (state == SLOT_FILE || state == SLOT_DIRECTORY) && path == slot.path;
 }
 
 } // namespace
 
-void cleanup_install()
-{
-    static bool installed;
-    if (installed)
-        return;
-    installed = true;
-    for (int signal : ENDING_SIGNALS)
-        handle(signal);
-    /* A closed pipe and a full file are write errors, which errno tells. */
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
-    atexit(removeAll);
-}
-
-CleanupHold::CleanupHold()
-{
-    sigset_t ending;
-    sigemptyset(&ending);
-    for (int signal : ENDING_SIGNALS)
-        sigaddset(&ending, signal);
-    sigprocmask(SIG_BLOCK, &ending, &before);
-}
-
-CleanupHold::~CleanupHold()
-{
-    sigprocmask(SIG_SETMASK, &before, nullptr);
-}
-
 bool cleanup_add(const std::string &path)
 {
-    cleanup_install();
-    cleanup_forget(path);
-    char *copy = strdup(path.c_str());
-    if (!copy)
-        return false;
-    for (auto &slot : files) {
-        char *empty = nullptr;
-        if (slot.compare_exchange_strong(empty, copy))
-            return true;
-    }
-    free(copy);
-    return false;
+    return add(path, SLOT_FILE);
+}
+
+bool cleanup_addDirectory(const std::string &path)
+{
+    return add(path, SLOT_DIRECTORY);
 }
 
 void cleanup_forget(const std::string &path)
 {
-    for (auto &slot : files) {
-        char *held = slot.load();
-        if (held && path == held) {
-            slot.store(nullptr);
-            free(held);
-        }
-    }
+    for (Slot &slot : slots)
+        if (holds(slot, path))
+            slot.state.store(SLOT_FREE_TO_TAKE);
 }
 
-const std::string &cleanup_privateDirectory()
+void cleanup_removeAll()
 {
-    if (!directoryWithSlash.empty())
-        return directoryWithSlash;
-
-    cleanup_install();
-    CleanupHold hold;
-    std::string pattern = std::string(temporaryParent()) + "/zelkov.XXXXXX";
-    if (!mkdtemp(pattern.data())) /* mkdtemp gives mode 0700 */
-        return directoryWithSlash;
-    directory.store(strdup(pattern.c_str()));
-    directoryWithSlash = pattern + "/";
-    return directoryWithSlash;
-}
-
-void cleanup_removePrivateDirectory()
-{
-    if (directoryWithSlash.empty())
-        return;
-    std::error_code ignored;
-    std::filesystem::remove_all(directoryWithSlash, ignored);
-    directoryWithSlash.clear();
-    free(directory.exchange(nullptr));
+    for (SlotState kind : {SLOT_FILE, SLOT_DIRECTORY})
+        for (Slot &slot : slots)
+            if (slot.state.load() == kind) {
+                kind == SLOT_FILE ? unlink(slot.path) : rmdir(slot.path);
+                slot.state.store(SLOT_FREE_TO_TAKE);
+            }
 }

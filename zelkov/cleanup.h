@@ -1,45 +1,24 @@
 /*
- * cleanup.h - what must not outlive the process: temporary files and the private directory
+ * cleanup.h - the list of what must not outlive the process: temporary files and directories
  *
- * Everything registered here is removed when the process exits and when SIGINT, SIGTERM or SIGHUP
- * ends it.
+ * The list only remembers; a program that ends by itself or by a signal has it worked off (see
+ * process.h).  In a program without that it costs nothing and does nothing.
  */
 #ifndef ZELKOV_CLEANUP_H
 #define ZELKOV_CLEANUP_H
 
-#include <csignal>
 #include <string>
 
-/* Installs the signal handlers, once.  A signal that was ignored when the process began stays
- * ignored; SIGPIPE and SIGXFSZ are ignored from here on, so that a closed pipe and a file that may
- * not grow are write errors like others. */
-void cleanup_install();
-
-/* Registers a file to be removed.  False when the registry is full or there is no memory; the
- * file is then simply not covered by the signal handlers. */
+/* Puts a file, or an empty directory, on the list: best before it is made, under a name that is
+ * nobody else's.  False when the list is full or the path is longer than 4095 bytes; the file is
+ * then simply not covered. */
 bool cleanup_add(const std::string &path);
+bool cleanup_addDirectory(const std::string &path);
 
-/* Takes a file off the registry; the file itself is left alone. */
+/* Takes a path off the list; the file itself is left alone. */
 void cleanup_forget(const std::string &path);
 
-/* Holds back the signals above while it lives: between making a file and registering it, or
- * renaming a file and forgetting it. */
-class CleanupHold {
-  public:
-    CleanupHold();
-    ~CleanupHold();
-    CleanupHold(const CleanupHold &) = delete;
-    CleanupHold &operator=(const CleanupHold &) = delete;
-
-  private:
-    sigset_t before;
-};
-
-/* The private temporary directory of this process (mode 0700), made at the first call under
- * $KV_TMP, else $TMPDIR, else /tmp.  With a final slash; empty, with errno set, on failure. */
-const std::string &cleanup_privateDirectory();
-
-/* Removes the private directory with its content; the next call above makes a new one. */
-void cleanup_removePrivateDirectory();
+/* Removes everything on the list, files first.  May be called by a signal handler. */
+void cleanup_removeAll();
 
 #endif

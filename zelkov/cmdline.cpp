@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "zelkov/cleanup.h"
+#include "zelkov/process.h"
 #include "zelkov/text.h"
 
 namespace {
@@ -27,12 +27,6 @@ CommandLine &commandLine()
     return line;
 }
 
-[[noreturn]] void fail(const std::string &text)
-{
-    fprintf(stderr, "%s\n", text.c_str());
-    exit(EXIT_FAILURE);
-}
-
 /* The prompt without its ":>", such as "PDF to PS v1.3". */
 std::string title()
 {
@@ -44,8 +38,8 @@ std::string title()
 [[noreturn]] void endAnswer()
 {
     if (fflush(stdout) != 0 || ferror(stdout))
-        fail("Error occurred while writing to standard output.");
-    exit(EXIT_SUCCESS);
+        process_fail("Error occurred while writing to standard output.");
+    process_exit(EXIT_SUCCESS);
 }
 
 [[noreturn]] void showVersion()
@@ -141,7 +135,7 @@ void storeInteger(const SwitchEntry *entry, const GivenSwitch &given, size_t *ne
     int32_t *value = static_cast<int32_t *>(entry->value);
     if (given.value) {
         if (!entry->converter(given.value, value))
-            fail("Bad value for switch " + plainKeyword(entry->name) + ": " + given.value);
+            process_fail("Bad value for switch " + plainKeyword(entry->name) + ": " + given.value);
         return;
     }
     *value = 1;
@@ -156,7 +150,7 @@ void storeText(const SwitchEntry *entry, const GivenSwitch &given, size_t *next)
     if (!text && *next < words.size())
         text = words[(*next)++].c_str();
     if (!text || !*text)
-        fail("Missing value for switch " + plainKeyword(entry->name));
+        process_fail("Missing value for switch " + plainKeyword(entry->name));
     *static_cast<const char **>(entry->value) = text;
 }
 
@@ -170,7 +164,7 @@ void parseSwitch(const SwitchEntry *table, const char *message, const std::strin
     if (!entry && given.shown == "--version")
         showVersion();
     if (!entry)
-        fail(std::string(message) + ": " + given.shown);
+        process_fail(std::string(message) + ": " + given.shown);
     *entry->present = 1;
     if (entry->converter)
         storeInteger(entry, given, next);
@@ -187,7 +181,6 @@ bool convai(const char *text, int32_t *value)
 
 void getcmd_arg(const char *prompt, int argc, char **argv)
 {
-    cleanup_install();
     CommandLine &line = commandLine();
     line.prompt = prompt;
     line.program = argc > 0 ? argv[0] : "";
@@ -211,7 +204,7 @@ const char *fspec(const SwitchEntry *table, const char *message)
         else if (!switchesEnded && word.size() > 1 && word[0] == '-')
             parseSwitch(table, message, word, &next);
         else if (plain)
-            fail("Unexpected argument: " + word);
+            process_fail("Unexpected argument: " + word);
         else
             plain = word.c_str();
     }

@@ -8,14 +8,13 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include "zelkov/attribute.h"
+#include "zelkov/host.h"
 #include "zelkov/text.h"
 
 namespace {
@@ -164,24 +163,6 @@ std::string harmless(const std::string &text)
     return clean;
 }
 
-/* One write, so that lines of several processes do not mix. */
-void printLine(std::string line)
-{
-    line += '\n';
-    fflush(stderr);
-    const char *from = line.data();
-    size_t left = line.size();
-    while (left > 0) {
-        ssize_t done = write(STDERR_FILENO, from, left);
-        if (done < 0 && errno == EINTR)
-            continue;
-        if (done <= 0)
-            return;
-        from += done;
-        left -= (size_t)done;
-    }
-}
-
 std::string messageHead(const std::string &module, int32_t severity, const std::string &key)
 {
     bool known = severity >= SEVERITY_INFO && severity <= SEVERITY_ERROR;
@@ -216,9 +197,9 @@ void controlReport(ZelkovInstance *self, const char *module, const char *source,
     if (shown) {
         std::string text =
             messageHead(module, severity, key) + ": " + harmless(formatText(format, arguments));
-        if (getenv("ZELKOV_TRACE"))
+        if (host().trace)
             text += std::string(" [") + source + ":" + std::to_string(line) + "]";
-        printLine(text);
+        host_say(text);
     }
     if (severity == SEVERITY_ERROR)
         sendStop(state);
@@ -235,9 +216,9 @@ void controlEndRun(ZelkovInstance *self)
     const char *prompt = asControl(self)->PROMPT;
     for (const Repeated &r : state->repeated)
         if (r.count > REPEATS_SHOWN)
-            printLine(messageHead(*prompt ? prompt : "CONTROL", SEVERITY_INFO, "REPEATED") + ": " +
-                      std::to_string(r.count - REPEATS_SHOWN) + " more reports of " +
-                      messageHead(r.module, r.severity, r.key) + " were not shown");
+            host_say(messageHead(*prompt ? prompt : "CONTROL", SEVERITY_INFO, "REPEATED") + ": " +
+                     std::to_string(r.count - REPEATS_SHOWN) + " more reports of " +
+                     messageHead(r.module, r.severity, r.key) + " were not shown");
     state->repeated.clear();
 }
 

@@ -1,5 +1,5 @@
 /*
- * file.cpp - file handles
+ * file.cpp - file handles: reading and writing through window and buffer
  *
  * Reading goes through a cache of blocks, because a document is read by jumping: an object here,
  * the length it refers to there.  A block is found by its number modulo the number of slots, and
@@ -14,61 +14,23 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <memory>
 #include <new>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "zelkov/cleanup.h"
-#include "zelkov/filespec.h"
+#include "zelkov/filehandle.h"
+#include "zelkov/host.h"
 
 namespace {
 
-constexpr uint32_t BLOCK_BYTES = 8192;
-constexpr uint32_t BLOCK_SLOTS = 64;
 constexpr uint32_t OUT_BYTES = 64 * 1024;
-constexpr uint64_t INPUT_LIMIT = (uint64_t)1 << 32;
 
-enum Access { READ_ONLY, WRITE_ONLY, READ_WRITE };
-
-struct Block {
-    std::unique_ptr<uint8_t[]> bytes;
-    uint32_t number; /* valid when fill > 0 */
-    uint32_t fill;
-};
-
-} // namespace
-
-struct ZFileBody {
-    int descriptor;
-    Access access;
-    bool direct;    /* no regular file: written in sequence, never removed */
-    uint32_t size;  /* of an input, when it was opened */
-    int writeError; /* errno of the first write that failed; nothing is written after it */
-
-    uint64_t outStart;     /* offset of out[0] in the file */
-    std::string temporary; /* where the bytes are until fclosx; empty: in `path` itself */
-    std::string path;
-
-    std::unique_ptr<uint8_t[]> out;
-    Block blocks[BLOCK_SLOTS];
-
-    /* the inputs that are open, to be kept from being overwritten */
-    ZFile *nextInput;
-};
-
-namespace {
-
-ZFile *openInputs;
-
-void forgetInput(ZFile *file)
+void forgetInput(const ZFile *file)
 {
-    for (ZFile **link = &openInputs; *link; link = &(*link)->body->nextInput)
+    for (ZFile **link = &host().openInputs; *link; link = &(*link)->body->nextInput)
         if (*link == file) {
             *link = file->body->nextInput;
             return;
@@ -88,55 +50,38 @@ int besideStandardStreams(int descriptor)
     return moved;
 }
 
-ZFile *newHandle(int descriptor, Access access)
-{
-    descriptor = besideStandardStreams(descriptor);
-    if (descriptor < 0)
-        return nullptr;
-    ZFile *file = new (std::nothrow) ZFile();
-    ZFileBody *body = new (std::nothrow) ZFileBody();
-    if (!file || !body) {
-        delete file;
-        delete body;
-        close(descriptor);
-        errno = ENOMEM;
-        return nullptr;
-    }
-    body->descriptor = descriptor;
-    body->access = access;
-    file->body = body;
-    return file;
-}
-
 void freeHandle(ZFile *file)
 {
     forgetInput(file);
-    close(file->body->descriptor);
+    if (file->body->descriptor >= 0)
+        close(file->body->descriptor);
     delete file->body;
     delete file;
 }
 
-bool sameFile(const struct stat &a, const struct stat &b)
-{
-    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
-bool isOpenForReading(const struct stat &info)
-{
-    for (ZFile *input = openInputs; input; input = input->body->nextInput) {
-        struct stat other;
-        if (fstat(input->body->descriptor, &other) == 0 && sameFile(info, other))
-            return true;
-    }
-    return false;
-}
-
 /* ---- writing out */
 
+/* The first failure is remembered, and told where the file has a name. */
 void writeFailed(ZFileBody *body)
 {
-    if (!body->writeError)
-        body->writeError = errno;
+    if (body->writeError)
+        return;
+    body->writeError = errno;
+    if (!body->path.empty())
+        host_say(body->path + ": " + strerror(body->writeError));
+}
+
+/* One piece to where it goes; how much of it went, or -1. */
+ssize_t writePiece(ZFileBody *body, const uint8_t *bytes, size_t count)
+{
+    if (body->sink.write) {
+        int cause = body->sink.write(body->sink.context, bytes, count);
+        if (cause)
+            errno = cause;
+        return cause ? -1 : (ssize_t)count;
+    }
+    return body->inSequence ? write(body->descriptor, bytes, count)
+                            : pwrite(body->descriptor, bytes, count, (off_t)body->outStart);
 }
 
 /* Writes all bytes at the handle's file offset; -1 on failure. */
@@ -147,10 +92,8 @@ int writeThrough(ZFileBody *body, const uint8_t *bytes, size_t count)
         return -1;
     }
     while (count > 0) {
-        size_t piece = std::min<size_t>(count, SSIZE_MAX);
-        ssize_t done = body->direct ? write(body->descriptor, bytes, piece)
-                                    : pwrite(body->descriptor, bytes, piece, (off_t)body->outStart);
-        if (done < 0 && errno == EINTR)
+        ssize_t done = writePiece(body, bytes, std::min<size_t>(count, SSIZE_MAX));
+        if (done < 0 && errno == EINTR && !body->sink.write)
             continue;
         if (done < 0) {
             writeFailed(body);
@@ -163,26 +106,19 @@ int writeThrough(ZFileBody *body, const uint8_t *bytes, size_t count)
     return 0;
 }
 
-int flush(ZFile *file)
-{
-    uint32_t count = file->outFill;
-    file->outFill = 0;
-    return count ? writeThrough(file->body, file->out, count) : 0;
-}
-
 /* From writing to reading: what was written must be seen. */
 void endWriting(ZFile *file)
 {
-    flush(file);
+    filehandle_flush(file);
     file->outRoom = 0;
-    for (Block &block : file->body->blocks)
+    for (FileBlock &block : file->body->blocks)
         block.fill = 0;
 }
 
 bool beginWriting(ZFile *file)
 {
     ZFileBody *body = file->body;
-    if (body->access == READ_ONLY) {
+    if (body->access == FileAccess::READ) {
         errno = EBADF;
         return false;
     }
@@ -204,21 +140,57 @@ bool beginWriting(ZFile *file)
 
 /* ---- reading */
 
+void readFailed(ZFileBody *body)
+{
+    if (body->readError)
+        return;
+    body->readError = errno;
+    if (!body->path.empty())
+        host_say(body->path + ": " + strerror(body->readError));
+}
+
 /* Reads up to `count` bytes at `offset`, fewer only at the end of the file; -1 on failure. */
-ssize_t readAt(int descriptor, uint8_t *bytes, size_t count, uint64_t offset)
+ssize_t readAt(ZFileBody *body, uint8_t *bytes, size_t count, uint64_t offset)
 {
     size_t done = 0;
     while (done < count) {
-        ssize_t n = pread(descriptor, bytes + done, count - done, (off_t)(offset + done));
+        ssize_t n = pread(body->descriptor, bytes + done, count - done, (off_t)(offset + done));
         if (n < 0 && errno == EINTR)
             continue;
-        if (n < 0)
+        if (n < 0) {
+            readFailed(body);
             return -1;
+        }
         if (n == 0)
             break;
         done += (size_t)n;
     }
     return (ssize_t)done;
+}
+
+/* Fills the block of that number unless it is the one that its slot holds; null on failure. */
+FileBlock *loadBlock(ZFile *file, uint32_t number)
+{
+    ZFileBody *body = file->body;
+    FileBlock &block = body->blocks[number % FILE_BLOCK_SLOTS];
+    if (block.fill != 0 && block.number == number)
+        return &block;
+    if (!block.bytes)
+        block.bytes.reset(new (std::nothrow) uint8_t[FILE_BLOCK_BYTES]);
+    if (!block.bytes) {
+        errno = ENOMEM;
+        readFailed(body);
+        return nullptr;
+    }
+    block.fill = 0;
+    file->windowFill = 0; /* the window may lie in the block that is replaced */
+    ssize_t count =
+        readAt(body, block.bytes.get(), FILE_BLOCK_BYTES, (uint64_t)number * FILE_BLOCK_BYTES);
+    if (count < 0)
+        return nullptr;
+    block.number = number;
+    block.fill = (uint32_t)count;
+    return &block;
 }
 
 /* Makes the window the block that holds the position.  False at the end of the file, with errno
@@ -227,36 +199,26 @@ bool loadWindow(ZFile *file, bool *failed)
 {
     ZFileBody *body = file->body;
     *failed = true;
-    if (body->access == WRITE_ONLY) {
+    if (body->access == FileAccess::WRITE) {
         errno = EBADF;
+        return false;
+    }
+    if (body->descriptor < 0) { /* in memory, the window is all there is */
+        *failed = false;
         return false;
     }
     if (file->outRoom)
         endWriting(file);
 
-    uint32_t number = file->position / BLOCK_BYTES;
-    uint32_t start = number * BLOCK_BYTES;
-    Block &block = body->blocks[number % BLOCK_SLOTS];
-    if (block.fill == 0 || block.number != number) {
-        if (!block.bytes)
-            block.bytes.reset(new (std::nothrow) uint8_t[BLOCK_BYTES]);
-        if (!block.bytes) {
-            errno = ENOMEM;
-            return false;
-        }
-        block.fill = 0;
-        file->windowFill = 0; /* the window may lie in the block that is replaced */
-        ssize_t count = readAt(body->descriptor, block.bytes.get(), BLOCK_BYTES, start);
-        if (count < 0)
-            return false;
-        block.number = number;
-        block.fill = (uint32_t)count;
-    }
-    file->window = block.bytes.get();
-    file->windowStart = start;
-    file->windowFill = block.fill;
+    uint32_t number = file->position / FILE_BLOCK_BYTES;
+    const FileBlock *block = loadBlock(file, number);
+    if (!block)
+        return false;
+    file->window = block->bytes.get();
+    file->windowStart = number * FILE_BLOCK_BYTES;
+    file->windowFill = block->fill;
     *failed = false;
-    return file->position - start < block.fill;
+    return file->position - file->windowStart < block->fill;
 }
 
 /* The bytes of the window from the position on; 0 at the end of the file or on failure. */
@@ -273,221 +235,76 @@ size_t windowBytes(ZFile *file, const uint8_t **bytes, bool *failed)
     return file->windowFill - index;
 }
 
-/* ---- opening */
-
-bool isRegularInput(int descriptor, uint32_t *size)
+/* May a large read go past the cache? */
+bool readsStraight(const ZFile *file)
 {
-    struct stat info;
-    if (fstat(descriptor, &info) != 0)
-        return false;
-    if (S_ISDIR(info.st_mode))
-        errno = EISDIR;
-    else if (!S_ISREG(info.st_mode))
-        errno = EINVAL;
-    else if ((uint64_t)info.st_size >= INPUT_LIMIT)
-        errno = EFBIG;
-    else {
-        *size = (uint32_t)info.st_size;
-        return true;
-    }
-    return false;
+    const ZFileBody *body = file->body;
+    return !file->outRoom && body->access != FileAccess::WRITE && body->descriptor >= 0;
 }
 
-/* The descriptor that a name like /dev/stdout or /dev/fd/3 stands for, or -1.  Such a name is
- * written through the descriptor itself: opening it anew would start over at the beginning of a
- * file that other programs are writing to as well. */
-int namedDescriptor(const std::string &path)
-{
-    if (path == "/dev/stdout")
-        return STDOUT_FILENO;
-    if (path == "/dev/stderr")
-        return STDERR_FILENO;
-    for (const char *folder : {"/dev/fd/", "/proc/self/fd/"}) {
-        size_t length = strlen(folder);
-        if (path.starts_with(folder) && path.size() > length && path.size() < length + 6 &&
-            path.find_first_not_of("0123456789", length) == std::string::npos)
-            return std::stoi(path.substr(length));
-    }
-    return -1;
-}
+} // namespace
 
-/* A destination that is no regular file, opened for writing as it stands; -1 with *found false
- * when the path is none. */
-int openDirect(const std::string &path, bool *found)
+ZFile *filehandle_new(int descriptor, FileAccess access, FileEnding end)
 {
-    struct stat info;
-    int descriptor = namedDescriptor(path);
-    *found = descriptor >= 0;
-    if (*found && fstat(descriptor, &info) == 0 && isOpenForReading(info)) {
-        errno = EEXIST;
-        return -1;
-    }
-    if (*found)
-        return fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    *found = stat(path.c_str(), &info) == 0 && !S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode);
-    return *found ? open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC) : -1;
-}
-
-/* A symbolic link is written through: the file that it names is made or replaced, not the link. */
-std::string followLinks(std::string path)
-{
-    constexpr int MOST_LINKS = 40; /* as the system has it; more are a circle */
-    char target[PATH_MAX];
-    for (int links = 0; links < MOST_LINKS; links++) {
-        ssize_t length = readlink(path.c_str(), target, sizeof target);
-        if (length <= 0)
-            return path;
-        std::string named(target, (size_t)length);
-        if (named[0] != '/')
-            named.insert(0, path, 0, path.rfind('/') + 1);
-        path = named;
-    }
-    return path;
-}
-
-std::string hiddenPattern(const std::string &path)
-{
-    size_t slash = path.rfind('/');
-    size_t name = slash == std::string::npos ? 0 : slash + 1;
-    /* Together with the suffix it must stay a legal file name. */
-    return path.substr(0, name) + "." + path.substr(name, 200) + ".XXXXXX";
-}
-
-/* Creates the temporary file beside `path`; the mode is the one that the destination has, or
- * that a new file would get. */
-int openHidden(const std::string &path, std::string *temporary)
-{
-    struct stat info;
-    mode_t mask = umask(0);
-    umask(mask);
-    mode_t mode = 0666 & ~mask;
-    if (stat(path.c_str(), &info) == 0) {
-        if (S_ISDIR(info.st_mode)) {
-            errno = EISDIR;
-            return -1;
-        }
-        if (isOpenForReading(info)) {
-            errno = EEXIST;
-            return -1;
-        }
-        mode = info.st_mode & 0777; /* what runs as somebody else must not get another content */
-    }
-    CleanupHold hold;
-    *temporary = hiddenPattern(path);
-    int descriptor = mkostemp(temporary->data(), O_CLOEXEC);
     if (descriptor >= 0) {
-        cleanup_add(*temporary);
-        fchmod(descriptor, mode);
+        descriptor = besideStandardStreams(descriptor);
+        if (descriptor < 0)
+            return nullptr;
     }
-    return descriptor;
+    ZFile *file = new (std::nothrow) ZFile();
+    ZFileBody *body = new (std::nothrow) ZFileBody();
+    if (!file || !body) {
+        delete file;
+        delete body;
+        filehandle_closeDescriptor(descriptor);
+        errno = ENOMEM;
+        return nullptr;
+    }
+    body->access = access;
+    body->end = end;
+    body->descriptor = descriptor;
+    file->body = body;
+    return file;
 }
 
-int openTemporary(const std::string &path)
-{
-    CleanupHold hold;
-    int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (descriptor >= 0)
-        cleanup_add(path);
-    return descriptor;
-}
-
-ZFile *finishOpen(ZFile *file)
+ZFile *filehandle_opened(ZFile *file)
 {
     if (file)
         errno = 0;
     return file;
 }
 
-/* Closes without keeping anything: the temporary file goes, and what stands under the final name
- * unless it is not ours to remove. */
-void discard(ZFile *file)
+ZFile *filehandle_refused(const std::string &path)
 {
-    ZFileBody *body = file->body;
-    if (!body->temporary.empty()) {
-        unlink(body->temporary.c_str());
-        cleanup_forget(body->temporary);
-    }
-    if (!body->direct)
-        unlink(body->path.c_str());
-    freeHandle(file);
+    if (!path.empty())
+        host_say(path + ": " + strerror(errno));
+    return nullptr;
 }
 
-} // namespace
-
-ZFile *fopenr(const char *defaultDirectory, const char *name, const char *defaults, int)
+void filehandle_closeDescriptor(int descriptor)
 {
-    std::string path = filespec_resolve(defaultDirectory, name, defaults);
-    if (path.empty())
-        return nullptr;
-    /* O_NONBLOCK: a named pipe must be refused, not waited for. */
-    int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (descriptor < 0)
-        return nullptr;
-    uint32_t size;
-    if (!isRegularInput(descriptor, &size)) {
-        int cause = errno;
+    int cause = errno;
+    if (descriptor >= 0)
         close(descriptor);
-        errno = cause;
-        return nullptr;
-    }
-    ZFile *file = newHandle(descriptor, READ_ONLY);
-    if (!file)
-        return nullptr;
-    file->body->path = path;
-    file->body->size = size;
-    file->body->nextInput = openInputs;
-    openInputs = file;
-    return finishOpen(file);
+    errno = cause;
 }
 
-ZFile *fopenw(const char *defaultDirectory, const char *name, const char *defaults, int)
+bool filehandle_isInput(dev_t device, ino_t node)
 {
-    std::string path = filespec_resolveExact(defaultDirectory, name, defaults);
-    if (path.empty())
-        return nullptr;
-
-    std::string temporary;
-    bool direct;
-    int descriptor = openDirect(path, &direct);
-    if (!direct) {
-        path = filespec_resolve(defaultDirectory, name, defaults);
-        descriptor = openDirect(path, &direct);
+    for (const ZFile *input = host().openInputs; input; input = input->body->nextInput) {
+        struct stat info;
+        if (fstat(input->body->descriptor, &info) == 0 && info.st_dev == device &&
+            info.st_ino == node)
+            return true;
     }
-    if (!direct) {
-        path = followLinks(path);
-        descriptor = openHidden(path, &temporary);
-    }
-    if (descriptor < 0)
-        return nullptr;
-
-    ZFile *file = newHandle(descriptor, WRITE_ONLY);
-    if (!file) {
-        int cause = errno;
-        unlink(temporary.c_str());
-        cleanup_forget(temporary);
-        errno = cause;
-        return nullptr;
-    }
-    cleanup_install();
-    file->body->direct = direct;
-    file->body->temporary = temporary;
-    file->body->path = path;
-    return finishOpen(file);
+    return false;
 }
 
-ZFile *fopent(const char *defaultDirectory, const char *name, const char *defaults, int)
+int filehandle_flush(ZFile *file)
 {
-    std::string path = filespec_resolve(defaultDirectory, name, defaults);
-    if (path.empty())
-        return nullptr;
-    int descriptor = openTemporary(path);
-    if (descriptor < 0)
-        return nullptr;
-    ZFile *file = newHandle(descriptor, READ_WRITE);
-    if (!file)
-        return nullptr;
-    file->body->path = path;
-    return finishOpen(file);
+    uint32_t count = file->outFill;
+    file->outFill = 0;
+    return count ? writeThrough(file->body, file->out, count) : 0;
 }
 
 int fclosx(ZFile *file)
@@ -496,25 +313,16 @@ int fclosx(ZFile *file)
         return 0;
     ZFileBody *body = file->body;
     if (file->outRoom)
-        flush(file);
-    if (!body->writeError && !body->temporary.empty()) {
-        /* Closing can be what tells that a network disk is full. */
-        CleanupHold hold;
-        int copy = dup(body->descriptor);
-        if ((copy >= 0 && close(copy) != 0) ||
-            rename(body->temporary.c_str(), body->path.c_str()) != 0)
-            writeFailed(body);
-        else
-            cleanup_forget(body->temporary);
-    }
-    if (body->writeError) {
-        int cause = body->writeError;
-        discard(file);
-        errno = cause;
-        return -1;
-    }
+        filehandle_flush(file);
+    if (!body->writeError && body->end(body, true) != 0)
+        writeFailed(body);
+    int cause = body->writeError;
+    if (cause)
+        body->end(body, false);
     freeHandle(file);
-    return 0;
+    if (cause)
+        errno = cause;
+    return cause ? -1 : 0;
 }
 
 int fcldelete(ZFile *file)
@@ -522,7 +330,8 @@ int fcldelete(ZFile *file)
     if (!file)
         return 0;
     int saved = errno;
-    discard(file);
+    file->body->end(file->body, false);
+    freeHandle(file);
     errno = saved;
     return 0;
 }
@@ -535,9 +344,9 @@ void frewind(ZFile *file)
 void fputp(ZFile *file, uint32_t position)
 {
     if (file->outRoom && position != file->position) {
-        flush(file);
+        filehandle_flush(file);
         file->outRoom = 0; /* the next write takes up the new position */
-        for (Block &block : file->body->blocks)
+        for (FileBlock &block : file->body->blocks)
             block.fill = 0;
     }
     file->position = position;
@@ -545,10 +354,10 @@ void fputp(ZFile *file, uint32_t position)
 
 uint32_t fgeteof(ZFile *file)
 {
-    if (file->body->access == READ_ONLY)
+    if (file->body->access == FileAccess::READ)
         return file->body->size;
     if (file->outRoom)
-        flush(file);
+        filehandle_flush(file);
     struct stat info;
     if (fstat(file->body->descriptor, &info) != 0)
         return 0;
@@ -561,9 +370,9 @@ size_t fgetm(ZFile *file, void *buffer, size_t count)
     size_t done = 0;
     while (done < count) {
         bool failed = false;
-        if (count - done >= BLOCK_BYTES && !file->outRoom && file->body->access != WRITE_ONLY) {
+        if (count - done >= FILE_BLOCK_BYTES && readsStraight(file)) {
             /* The rest in one piece, past the cache. */
-            ssize_t n = readAt(file->body->descriptor, to + done, count - done, file->position);
+            ssize_t n = readAt(file->body, to + done, count - done, file->position);
             if (n > 0) {
                 file->position += (uint32_t)n;
                 done += (size_t)n;
@@ -596,7 +405,7 @@ int fputm(ZFile *file, const void *buffer, size_t count)
         file->outFill += (uint32_t)room;
         from += room;
         count -= room;
-        if (flush(file) != 0)
+        if (filehandle_flush(file) != 0)
             return -1;
         size_t whole = count / OUT_BYTES * OUT_BYTES;
         if (whole && writeThrough(file->body, from, whole) != 0)
@@ -649,6 +458,11 @@ int fputstr(ZFile *file, const char *text)
 {
     int result = fputm(file, text, strlen(text));
     return fputb(file, '\n') == 0 ? result : -1;
+}
+
+int zfile_readError(const ZFile *file)
+{
+    return file->body->readError;
 }
 
 int zfile_writeError(const ZFile *file)

@@ -16,6 +16,13 @@
 
 struct ZFileBody;
 
+/* Where the bytes of a sink go: called with whole buffers, in order.  Answers 0, or the errno value
+ * of a failure; it is not called again after that. */
+struct ZFileSink {
+    int (*write)(void *context, const uint8_t *bytes, size_t count);
+    void *context;
+};
+
 /* An open file.  fopenr, fopenw or fopent makes it, fclosx or fcldelete ends it. */
 struct ZFile {
     /* Byte offset of the next read or write.  First, and open to the caller: decrementing it
@@ -38,8 +45,8 @@ struct ZFile {
 /* Bytes of a line that fgetstr stores, its terminator included. */
 constexpr int LINE_BYTES = 256;
 
-/* Opens a regular file of less than 4 GiB for reading.  The name is completed as in
- * filespec_resolve.  Null on failure.  `flags` is 0. */
+/* Opens a regular file of less than 4 GiB for reading.  A name that is a file as it stands is
+ * opened so; else it is completed as in filespec_resolve.  Null on failure.  `flags` is 0. */
 ZFile *fopenr(const char *defaultDirectory, const char *name, const char *defaults, int flags);
 
 /* Opens a file for writing.  The bytes go into a hidden temporary file beside the destination
@@ -48,16 +55,27 @@ ZFile *fopenr(const char *defaultDirectory, const char *name, const char *defaul
  * when the destination is open for reading.  `flags` is 0. */
 ZFile *fopenw(const char *defaultDirectory, const char *name, const char *defaults, int flags);
 
-/* Opens a new, empty file for writing and then reading; an earlier one of the name is emptied.
- * Null on failure.  `flags` is 0. */
+/* Opens a new, empty file for writing and then reading; an earlier one of the name is emptied.  It
+ * is gone when it is closed.  Null on failure.  `flags` is 0. */
 ZFile *fopent(const char *defaultDirectory, const char *name, const char *defaults, int flags);
 
-/* Ends the handle; null is accepted.  Answers 0, or -1 when any byte could not be written: the
- * destination of an fopenw is then removed. */
+/* An input of less than 4 GiB that lies in memory.  The bytes stay the caller's and must outlive
+ * the handle.  Null on failure. */
+ZFile *fopenmemory(const void *bytes, size_t count);
+
+/* An input read from a descriptor, which stays the caller's: a regular file from its beginning,
+ * anything else (a pipe) from where it is to its end, into memory.  Null on failure. */
+ZFile *fopendescriptor(int descriptor);
+
+/* An output whose bytes a sink gets.  Null on failure. */
+ZFile *fopensink(ZFileSink sink);
+
+/* Ends the handle; null is accepted.  Answers 0, or -1 when any byte could not be written: what
+ * was written is then thrown away, and an older file under the name of an fopenw stays. */
 int fclosx(ZFile *file);
 
-/* Ends the handle and removes the file, and for an fopenw whatever stands under its final name;
- * what is no regular file stays.  Null is accepted. */
+/* Ends the handle and throws away what was written; an older file under the name of an fopenw
+ * stays.  Null is accepted. */
 int fcldelete(ZFile *file);
 
 /* Back to position 0. */
@@ -87,7 +105,9 @@ int fgetstr(ZFile *file, char *buffer);
 /* Writes the text and a line end (LF); answers 0, or -1 on failure. */
 int fputstr(ZFile *file, const char *text);
 
-/* The first error that writing met, or 0: an errno value that no later open takes away. */
+/* The first error that reading (the end is none) or writing met, or 0: an errno value that no later
+ * open takes away. */
+int zfile_readError(const ZFile *file);
 int zfile_writeError(const ZFile *file);
 
 /* The out-of-line halves of fgetb and fputb. */

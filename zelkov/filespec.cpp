@@ -14,19 +14,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "zelkov/cleanup.h"
+#include "zelkov/host.h"
 #include "zelkov/text.h"
 
-/* Both are set by the build: where an installed program's data lies, seen from its executable,
- * and where it is built, for a program run from its build tree. */
-#ifndef ZELKOV_DATA_BESIDE
-#define ZELKOV_DATA_BESIDE "../share/pdf_to_ps"
-#endif
-#ifndef ZELKOV_DATA_BUILT
-#define ZELKOV_DATA_BUILT "data/ps"
-#endif
-
 namespace {
+
+/* Where the data lies, seen from the executable: of an installed program, of a built one. */
+constexpr char DATA_INSTALLED[] = "../share/pdf_to_ps";
+constexpr char DATA_BUILT[] = "../data/ps";
 
 constexpr char DATA_LOCATION[] = "KV_DAT_PS:";
 constexpr char TEMPORARY_LOCATION[] = "KV_TMP:";
@@ -70,7 +65,7 @@ std::string expand(const std::string &text)
     if (text.starts_with(DATA_LOCATION))
         return filespec_dataDirectory() + text.substr(strlen(DATA_LOCATION));
     if (text.starts_with(TEMPORARY_LOCATION)) {
-        const std::string &directory = cleanup_privateDirectory();
+        const std::string &directory = host_privateDirectory();
         return directory.empty() ? "" : directory + text.substr(strlen(TEMPORARY_LOCATION));
     }
     return text;
@@ -110,13 +105,18 @@ bool breaksName(unsigned char byte)
 
 std::string filespec_dataDirectory()
 {
-    if (const char *set = getenv("KV_DAT_PS"); set && *set)
-        return std::string(set) + "/";
+    if (const std::string &set = host().dataDirectory; !set.empty())
+        return set + "/";
     int saved = errno;
-    std::string beside = executableDirectory() + ZELKOV_DATA_BESIDE;
+    std::string beside = executableDirectory() + DATA_INSTALLED;
     bool installed = isDirectory(beside);
     errno = saved;
-    return (installed ? beside : std::string(ZELKOV_DATA_BUILT)) + "/";
+    return (installed ? beside : executableDirectory() + DATA_BUILT) + "/";
+}
+
+std::string filespec_expand(const char *name)
+{
+    return expand(name);
 }
 
 std::string filespec_resolve(const char *defaultDirectory, const char *name, const char *defaults)

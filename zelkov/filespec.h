@@ -20,6 +20,10 @@ std::string filespec_resolve(const char *defaultDirectory, const char *name, con
 std::string filespec_resolveExact(const char *defaultDirectory, const char *name,
                                   const char *defaults);
 
+/* The path that `name` itself stands for, its logical location replaced by the directory; empty,
+ * with errno set, when a location cannot be had. */
+std::string filespec_expand(const char *name);
+
 constexpr int FPARSE_RESULT_BYTES = 32;
 
 /* Writes a component of `specification`, completed from `defaults`, into `result` (32 bytes,
@@ -29,8 +33,8 @@ constexpr int FPARSE_RESULT_BYTES = 32;
  * selector. */
 int fparse(char *result, const char *specification, const char *defaults, const char *selector);
 
-/* The directory of the data files, with a final slash: $KV_DAT_PS, else the data directory beside
- * the executable, else the one in the build tree. */
+/* The directory of the data files, with a final slash: the run's own (host.h), else the data
+ * directory of an installed program beside the executable, else that of a build tree. */
 std::string filespec_dataDirectory();
 
 #endif

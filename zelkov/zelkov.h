@@ -6,11 +6,11 @@
 
 #include "zelkov/attribute.h"
 #include "zelkov/cleanup.h"
-#include "zelkov/cmdline.h"
 #include "zelkov/control.h"
 #include "zelkov/file.h"
 #include "zelkov/filespec.h"
 #include "zelkov/format.h"
+#include "zelkov/host.h"
 #include "zelkov/instance.h"
 #include "zelkov/memzone.h"
 #include "zelkov/text.h"

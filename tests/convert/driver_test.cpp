@@ -99,7 +99,8 @@ TEST(Driver, AFileThatCannotBeOpenedLeavesNoOutput)
     ScratchDirectory directory;
     ProgramResult result = runIn(directory, {"absent"});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "ZOLAK-E-BADFOPEN: Error occurred while opening the PDF file 'absent' "
+    EXPECT_EQ(result.err, "absent.pdf: No such file or directory\n"
+                          "ZOLAK-E-BADFOPEN: Error occurred while opening the PDF file 'absent' "
                           "for reading.\n");
     EXPECT_TRUE(directory.names().empty());
     EXPECT_EQ(runIn(directory, {"."}).status, 1) << "nor a directory";
@@ -111,7 +112,8 @@ TEST(Driver, AnOutputThatCannotBeOpenedIsReported)
     directory.write("doc.pdf", PdfBuilder().build());
     ProgramResult result = runIn(directory, {"doc", "-OUTSPEC=absent/out.ps"});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "ZOLAK-E-BADFOPEN: Error occurred while opening the file "
+    EXPECT_EQ(result.err, "absent/out.ps: No such file or directory\n"
+                          "ZOLAK-E-BADFOPEN: Error occurred while opening the file "
                           "absent/out.ps for writing.\n");
 }
 
@@ -121,7 +123,8 @@ TEST(Driver, OfTwoFilesThatCannotBeOpenedTheInputIsTold)
     directory.write("noname.ps", "an older result");
     ProgramResult result = runIn(directory, {"absent", "-PROLOG=./absent"});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "ZOLAK-E-BADFOPEN: Error occurred while opening the PDF file 'absent' "
+    EXPECT_EQ(result.err, "absent.pdf: No such file or directory\n"
+                          "ZOLAK-E-BADFOPEN: Error occurred while opening the PDF file 'absent' "
                           "for reading.\n");
     EXPECT_EQ(readFile(directory / "noname.ps"), "an older result")
         << "an output that was never opened stays";
@@ -134,7 +137,8 @@ TEST(Driver, AnOutputThatIsADirectoryIsLeftAlone)
     ASSERT_EQ(mkdir((directory / "out.ps").c_str(), 0700), 0);
     ProgramResult result = runIn(directory, {"doc", "-OUTSPEC=out"});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "ZOLAK-E-BADFOPEN: Error occurred while opening the file out for "
+    EXPECT_EQ(result.err, "out.ps: Is a directory\n"
+                          "ZOLAK-E-BADFOPEN: Error occurred while opening the file out for "
                           "writing.\n");
     EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "out.ps"}));
 }
@@ -161,7 +165,8 @@ TEST(Driver, AMissingPrologStopsTheRunBeforeTheVersionIsRead)
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(
         linesOf(result.err),
-        (Texts{"ZOLAK-E-BADFOPEN: Error occurred while opening the file ./absent for reading.",
+        (Texts{"./absent.ps: No such file or directory",
+               "ZOLAK-E-BADFOPEN: Error occurred while opening the file ./absent for reading.",
                "ZOLAK-E-PDFVRSN: This is not a PDF file"}));
     EXPECT_EQ(directory.names(), Texts{"doc.pdf"});
 }
@@ -175,7 +180,9 @@ TEST(Driver, AMissingTrailerStopsTheRunAfterThePages)
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(linesOf(result.err).back(),
               "ZOLAK-E-BADFOPEN: Error occurred while opening the file ./absent for reading.");
-    EXPECT_EQ(directory.names(), Texts{"doc.pdf"}) << "a failed run leaves no output";
+    EXPECT_EQ(readFile(directory / "noname.ps"), "an older result")
+        << "a failed run changes nothing";
+    EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "noname.ps"}));
 }
 
 TEST(Driver, APrologNameWithoutDirectoryIsLookedUpInTheDataDirectory)
@@ -437,7 +444,7 @@ class StoppedRun : public testing::Test {
 
 } // namespace
 
-TEST_F(StoppedRun, AStopAtAnyReportEndsTheRunAndDeletesTheOutput)
+TEST_F(StoppedRun, AStopAtAnyReportEndsTheRunAndLeavesTheOlderOutput)
 {
     const Texts all = {"INTRO", "PAGE", "PAGE", "PAGE"};
     EXPECT_EQ(run(SIZE_MAX), all);
@@ -452,6 +459,7 @@ TEST_F(StoppedRun, AStopAtAnyReportEndsTheRunAndDeletesTheOutput)
         EXPECT_EQ(inst->errorFlag, 1);
         EXPECT_EQ(inst->input, nullptr) << "both files are closed";
         EXPECT_EQ(inst->output, nullptr);
-        EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "empty.ps"})) << reports;
+        EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "empty.ps", "out.ps"})) << reports;
+        EXPECT_EQ(readFile(directory / "out.ps"), "an older result");
     }
 }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
@@ -23,6 +24,7 @@ std::vector<RecordedReport> convertHere(const ScratchDirectory &directory, const
                                         int32_t decode)
 {
     directory.write("doc.pdf", bytes);
+    unlink((directory / "out.ps").c_str());
     RecordingController controller;
     auto *inst = reinterpret_cast<ConverterInstance *>(zelkov_create_inst(zolak_baseclass_init()));
     inst->controller = controller;

@@ -1,8 +1,6 @@
 /*
  * cleanup_test.cpp - nothing temporary outlives a process, however it ends
  */
-#include "zelkov/cleanup.h"
-
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -13,7 +11,10 @@
 #include <unistd.h>
 
 #include "tests/support/scratch_directory.h"
+#include "zelkov/cleanup.h"
 #include "zelkov/file.h"
+#include "zelkov/host.h"
+#include "zelkov/process.h"
 
 namespace {
 
@@ -33,10 +34,17 @@ int inProcess(const ScratchDirectory &directory, const std::function<void()> &wo
     return status;
 }
 
+/* As if the process had just begun in the environment that is set now. */
+void startAnew()
+{
+    host_removePrivateDirectory(host());
+    process_readEnvironment();
+}
+
 void openBothKinds(const ScratchDirectory &directory)
 {
     static ZFile *kept[2]; /* open at the end, and no leak */
-    cleanup_removePrivateDirectory();
+    startAnew();
     kept[0] = fopenw("", (directory / "out.ps").c_str(), "", 0);
     kept[1] = fopent("", "font", "KV_TMP:.tmp", 0);
     fputstr(kept[0], "half a file");
@@ -47,7 +55,7 @@ void openBothKinds(const ScratchDirectory &directory)
 
 TEST(Cleanup, EachEndingSignalRemovesTheTemporaryFilesFirst)
 {
-    for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGXCPU, SIGALRM}) {
         ScratchDirectory directory;
         int status = inProcess(directory, [&] {
             openBothKinds(directory);
@@ -67,7 +75,7 @@ TEST(Cleanup, ASignalThatWasIgnoredStaysIgnored)
     int status = inProcess(directory, [&] {
         /* As nohup does, before the program begins; the parent may have installed its own. */
         std::signal(SIGHUP, SIG_IGN);
-        cleanup_install();
+        process_begin();
         raise(SIGHUP);
     });
     EXPECT_TRUE(WIFEXITED(status));
@@ -85,8 +93,8 @@ TEST(Cleanup, ThePrivateDirectoryIsForItsOwnerAlone)
 {
     ScratchDirectory directory;
     int status = inProcess(directory, [&] {
-        cleanup_removePrivateDirectory();
-        const std::string &path = cleanup_privateDirectory();
+        startAnew();
+        const std::string &path = host_privateDirectory();
         struct stat info;
         bool good = path.starts_with(directory.path) && stat(path.c_str(), &info) == 0 &&
                     (info.st_mode & 07777) == 0700;
@@ -116,9 +124,9 @@ TEST(Cleanup, ThePrivateDirectoryIsMadeWhereTheEnvironmentSays)
         int status = inProcess(own, [&] {
             set("KV_TMP", c.own);
             set("TMPDIR", c.general);
-            cleanup_removePrivateDirectory();
+            startAnew();
             std::string parent = std::string(c.expected) + "/";
-            const std::string &path = cleanup_privateDirectory();
+            const std::string &path = host_privateDirectory();
             bool good = path.starts_with(parent) && path.ends_with("/") &&
                         path.find('/', parent.size()) == path.size() - 1;
             exit(good ? 0 : 1);
@@ -134,7 +142,7 @@ TEST(Cleanup, ADirectoryThatCannotBeMadeFailsTheOpen)
     ScratchDirectory directory;
     int status = inProcess(directory, [&] {
         setenv("KV_TMP", (directory / "absent").c_str(), 1);
-        cleanup_removePrivateDirectory();
+        startAnew();
         errno = 0;
         ZFile *file = fopent("", "font", "KV_TMP:.tmp", 0);
         exit(!file && errno == ENOENT ? 0 : 1);
@@ -148,7 +156,7 @@ TEST(Cleanup, TemporaryFilesOfOneNameInTwoProcessesNeverMeet)
     ScratchDirectory directory;
     /* Writes a temporary file, stands still when asked to, and reads it back. */
     auto work = [](const char *content, bool pause) {
-        cleanup_removePrivateDirectory();
+        startAnew();
         ZFile *file = fopent("", "font", "KV_TMP:.tmp", 0);
         fputstr(file, content);
         frewind(file);
@@ -174,4 +182,41 @@ TEST(Cleanup, TemporaryFilesOfOneNameInTwoProcessesNeverMeet)
     waitpid(first, &status, 0);
     EXPECT_EQ(status, 0);
     EXPECT_TRUE(directory.names().empty());
+}
+
+TEST(Cleanup, ClosedTemporaryFilesLeaveTheListFreeForOthers)
+{
+    ScratchDirectory directory;
+    int status = inProcess(directory, [&] {
+        startAnew();
+        /* More than the list has room for, one after the other. */
+        for (int i = 0; i < 200; i++) {
+            ZFile *file = fopent("", ("font" + std::to_string(i)).c_str(), "KV_TMP:.tmp", 0);
+            fputstr(file, "x");
+            fclosx(file);
+            if (access((host_privateDirectory() + "font" + std::to_string(i) + ".tmp").c_str(),
+                       F_OK) == 0)
+                exit(98);
+        }
+        openBothKinds(directory);
+        raise(SIGTERM);
+    });
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_TRUE(directory.names().empty()) << "the last two were still on the list";
+}
+
+TEST(Cleanup, TheListHolds64PathsAndSaysWhenItIsFull)
+{
+    ScratchDirectory directory;
+    int status = inProcess(directory, [&] {
+        startAnew();
+        int taken = 0;
+        while (taken < 1000 && cleanup_add(directory / std::to_string(taken)))
+            taken++;
+        if (taken != 64)
+            exit(99);
+        cleanup_forget(directory / "7");
+        exit(cleanup_add(directory / "another") && !cleanup_add(directory / "more") ? 0 : 1);
+    });
+    EXPECT_EQ(status, 0);
 }

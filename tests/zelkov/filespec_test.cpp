@@ -1,10 +1,10 @@
 #include "zelkov/filespec.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include "tests/support/scratch_directory.h"
+#include "zelkov/host.h"
 
 namespace {
 
@@ -47,18 +47,17 @@ TEST(FileSpec, ADirectoryIsNoFile)
     }
 }
 
-TEST(FileSpec, TheDataLocationIsTheEnvironmentsWhenSet)
+TEST(FileSpec, TheDataLocationIsTheRunsOwnWhenSet)
 {
-    setenv("KV_DAT_PS", "/some/where", 1);
+    host().dataDirectory = "/some/where";
     EXPECT_EQ(filespec_resolve("", "KV_DAT_PS:x", ".ps"), "/some/where/x.ps");
     EXPECT_EQ(filespec_resolve("", "x", "KV_DAT_PS:.ps"), "/some/where/x.ps");
     EXPECT_EQ(filespec_resolve("", "./x", "KV_DAT_PS:.ps"), "./x.ps");
-    unsetenv("KV_DAT_PS");
+    host().dataDirectory.clear();
 }
 
-TEST(FileSpec, WithoutTheEnvironmentABuildTreeProgramFindsTheDataBuilt)
+TEST(FileSpec, WithoutOneABuildTreeProgramFindsTheDataBuilt)
 {
-    unsetenv("KV_DAT_PS");
     EXPECT_TRUE(filespec_dataDirectory().ends_with("data/ps/"));
 }
 

@@ -5,10 +5,10 @@
  */
 #include "tools/compress1_0/runlengthdecode.h"
 
-#include <cstdio>
 #include <new>
 
 #include "tools/compress1_0/decoderstate.h"
+#include "zelkov/host.h"
 
 RunLengthDecoder *RLED_Init(int32_t parameter, ZelkovController *controller)
 {
@@ -30,7 +30,7 @@ void RLED_Free(RunLengthDecoder *decoder)
 int32_t RLED_ToRaw(RunLengthDecoder *decoder, const uint8_t *, int32_t, uint8_t *, int32_t)
 {
     if (decoder->parameter != RLED_PARAMETER)
-        fprintf(stderr, "Not implemented yet (RLED_ToRaw) !\n");
+        host_say("Not implemented yet (RLED_ToRaw) !");
     return 0;
 }
 

@@ -1,7 +1,6 @@
 /*
  * main.cpp - the command: switches into attributes, one conversion, an exit status
  */
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -9,6 +8,7 @@
 #include "tools/zolak1_3/pdf_to_ps/driver.h"
 #include "tools/zolak1_3/pdf_to_ps/zolak_class.h"
 #include "zelkov/cmdline.h"
+#include "zelkov/process.h"
 
 namespace {
 
@@ -32,12 +32,6 @@ const SwitchEntry switches[] = {
     {"LOG*FILE", &logfileGiven, nullptr, &logfileValue},
     {nullptr, nullptr, nullptr, nullptr},
 };
-
-[[noreturn]] void fail(const char *message)
-{
-    fputs(message, stderr);
-    exit(EXIT_FAILURE);
-}
 
 ZelkovController *findController()
 {
@@ -91,9 +85,11 @@ void setOptions(ConverterInstance *inst, const std::string &file)
 
 int main(int argc, char **argv)
 {
+    process_begin();
     ZelkovController *controller = findController();
     if (!controller)
-        fail("No global controller found and could not use the base controller either.  Bye !\n");
+        process_fail(
+            "No global controller found and could not use the base controller either.  Bye !");
     instanceMethod<SLOT_SET_ATTRIBUTE>(controller)(controller, "PROMPT", "ZOLAK", TYPE_TEXT);
 
     getcmd_arg(PROMPT, argc, argv);
@@ -104,7 +100,7 @@ int main(int argc, char **argv)
 
     ConverterInstance *inst = createInstance();
     if (!inst)
-        fail("Can not create instance ZOLAK.  Bye !\n");
+        process_fail("Can not create instance ZOLAK.  Bye !");
     inst->controller = controller;
     control_adopt(controller, &inst->header);
     setOptions(inst, file);
