@@ -145,9 +145,7 @@ size_t runChain(const std::string &encoded, int count, const char *const *names,
                 ZelkovController *controller)
 {
     constexpr size_t PIECE = FILTER_BUFFER_BYTES;
-    ConverterInstance inst = {};
-    inst.controller = controller;
-    DecodingChain *chain = chainInit(&inst, count, names);
+    DecodingChain *chain = chainInit(controller, count, names);
     const uint8_t *in = reinterpret_cast<const uint8_t *>(encoded.data());
     size_t left = encoded.size(), made = 0;
     while (chain_isBeginRun(chain)) {

@@ -12,8 +12,8 @@
 #include <string>
 
 #include "fuzz/silent_controller.h"
-#include "tools/zolak1_3/pdf_to_ps/driver.h"
-#include "tools/zolak1_3/pdf_to_ps/zolak_class.h"
+#include "tools/zolak1_3/pdf_to_ps/frame/driver.h"
+#include "tools/zolak1_3/pdf_to_ps/frame/zolak_class.h"
 
 namespace {
 
@@ -80,18 +80,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         scratch.write("doc.pdf", data[0] & AS_OBJECTS ? documentOf(bytes) : bytes);
     silentReset();
     auto *inst = reinterpret_cast<ConverterInstance *>(zelkov_create_inst(zolak_baseclass_init()));
-    inst->controller = controller;
+    inst->run.controller = controller;
     inst->header.owner = controller; /* adopted, but for the list that would keep it */
     silentListener = &inst->header;
-    snprintf(inst->FILE, sizeof inst->FILE, "%s", document.c_str());
-    snprintf(inst->OUTSPEC, sizeof inst->OUTSPEC, "/dev/null");
-    snprintf(inst->PROLOG, sizeof inst->PROLOG, "%s/empty.ps", scratch.folder.c_str());
-    snprintf(inst->TRAILER, sizeof inst->TRAILER, "%s/empty.ps", scratch.folder.c_str());
-    inst->DECODE = (data[0] & WITH_DECODE) != 0;
-    inst->ENCRYPT = (data[0] & WITH_ENCRYPT) != 0;
-    inst->PAGE = data[0] & ONE_PAGE ? 1 : 0;
+    snprintf(inst->options.FILE, sizeof inst->options.FILE, "%s", document.c_str());
+    snprintf(inst->options.OUTSPEC, sizeof inst->options.OUTSPEC, "/dev/null");
+    snprintf(inst->options.PROLOG, sizeof inst->options.PROLOG, "%s/empty.ps",
+             scratch.folder.c_str());
+    snprintf(inst->options.TRAILER, sizeof inst->options.TRAILER, "%s/empty.ps",
+             scratch.folder.c_str());
+    inst->options.DECODE = (data[0] & WITH_DECODE) != 0;
+    inst->options.ENCRYPT = (data[0] & WITH_ENCRYPT) != 0;
+    inst->options.PAGE = data[0] & ONE_PAGE ? 1 : 0;
     runConversion(inst);
-    if (inst->input)
+    if (inst->run.input)
         abort();
     silentListener = nullptr;
     zelkov_free_inst(&inst->header);

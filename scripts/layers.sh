@@ -1,28 +1,45 @@
 #!/bin/sh
 # layers.sh - checks that a folder includes only what stands below it
+#
+# One row for each folder: its name, then the folders that its files may include from, itself aside.
 set -eu
 cd "$(dirname "$0")/.."
 
-reader='(backread|containermemo|containers|filterlist|instance|lexer|objects|streams|textobjects|xref|zolak_class)'
+table='
+zelkov
+tools/compress1_0                zelkov
+tools/compress1_1                zelkov tools/compress1_0
+tools/compress1_2                zelkov tools/compress1_0
+tools/zolak1_3/truetype          zelkov
+tools/zolak1_3/pdf_to_ps/reader  zelkov
+tools/zolak1_3/zolak_filter      zelkov tools/compress1_0 tools/compress1_1 tools/compress1_2 tools/zolak1_3/pdf_to_ps/reader
+tools/zolak1_3/pdf_to_ps/writer  zelkov tools/zolak1_3/truetype tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/zolak_filter
+tools/zolak1_3/pdf_to_ps/frame   zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer
+'
+
 status=0
 
-# allow PATTERN FILE...: every project header that the files include matches the pattern.
-allow() {
-    pattern=$1
-    shift
-    bad=$(grep -HE '^#include "' "$@" | grep -vE "#include \"$pattern" || true)
-    if [ -n "$bad" ]; then
-        printf 'Included from a layer above:\n%s\n' "$bad"
+# Every folder with sources has its row.
+for folder in $(find zelkov tools -name '*.cpp' -o -name '*.h' | sed 's|/[^/]*$||' | sort -u); do
+    if ! printf '%s\n' "$table" | grep -q "^$folder\( \|$\)"; then
+        echo "Not in the table of layers: $folder"
         status=1
     fi
-}
+done
 
-allow 'zelkov/' zelkov/*
-allow '(zelkov|tools/compress1_[0-2])/' tools/compress1_*/*
-allow '(zelkov|tools/zolak1_3/truetype)/' tools/zolak1_3/truetype/*.h tools/zolak1_3/truetype/*.cpp
-# shellcheck disable=SC2046 # a list of files without blanks
-allow "(zelkov/|tools/zolak1_3/pdf_to_ps/$reader\\.h)" \
-    $(find tools/zolak1_3/pdf_to_ps | grep -E "/$reader\.(h|cpp)\$")
-allow "(zelkov/|tools/compress1_|tools/zolak1_3/zolak_filter/|tools/zolak1_3/pdf_to_ps/$reader\\.h)" \
-    tools/zolak1_3/zolak_filter/*.h tools/zolak1_3/zolak_filter/*.cpp
+# Every include of ours leads to the folder itself or to one of its row.
+while read -r folder allowed; do
+    [ -n "$folder" ] || continue
+    pattern=$folder
+    for below in $allowed; do
+        pattern="$pattern|$below"
+    done
+    bad=$(grep -HE '^#include "' "$folder"/*.h "$folder"/*.cpp | grep -vE "#include \"($pattern)/[^/\"]*\"" || true)
+    if [ -n "$bad" ]; then
+        printf 'Not below %s:\n%s\n' "$folder" "$bad"
+        status=1
+    fi
+done <<END
+$table
+END
 exit $status

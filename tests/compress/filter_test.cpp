@@ -31,16 +31,16 @@ class Filtered {
     Filtered(const std::string &entries, const std::string &data)
         : dictText("<< " + entries + " >>"), test(dictText + data)
     {
-        DictPtr dict = readDict(test.inst);
+        DictPtr dict = readDict(test.run);
         EXPECT_TRUE(dict);
         stream = {dict.release(), 0, (ValuePosition)dictText.size(), (int32_t)data.size()};
     }
-    ~Filtered() { freeDict(test.inst, stream.dict); }
+    ~Filtered() { freeDict(test.run, stream.dict); }
 
     /* What is written. */
     std::string run()
     {
-        filter(test.inst, &stream, test.inst->output);
+        filter(test.run, &stream, test.run->output);
         return test.written();
     }
 
@@ -63,7 +63,7 @@ class Filter : public ::testing::Test {
         Filtered filtered(entries, data);
         EXPECT_EQ(filtered.run(), decoded);
         EXPECT_EQ(filtered.reports(), reports);
-        EXPECT_EQ(filtered.test.inst->liveNames, 0);
+        EXPECT_EQ(filtered.test.run->liveNames, 0);
     }
 };
 
@@ -118,7 +118,7 @@ TEST_F(Filter, CopyBeyondTheEndOfTheFileIsAnError)
     EXPECT_EQ(filtered.run(), "data");
     EXPECT_EQ(filtered.reportsWithLines(), Texts{CANNOT_COPY});
     EXPECT_EQ(errno, ENODATA);
-    EXPECT_EQ(filtered.test.inst->errorFlag, 1);
+    EXPECT_EQ(filtered.test.run->errorFlag, 1);
 }
 
 TEST_F(Filter, ErrorFromBeforeShowsAfterTheCopy)
@@ -168,7 +168,7 @@ TEST_F(Filter, EmptyDataDecodesToNothing)
 TEST_F(Filter, DecodedDataIsWrittenBehindWhatIsThere)
 {
     Filtered filtered("/Filter /ASCIIHexDecode", "4142>");
-    fputm(filtered.test.inst->output, "before ", 7);
+    fputm(filtered.test.run->output, "before ", 7);
     EXPECT_EQ(filtered.run(), "before AB");
 }
 
@@ -254,7 +254,7 @@ TEST_F(Filter, FilterThatIsNoNameHasNoChain)
     EXPECT_EQ(list.run(), "");
     EXPECT_EQ(list.reports(), (Texts{"ZOLAK 4 READERR: Reading error.",
                                      "ZOLAK 4 FILTER: Can't create decoding chain."}));
-    EXPECT_EQ(list.test.inst->errorFlag, 1);
+    EXPECT_EQ(list.test.run->errorFlag, 1);
 }
 
 /* ---- data at fault */
@@ -267,7 +267,7 @@ TEST_F(Filter, DecoderFaultKeepsWhatWasWritten)
     Filtered damaged("/Filter /ASCIIHexDecode", digits);
     EXPECT_EQ(damaged.run(), std::string(1024, 'x'));
     EXPECT_EQ(damaged.reportsWithLines().back(), CANNOT_DECODE);
-    EXPECT_EQ(damaged.test.inst->errorFlag, 1);
+    EXPECT_EQ(damaged.test.run->errorFlag, 1);
 }
 
 TEST_F(Filter, WrongChecksumEndsTheRunOnce)
@@ -319,7 +319,7 @@ TEST_F(Filter, DataWithoutEndMarkIsAFaultThatTheRunSurvives)
     Filtered filtered("/Filter /ASCIIHexDecode", "48656C6C6F");
     EXPECT_EQ(filtered.run(), "Hello");
     EXPECT_EQ(filtered.reportsWithLines(), Texts{DATA_ENDED});
-    EXPECT_EQ(filtered.test.inst->errorFlag, 0);
+    EXPECT_EQ(filtered.test.run->errorFlag, 0);
 }
 
 TEST_F(Filter, TruncatedDataOfEveryFilterEnds)
@@ -388,7 +388,7 @@ TEST_F(Filter, OutputThatCannotBeWrittenIsAnError)
         Filtered filtered(entries, encoded);
         ZFile *full = fopenw("", "/dev/full", "", 0);
         ASSERT_NE(full, nullptr);
-        filter(filtered.test.inst, &filtered.stream, full);
+        filter(filtered.test.run, &filtered.stream, full);
         EXPECT_EQ(errno, ENOSPC);
         EXPECT_EQ(filtered.reportsWithLines(), Texts{report});
         fclosx(full);
@@ -399,7 +399,7 @@ TEST_F(Filter, OutputThatCannotBeWrittenIsAnError)
 TEST_F(Filter, NothingIsWrittenOnceTheErrorFlagIsSet)
 {
     Filtered filtered("/Filter /ASCIIHexDecode", "4142>");
-    filtered.test.inst->errorFlag = 1;
+    filtered.test.run->errorFlag = 1;
     EXPECT_EQ(filtered.run(), "");
     EXPECT_EQ(filtered.reports(), Texts{});
 }

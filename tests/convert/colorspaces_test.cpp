@@ -1,13 +1,14 @@
 /*
  * colorspaces_test.cpp - colour spaces as PostScript, byte for byte
  */
-#include "tools/zolak1_3/pdf_to_ps/colorspaces.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/colorspaces.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
 #include "tests/support/test_instance.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ Space writeSpace(const std::string &input)
 {
     TestInstance test(input + " endobj ");
     Space space;
-    space.components = WriteColorSpace(test.inst);
+    space.components = WriteColorSpace(test.run);
     space.text = test.written();
     space.reports = test.controller.takeTexts();
     return space;
@@ -201,8 +202,8 @@ TEST(ColorSpace, AMissingElementIsReadNowhere)
 TEST(ColorSpace, NothingIsWrittenOnceTheErrorFlagIsSet)
 {
     TestInstance test("/DeviceRGB ");
-    test.inst->errorFlag = 1;
-    EXPECT_EQ(WriteColorSpace(test.inst), 0U);
+    test.run->errorFlag = 1;
+    EXPECT_EQ(WriteColorSpace(test.run), 0U);
     EXPECT_EQ(test.written(), "");
 }
 
@@ -214,7 +215,7 @@ TEST(ColorSpace, 256LevelsAreWrittenAndTheNextIsNot)
     TestInstance test(pdf.build());
     test.openIndex();
     test.seek((uint32_t)pdf.offsetOf(3) + 7);
-    WriteColorSpace(test.inst);
+    WriteColorSpace(test.run);
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADOBJ: Objects are nested too deeply."});
 
     for (int arrays : {255, 256}) {
@@ -224,7 +225,7 @@ TEST(ColorSpace, 256LevelsAreWrittenAndTheNextIsNot)
         TestInstance deep(chain.build());
         deep.openIndex();
         deep.seek((uint32_t)chain.offsetOf(3) + 7);
-        WriteColorSpace(deep.inst);
+        WriteColorSpace(deep.run);
         EXPECT_EQ(deep.controller.takeTexts(),
                   arrays == 255 ? Texts{}
                                 : Texts{"ZOLAK 4 BADOBJ: Objects are nested too deeply."});
@@ -257,8 +258,8 @@ TEST(ColorSpaceResources, EveryEntryIsDefinedInStoredOrder)
 {
     TestInstance test("<< /CS1 /DeviceGray /CS0 [/CalRGB << /WhitePoint [0.9505 1 1.089] >>] "
                       "/Icc [/ICCBased 5] >> endobj ");
-    DictPtr dict = readDict(test.inst);
-    DefineColorSpaceResources(test.inst, dict.get());
+    DictPtr dict = readDict(test.run);
+    DefineColorSpaceResources(test.run, dict.get());
     EXPECT_EQ(test.written(), "/CS1\n/DeviceGray /ColorSpace findRes\n/ColorSpace defineRes pop\n"
                               "/CS0\n[/CIEBasedABC <<\n"
                               "/DecodeLMN [{1 0.45 div exp} bind dup dup]\n"
@@ -270,8 +271,8 @@ TEST(ColorSpaceResources, EveryEntryIsDefinedInStoredOrder)
 TEST(ColorSpaceResources, TheDefinitionThatFailsIsStillClosed)
 {
     TestInstance test("<< /CS0 [/Indexed /DeviceRGB 1 5] /CS1 /DeviceGray >> endobj ");
-    DictPtr dict = readDict(test.inst);
-    DefineColorSpaceResources(test.inst, dict.get());
+    DictPtr dict = readDict(test.run);
+    DefineColorSpaceResources(test.run, dict.get());
     EXPECT_EQ(test.written(), "/CS0\n[/Indexed /DeviceRGB /ColorSpace findRes\n1 "
                               "/ColorSpace defineRes pop\n");
 }

@@ -1,7 +1,7 @@
 /*
  * driver_test.cpp - the version header, prolog and trailer, what is left after a failure
  */
-#include "tools/zolak1_3/pdf_to_ps/driver.h"
+#include "tools/zolak1_3/pdf_to_ps/frame/driver.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -10,7 +10,7 @@
 
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
-#include "tools/zolak1_3/pdf_to_ps/zolak_class.h"
+#include "tools/zolak1_3/pdf_to_ps/frame/zolak_class.h"
 
 namespace {
 
@@ -388,7 +388,7 @@ class StoppedRun : public testing::Test {
         overrideMethod<SLOT_REPORT>(cls, note);
         controller = zelkov_create_inst(cls);
         inst = reinterpret_cast<ConverterInstance *>(zelkov_create_inst(zolak_baseclass_init()));
-        inst->controller = controller;
+        inst->run.controller = controller;
         control_adopt(controller, &inst->header);
         keys.clear();
     }
@@ -407,10 +407,10 @@ class StoppedRun : public testing::Test {
             pdf.addPage("/MediaBox [0 0 9 9]");
         std::string empty = directory.write("empty.ps", "");
         directory.write("out.ps", "an older result");
-        setText(inst->FILE, directory.write("doc.pdf", pdf.build()));
-        setText(inst->OUTSPEC, directory / "out.ps");
-        setText(inst->PROLOG, empty);
-        setText(inst->TRAILER, empty);
+        setText(inst->options.FILE, directory.write("doc.pdf", pdf.build()));
+        setText(inst->options.OUTSPEC, directory / "out.ps");
+        setText(inst->options.PROLOG, empty);
+        setText(inst->options.TRAILER, empty);
         stopAt = stopAfter;
         if (stopAfter == 0)
             stop();
@@ -448,17 +448,17 @@ TEST_F(StoppedRun, AStopAtAnyReportEndsTheRunAndLeavesTheOlderOutput)
 {
     const Texts all = {"INTRO", "PAGE", "PAGE", "PAGE"};
     EXPECT_EQ(run(SIZE_MAX), all);
-    EXPECT_EQ(inst->errorFlag, 0);
+    EXPECT_EQ(inst->run.errorFlag, 0);
     EXPECT_TRUE(fileExists(directory / "out.ps"));
     for (size_t reports = 0; reports <= all.size(); reports++) {
-        inst->errorFlag = 0;
+        inst->run.errorFlag = 0;
         keys.clear();
         /* The header is read even when the stop came before. */
         size_t expected = std::max<size_t>(reports, 1);
         EXPECT_EQ(run(reports), Texts(all.begin(), all.begin() + (ptrdiff_t)expected)) << reports;
-        EXPECT_EQ(inst->errorFlag, 1);
-        EXPECT_EQ(inst->input, nullptr) << "both files are closed";
-        EXPECT_EQ(inst->output, nullptr);
+        EXPECT_EQ(inst->run.errorFlag, 1);
+        EXPECT_EQ(inst->run.input, nullptr) << "both files are closed";
+        EXPECT_EQ(inst->run.output, nullptr);
         EXPECT_EQ(directory.names(), (Texts{"doc.pdf", "empty.ps", "out.ps"})) << reports;
         EXPECT_EQ(readFile(directory / "out.ps"), "an older result");
     }

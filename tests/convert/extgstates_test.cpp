@@ -1,13 +1,14 @@
 /*
  * extgstates_test.cpp - extended graphics states and halftones, byte for byte
  */
-#include "tools/zolak1_3/pdf_to_ps/extgstates.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/extgstates.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/support/pdf_builder.h"
 #include "tests/support/test_instance.h"
-#include "tools/zolak1_3/pdf_to_ps/halftones.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/halftones.h"
 
 namespace {
 
@@ -31,8 +32,8 @@ std::string shorten(std::string text)
 Written defineStates(const std::string &dictionary)
 {
     TestInstance test(dictionary + " endobj ");
-    DictPtr dict = readDict(test.inst);
-    DefineExtGStateResources(test.inst, dict.get());
+    DictPtr dict = readDict(test.run);
+    DefineExtGStateResources(test.run, dict.get());
     return {shorten(test.written()), test.controller.takeTextsWithLines()};
 }
 
@@ -46,7 +47,7 @@ void expectState(const std::string &entries, const std::string &text)
 Written writeHalftone(const std::string &input)
 {
     TestInstance test(input + " endobj ");
-    WriteHalftone(test.inst, "/GS0");
+    WriteHalftone(test.run, "/GS0");
     return {shorten(test.written()), test.controller.takeTextsWithLines()};
 }
 
@@ -221,7 +222,7 @@ TEST(Halftone, OneInsideItselfEndsWithAMessage)
     TestInstance test(pdf.build());
     test.openIndex();
     test.seek((uint32_t)pdf.offsetOf(3) + 7);
-    WriteHalftone(test.inst, "/G");
+    WriteHalftone(test.run, "/G");
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADOBJ: Objects are nested too deeply."});
 }
 
@@ -235,7 +236,7 @@ TEST(Halftone, 256LevelsAreWrittenAndTheNextIsNot)
         TestInstance test(pdf.build());
         test.openIndex();
         test.seek((uint32_t)pdf.offsetOf(3) + 7);
-        WriteHalftone(test.inst, "/G");
+        WriteHalftone(test.run, "/G");
         EXPECT_EQ(test.controller.takeTexts(),
                   levels == 256 ? Texts{}
                                 : Texts{"ZOLAK 4 BADOBJ: Objects are nested too deeply."});

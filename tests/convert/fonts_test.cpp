@@ -1,7 +1,7 @@
 /*
  * fonts_test.cpp - font dictionaries, embedded programs, encodings, Type 3 fonts
  */
-#include "tools/zolak1_3/pdf_to_ps/fonts.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/fonts.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -9,7 +9,8 @@
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
 #include "tests/support/test_instance.h"
-#include "tools/zolak1_3/pdf_to_ps/encodings.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/encodings.h"
 
 namespace {
 
@@ -23,9 +24,9 @@ struct Written {
 Written defineFonts(const std::string &dictionary)
 {
     TestInstance test(dictionary + " endobj ");
-    strcpy(test.inst->baseName, "doc");
-    DictPtr dict = readDict(test.inst);
-    DefineFontResources(test.inst, dict.get());
+    strcpy(test.run->baseName, "doc");
+    DictPtr dict = readDict(test.run);
+    DefineFontResources(test.run, dict.get());
     return {test.written(), test.controller.takeTextsWithLines()};
 }
 
@@ -313,13 +314,13 @@ TEST(Type3Font, AGlyphThatCannotBeReadLeavesTheDefinitionOpen)
 TEST(FontEncoding, AnswersWhereTheEncodingIs)
 {
     TestInstance test("<< /A 1 /Encoding /X >> << /A 1 >> endobj ");
-    DictPtr with = readDict(test.inst);
+    DictPtr with = readDict(test.run);
     uint32_t next = test.position();
-    EXPECT_EQ(WriteFontEncoding(test.inst, with.get()), 1);
+    EXPECT_EQ(WriteFontEncoding(test.run, with.get()), 1);
     test.seek(next);
-    DictPtr without = readDict(test.inst);
+    DictPtr without = readDict(test.run);
     test.written();
-    EXPECT_LT(WriteFontEncoding(test.inst, without.get()), 0);
+    EXPECT_LT(WriteFontEncoding(test.run, without.get()), 0);
     EXPECT_EQ(test.written(), "");
 }
 

@@ -1,7 +1,7 @@
 /*
  * functions_test.cpp - sampled functions as PostScript, byte for byte
  */
-#include "tools/zolak1_3/pdf_to_ps/functions.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/functions.h"
 
 #include <gtest/gtest.h>
 
@@ -25,11 +25,11 @@ std::string functionStream(const std::string &entries, const std::string &data)
 Written writeFunction(const std::string &entries, int inputs = 1, const std::string &data = "ab")
 {
     TestInstance test(functionStream(entries, data));
-    StreamPtr stream = readStream(test.inst);
+    StreamPtr stream = readStream(test.run);
     if (inputs == 1)
-        WriteSampledFunction1(test.inst, stream.get());
+        WriteSampledFunction1(test.run, stream.get());
     else
-        WriteSampledFunction2(test.inst, stream.get());
+        WriteSampledFunction2(test.run, stream.get());
     return {test.written(), test.controller.takeTextsWithLines()};
 }
 
@@ -391,7 +391,7 @@ TEST(Function2, KeysThatAreMissingOrWrongAreReported)
 TEST(FunctionResource, IsNamedByPrefixAndSuffix)
 {
     TestInstance test(functionStream(withBits(8), "ab"));
-    DefineFunctionResource(test.inst, "/GS0", "TR", 1);
+    DefineFunctionResource(test.run, "/GS0", "TR", 1);
     std::string text = test.written();
     EXPECT_TRUE(text.starts_with("/GS0TR currentfile\n"));
     EXPECT_TRUE(text.ends_with("} bind end\n/Function defineRes pop\n"));
@@ -400,7 +400,7 @@ TEST(FunctionResource, IsNamedByPrefixAndSuffix)
 TEST(FunctionResource, ANameIsLeftAlone)
 {
     TestInstance test("/Identity ");
-    DefineFunctionResource(test.inst, "/GS0", "TR", 1);
+    DefineFunctionResource(test.run, "/GS0", "TR", 1);
     EXPECT_EQ(test.written(), "");
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
 }
@@ -408,7 +408,7 @@ TEST(FunctionResource, ANameIsLeftAlone)
 TEST(FunctionResource, AFunctionThatFailsIsEmptyBetweenItsEnds)
 {
     TestInstance test(functionStream("/FunctionType 4", "{ }"));
-    DefineFunctionResource(test.inst, "/GS0", "TR", 1);
+    DefineFunctionResource(test.run, "/GS0", "TR", 1);
     EXPECT_EQ(test.written(), "/GS0TR /Function defineRes pop\n");
 }
 
@@ -416,18 +416,18 @@ TEST(FunctionNumbers, ExactlyTheExpectedCount)
 {
     double numbers[3] = {9, 9, 9};
     TestInstance good("[1 -2.5 .5] ");
-    EXPECT_TRUE(ReadFunctionNumbers(good.inst, 3, numbers));
+    EXPECT_TRUE(ReadFunctionNumbers(good.run, 3, numbers));
     EXPECT_EQ(numbers[0], 1.0);
     EXPECT_EQ(numbers[1], -2.5);
     EXPECT_EQ(numbers[2], 0.5);
     for (const char *input : {"[1 2] ", "[1 2 3 4] "}) {
         TestInstance bad(input);
-        EXPECT_FALSE(ReadFunctionNumbers(bad.inst, 3, numbers));
+        EXPECT_FALSE(ReadFunctionNumbers(bad.run, 3, numbers));
         EXPECT_EQ(bad.controller.takeTextsWithLines(), BAD_ARRAY);
         EXPECT_EQ(numbers[0], 1.0) << "nothing is filled";
     }
     TestInstance none("5 ");
-    EXPECT_FALSE(ReadFunctionNumbers(none.inst, 3, numbers));
+    EXPECT_FALSE(ReadFunctionNumbers(none.run, 3, numbers));
     EXPECT_EQ(none.controller.takeTextsWithLines(),
               Texts{"ZOLAK:2331 4 out of memory: Out of memory"});
 }

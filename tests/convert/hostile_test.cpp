@@ -14,8 +14,8 @@
 #include "tests/support/pdf_builder.h"
 #include "tests/support/sample_document.h"
 #include "tests/support/test_instance.h"
-#include "tools/zolak1_3/pdf_to_ps/driver.h"
-#include "tools/zolak1_3/pdf_to_ps/zolak_class.h"
+#include "tools/zolak1_3/pdf_to_ps/frame/driver.h"
+#include "tools/zolak1_3/pdf_to_ps/frame/zolak_class.h"
 
 namespace {
 
@@ -27,16 +27,19 @@ std::vector<RecordedReport> convertHere(const ScratchDirectory &directory, const
     unlink((directory / "out.ps").c_str());
     RecordingController controller;
     auto *inst = reinterpret_cast<ConverterInstance *>(zelkov_create_inst(zolak_baseclass_init()));
-    inst->controller = controller;
+    inst->run.controller = controller;
     control_adopt(controller, &inst->header);
-    snprintf(inst->FILE, sizeof inst->FILE, "%s", (directory / "doc.pdf").c_str());
-    snprintf(inst->OUTSPEC, sizeof inst->OUTSPEC, "%s", (directory / "out.ps").c_str());
-    snprintf(inst->PROLOG, sizeof inst->PROLOG, "%s", (directory / "empty.ps").c_str());
-    snprintf(inst->TRAILER, sizeof inst->TRAILER, "%s", (directory / "empty.ps").c_str());
-    inst->DECODE = decode;
+    snprintf(inst->options.FILE, sizeof inst->options.FILE, "%s", (directory / "doc.pdf").c_str());
+    snprintf(inst->options.OUTSPEC, sizeof inst->options.OUTSPEC, "%s",
+             (directory / "out.ps").c_str());
+    snprintf(inst->options.PROLOG, sizeof inst->options.PROLOG, "%s",
+             (directory / "empty.ps").c_str());
+    snprintf(inst->options.TRAILER, sizeof inst->options.TRAILER, "%s",
+             (directory / "empty.ps").c_str());
+    inst->options.DECODE = decode;
     runConversion(inst);
-    EXPECT_EQ(fileExists(directory / "out.ps"), inst->errorFlag == 0);
-    EXPECT_EQ(inst->input, nullptr);
+    EXPECT_EQ(fileExists(directory / "out.ps"), inst->run.errorFlag == 0);
+    EXPECT_EQ(inst->run.input, nullptr);
     zelkov_free_inst(&inst->header);
     return controller.take();
 }

@@ -1,13 +1,14 @@
 /*
  * resources_test.cpp - the walk over a resource dictionary
  */
-#include "tools/zolak1_3/pdf_to_ps/resources.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/resources.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
 #include "tests/support/test_instance.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
 
 namespace {
 
@@ -68,8 +69,8 @@ TEST(Resources, WhatStandsBeforeThePatternsIsStillWritten)
                       "/ExtGState << /G << /OP true >> >> /Font << /F << /Subtype /Type1 >> >> "
                       "/XObject << /X << /Subtype /Form /Length 0 >>\nstream\n\nendstream >> "
                       ">> endobj ");
-    DictPtr resources = readDict(test.inst);
-    writeResources(test.inst, resources.get());
+    DictPtr resources = readDict(test.run);
+    writeResources(test.run, resources.get());
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADXOBJ: Patterns not supported"});
     EXPECT_EQ(test.written(), "0 /X ReadCount\n\n/X\n<<\n/ExternName (X)\n>>\nCallForm\n"
                               "<<\n/Name /F\n >> AdjFont\n"
@@ -88,8 +89,8 @@ TEST(Resources, AKindThatCannotBeReadLeavesOutTheKindsBehindIt)
 {
     TestInstance test("<< /Pattern << >> /ExtGState << /G << >> >> /Font 5 /XObject << >> >> "
                       "endobj ");
-    DictPtr resources = readDict(test.inst);
-    writeResources(test.inst, resources.get());
+    DictPtr resources = readDict(test.run);
+    writeResources(test.run, resources.get());
     EXPECT_EQ(test.controller.takeTexts(),
               (Texts{"ZOLAK 4 BADDICT: Dictionary expected.",
                      "ZOLAK 2 memwarn: Not enough memory to run properly. PDF reader will "

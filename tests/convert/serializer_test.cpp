@@ -1,7 +1,7 @@
 /*
  * serializer_test.cpp - values as PostScript text, byte for byte
  */
-#include "tools/zolak1_3/pdf_to_ps/serializer.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/serializer.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ using Texts = std::vector<std::string>;
 std::string write(const std::string &value, int expected = 0)
 {
     TestInstance test(value + " endobj ");
-    EXPECT_EQ(writeObject(test.inst, 0), expected) << value;
+    EXPECT_EQ(writeObject(test.run, 0), expected) << value;
     EXPECT_EQ(test.controller.takeTexts(), Texts{}) << value;
     return test.written();
 }
@@ -29,7 +29,7 @@ std::string writeReferenced(const Texts &objects)
         pdf.add(text);
     TestInstance test(pdf.build());
     test.openIndex();
-    writeObject(test.inst, (ValuePosition)pdf.offsetOf(3) + 7);
+    writeObject(test.run, (ValuePosition)pdf.offsetOf(3) + 7);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
     return test.written();
 }
@@ -118,21 +118,21 @@ TEST(Serializer, AKeywordLeavesItsKeyWithNothingBehindIt)
 TEST(Serializer, AnElementOutsideTheArrayWritesNothing)
 {
     TestInstance test("[7 8] ");
-    ArrayPtr array = readArray(test.inst);
-    writeArrayElement(test.inst, array.get(), -1);
-    writeArrayElement(test.inst, array.get(), 2);
+    ArrayPtr array = readArray(test.run);
+    writeArrayElement(test.run, array.get(), -1);
+    writeArrayElement(test.run, array.get(), 2);
     EXPECT_EQ(test.written(), "");
-    writeArrayElement(test.inst, array.get(), 1);
+    writeArrayElement(test.run, array.get(), 1);
     EXPECT_EQ(test.written(), "8 ");
 }
 
 TEST(Serializer, AnEntryIsKeyBlankValueLineEnd)
 {
     TestInstance test("<< /A 1 /B (x) >> ");
-    DictPtr dict = readDict(test.inst);
-    EXPECT_EQ(writeDictEntry(test.inst, dict.get(), "/C"), -1);
+    DictPtr dict = readDict(test.run);
+    EXPECT_EQ(writeDictEntry(test.run, dict.get(), "/C"), -1);
     EXPECT_EQ(test.written(), "");
-    EXPECT_EQ(writeDictEntry(test.inst, dict.get(), "/B"), 1);
+    EXPECT_EQ(writeDictEntry(test.run, dict.get(), "/B"), 1);
     EXPECT_EQ(test.written(), "/B (x) \n");
 }
 
@@ -143,12 +143,12 @@ TEST(Serializer, StreamDataIsCopiedAsItIsWithALineEnd)
         data += (char)(i * 31 + i / 255);
     TestInstance test(data);
     test.seek(17);
-    copyStreamData(test.inst, 3, 199000);
+    copyStreamData(test.run, 3, 199000);
     EXPECT_TRUE(test.written() == data.substr(3, 199000) + "\n");
     EXPECT_EQ(test.position(), 17U) << "the input's position is kept";
-    copyStreamData(test.inst, 3, 0);
+    copyStreamData(test.run, 3, 0);
     EXPECT_EQ(test.written(), "\n");
-    copyStreamData(test.inst, 3, -5);
+    copyStreamData(test.run, 3, -5);
     EXPECT_EQ(test.written(), "\n");
 }
 
@@ -164,7 +164,7 @@ TEST(Serializer, 256LevelsAreWrittenAndTheNextIsNot)
         pdf.add(repeated("[", inner) + repeated("]", inner));
         TestInstance test(pdf.build());
         test.openIndex();
-        writeObject(test.inst, (ValuePosition)pdf.offsetOf(3) + 7);
+        writeObject(test.run, (ValuePosition)pdf.offsetOf(3) + 7);
         EXPECT_EQ(test.controller.takeTexts(),
                   inner == 56 ? Texts{} : Texts{"ZOLAK 4 BADOBJ: Objects are nested too deeply."});
     }
@@ -176,7 +176,7 @@ TEST(Serializer, AReferenceBackEndsWithAMessage)
     pdf.add("<< /A 3 0 R >>");
     TestInstance test(pdf.build());
     test.openIndex();
-    EXPECT_EQ(writeObject(test.inst, (ValuePosition)pdf.offsetOf(3) + 7), 0)
+    EXPECT_EQ(writeObject(test.run, (ValuePosition)pdf.offsetOf(3) + 7), 0)
         << "the outermost is closed all the same";
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADOBJ: Objects are nested too deeply."});
     std::string text = test.written();
@@ -193,7 +193,7 @@ TEST(Serializer, SharedReferencesDoNotMultiplyWithoutEnd)
     pdf.add("[1 1 1 1]");
     TestInstance test(pdf.build());
     test.openIndex();
-    writeObject(test.inst, (ValuePosition)pdf.offsetOf(3) + 7);
+    writeObject(test.run, (ValuePosition)pdf.offsetOf(3) + 7);
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADOBJ: Object is too large."});
 }
 
@@ -206,7 +206,7 @@ TEST(Serializer, AMillionValuesAreWrittenAndTheNextIsNot)
         pdf.add("[" + repeated("1 ", 1023) + "]");
         TestInstance test(pdf.build());
         test.openIndex();
-        writeObject(test.inst, (ValuePosition)pdf.offsetOf(3) + 7);
+        writeObject(test.run, (ValuePosition)pdf.offsetOf(3) + 7);
         EXPECT_EQ(test.controller.takeTexts(),
                   more == 1023 ? Texts{} : Texts{"ZOLAK 4 BADOBJ: Object is too large."});
         std::string text = test.written();
@@ -214,8 +214,8 @@ TEST(Serializer, AMillionValuesAreWrittenAndTheNextIsNot)
         EXPECT_TRUE(text.ends_with("7 ] ") || text.ends_with("7 \n] ")) << "and it is closed";
 
         /* The next value that is handed over counts anew. */
-        test.inst->errorFlag = 0;
-        EXPECT_EQ(writeObject(test.inst, (ValuePosition)pdf.offsetOf(4) + 7), 0);
+        test.run->errorFlag = 0;
+        EXPECT_EQ(writeObject(test.run, (ValuePosition)pdf.offsetOf(4) + 7), 0);
         EXPECT_EQ(test.controller.takeTexts(), Texts{});
     }
 }
@@ -261,7 +261,7 @@ TEST(Serializer, AMemberThatFailsStillLeavesItsContainersClosed)
     pdf.add("(no end");
     TestInstance test(pdf.build());
     test.openIndex();
-    EXPECT_EQ(writeObject(test.inst, (ValuePosition)pdf.offsetOf(3) + 7), 0);
+    EXPECT_EQ(writeObject(test.run, (ValuePosition)pdf.offsetOf(3) + 7), 0);
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 READERR: Reading error."});
     EXPECT_EQ(test.written(), "<<\n/A [ 1 ] \n/B \n>>\n");
 }

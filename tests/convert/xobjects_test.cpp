@@ -1,7 +1,7 @@
 /*
  * xobjects_test.cpp - images and forms, byte for byte
  */
-#include "tools/zolak1_3/pdf_to_ps/xobjects.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/xobjects.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -22,9 +22,9 @@ struct Written {
 Written defineXObjects(const std::string &dictionary, const char *baseName = "doc")
 {
     TestInstance test(dictionary + " endobj ");
-    strcpy(test.inst->baseName, baseName);
-    DictPtr dict = readDict(test.inst);
-    DefineXObjectResources(test.inst, dict.get());
+    strcpy(test.run->baseName, baseName);
+    DictPtr dict = readDict(test.run);
+    DefineXObjectResources(test.run, dict.get());
     return {test.written(), test.controller.takeTextsWithLines()};
 }
 

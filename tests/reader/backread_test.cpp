@@ -1,4 +1,4 @@
-#include "tools/zolak1_3/pdf_to_ps/backread.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/backread.h"
 
 #include <cerrno>
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@ std::vector<std::string> linesBackward(const std::string &input, int lines)
     std::vector<std::string> found;
     char line[LINE_BYTES];
     for (int i = 0; i < lines; i++) {
-        readLineBackward(test.inst->input, line);
+        readLineBackward(test.run->input, line);
         found.push_back(line);
     }
     return found;
@@ -39,7 +39,7 @@ TEST(BackwardLines, TheInputIsLeftAtTheStartOfTheLine)
     TestInstance test("zero\none\n");
     test.seek(9);
     char line[LINE_BYTES];
-    EXPECT_EQ(readLineBackward(test.inst->input, line), 3);
+    EXPECT_EQ(readLineBackward(test.run->input, line), 3);
     EXPECT_EQ(test.position(), 5U);
 }
 
@@ -49,7 +49,7 @@ TEST(BackwardLines, ALongLineKeepsItsLast255Bytes)
     TestInstance test("zero\n" + longLine + "\n");
     test.seek((uint32_t)(6 + longLine.size()));
     char line[LINE_BYTES];
-    EXPECT_EQ(readLineBackward(test.inst->input, line), 1255) << "all bytes are counted";
+    EXPECT_EQ(readLineBackward(test.run->input, line), 1255) << "all bytes are counted";
     EXPECT_EQ(line, std::string(255, 'y'));
 }
 
@@ -58,7 +58,7 @@ TEST(BackwardLines, TheStartOfTheFileIsAReadFailure)
     TestInstance test("one\n");
     test.seek(4);
     char line[LINE_BYTES];
-    EXPECT_EQ(readLineBackward(test.inst->input, line), 3);
+    EXPECT_EQ(readLineBackward(test.run->input, line), 3);
     EXPECT_STREQ(line, "one");
     EXPECT_EQ(errno, 1);
 }

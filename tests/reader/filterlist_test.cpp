@@ -1,4 +1,4 @@
-#include "tools/zolak1_3/pdf_to_ps/filterlist.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/filterlist.h"
 
 #include <gtest/gtest.h>
 
@@ -18,14 +18,14 @@ struct Filters {
 Filters filtersOf(const std::string &dictionary)
 {
     TestInstance test(dictionary + " ");
-    DictPtr dict = readDict(test.inst);
+    DictPtr dict = readDict(test.run);
     char **list = nullptr;
     Filters found;
-    found.count = CreateFilters(test.inst, dict.get(), &list);
+    found.count = CreateFilters(test.run, dict.get(), &list);
     for (char **name = list; list && *name; name++)
         found.names.push_back(*name);
-    DestroyFilters(test.inst, list);
-    EXPECT_EQ(test.inst->liveNames, 0);
+    DestroyFilters(test.run, list);
+    EXPECT_EQ(test.run->liveNames, 0);
     found.reports = test.controller.takeTexts();
     return found;
 }
@@ -85,13 +85,13 @@ TEST(FilterList, AnythingElseIsAWrongType)
 TEST(FilterList, NothingIsDoneOnceTheErrorFlagIsSet)
 {
     TestInstance test("<< /Filter /FlateDecode >> ");
-    DictPtr dict = readDict(test.inst);
-    test.inst->errorFlag = 1;
+    DictPtr dict = readDict(test.run);
+    test.run->errorFlag = 1;
     char *name = nullptr;
     char **list = &name;
-    EXPECT_EQ(CreateFilters(test.inst, dict.get(), &list), 0);
+    EXPECT_EQ(CreateFilters(test.run, dict.get(), &list), 0);
     EXPECT_EQ(list, &name) << "left untouched";
-    DestroyFilters(test.inst, nullptr);
+    DestroyFilters(test.run, nullptr);
 }
 
 TEST(FilterList, NullCountsAsAbsentOnlyWhenItIsDirect)
@@ -103,9 +103,9 @@ TEST(FilterList, NullCountsAsAbsentOnlyWhenItIsDirect)
     TestInstance test(bytes + "\n<< /Filter " + ref(null) + " >> ");
     test.openIndex();
     test.seek((uint32_t)bytes.size());
-    DictPtr dict = readDict(test.inst);
+    DictPtr dict = readDict(test.run);
     char **list = nullptr;
-    EXPECT_EQ(CreateFilters(test.inst, dict.get(), &list), 0);
+    EXPECT_EQ(CreateFilters(test.run, dict.get(), &list), 0);
     EXPECT_EQ(list, nullptr);
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 FILTER: Wrong filter type in stream."});
 }

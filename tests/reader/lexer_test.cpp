@@ -1,9 +1,9 @@
-#include "tools/zolak1_3/pdf_to_ps/lexer.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/lexer.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/support/test_instance.h"
-#include "tools/zolak1_3/pdf_to_ps/objects.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
 
 namespace {
 
@@ -13,14 +13,14 @@ using Texts = std::vector<std::string>;
 std::string keywordOf(TestInstance &test)
 {
     char keyword[KEYWORD_BYTES];
-    readKeyword(test.inst, test.inst->input, keyword);
+    readKeyword(test.run, test.run->input, keyword);
     return keyword;
 }
 
 double numberOf(const std::string &input, uint32_t *position = nullptr)
 {
     TestInstance test(input);
-    double value = readNumber(test.inst);
+    double value = readNumber(test.run);
     EXPECT_EQ(test.controller.takeTexts(), Texts{}) << input;
     if (position)
         *position = test.position();
@@ -32,7 +32,7 @@ double numberOf(const std::string &input, uint32_t *position = nullptr)
 TEST(Lexer, CommentsAreWhiteSpaceToTheEndOfTheirLine)
 {
     TestInstance test("% a % b ( <<\n  42 ");
-    EXPECT_EQ(readInteger(test.inst), 42);
+    EXPECT_EQ(readInteger(test.run), 42);
     EXPECT_EQ(test.ahead(), " ");
 }
 
@@ -40,21 +40,21 @@ TEST(Lexer, ACommentEndsAtAnyLineEndHoweverLongItIs)
 {
     for (const char *end : {"\n", "\r", "\r\n"}) {
         TestInstance test("%" + std::string(1000, 'x') + end + "7 ");
-        EXPECT_EQ(readInteger(test.inst), 7);
+        EXPECT_EQ(readInteger(test.run), 7);
     }
 }
 
 TEST(Lexer, WhiteSpaceIsThatOfThePosixLocale)
 {
     TestInstance test(" \t\n\v\f\r7 ");
-    skipWhite(test.inst, test.inst->input);
+    skipWhite(test.run, test.run->input);
     EXPECT_EQ(test.ahead(), "7");
 }
 
 TEST(Lexer, ANulByteIsNotWhiteSpace)
 {
     TestInstance test(std::string("  \0 7", 5));
-    skipWhite(test.inst, test.inst->input);
+    skipWhite(test.run, test.run->input);
     EXPECT_EQ(test.position(), 2U);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
 }
@@ -62,11 +62,11 @@ TEST(Lexer, ANulByteIsNotWhiteSpace)
 TEST(Lexer, TheEndOfTheFileInWhiteSpaceIsAnError)
 {
     TestInstance test("   ");
-    skipWhite(test.inst, test.inst->input);
+    skipWhite(test.run, test.run->input);
     EXPECT_EQ(test.controller.takeTexts(),
               Texts{"ZOLAK 4 BADSPACE: Error occurred during skipping white spaces."});
-    EXPECT_NE(test.inst->errorFlag, 0);
-    skipWhite(test.inst, test.inst->input);
+    EXPECT_NE(test.run->errorFlag, 0);
+    skipWhite(test.run, test.run->input);
     EXPECT_EQ(test.controller.takeTexts(), Texts{}) << "does nothing once the flag is set";
 }
 
@@ -83,7 +83,7 @@ TEST(Lexer, ReadKeywordAnswersTheByteThatEndedIt)
 {
     TestInstance test("abc] ");
     char keyword[KEYWORD_BYTES];
-    EXPECT_EQ(readKeyword(test.inst, test.inst->input, keyword), ']');
+    EXPECT_EQ(readKeyword(test.run, test.run->input, keyword), ']');
 }
 
 TEST(Lexer, AKeywordAtTheEndOfTheFileIsAReadingError)
@@ -110,17 +110,17 @@ TEST(Lexer, TheLastOf255LettersIsReadAgain)
 TEST(Lexer, Booleans)
 {
     TestInstance test("true] false ");
-    EXPECT_EQ(readBoolean(test.inst), 1);
+    EXPECT_EQ(readBoolean(test.run), 1);
     EXPECT_EQ(test.ahead(), "]");
     test.seek(5);
-    EXPECT_EQ(readBoolean(test.inst), 0);
+    EXPECT_EQ(readBoolean(test.run), 0);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
 }
 
 TEST(Lexer, ALongerWordIsNoBoolean)
 {
     TestInstance test("truex ");
-    EXPECT_EQ(readBoolean(test.inst), -1);
+    EXPECT_EQ(readBoolean(test.run), -1);
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 NOBOOL: Boolean object expected."});
 }
 
@@ -143,26 +143,26 @@ TEST(Lexer, NumbersAreSignDigitsAndOnePoint)
 
 TEST(Lexer, AnIntegerIsTruncatedTowardZero)
 {
-    EXPECT_EQ(readInteger(TestInstance("-3.9 ").inst), -3);
-    EXPECT_EQ(readInteger(TestInstance("-12.5 ").inst), -12);
-    EXPECT_EQ(readInteger(TestInstance("3.9 ").inst), 3);
+    EXPECT_EQ(readInteger(TestInstance("-3.9 ").run), -3);
+    EXPECT_EQ(readInteger(TestInstance("-12.5 ").run), -12);
+    EXPECT_EQ(readInteger(TestInstance("3.9 ").run), 3);
 }
 
 TEST(Lexer, AnIntegerIsHeldToItsRange)
 {
-    EXPECT_EQ(readInteger(TestInstance("2147483647 ").inst), INT32_MAX);
-    EXPECT_EQ(readInteger(TestInstance("2147483646.9 ").inst), 2147483646);
-    EXPECT_EQ(readInteger(TestInstance("2147483648 ").inst), INT32_MAX);
-    EXPECT_EQ(readInteger(TestInstance("-2147483647.9 ").inst), -2147483647);
-    EXPECT_EQ(readInteger(TestInstance("-2147483648 ").inst), INT32_MIN);
-    EXPECT_EQ(readInteger(TestInstance("-2147483649 ").inst), INT32_MIN);
-    EXPECT_EQ(readInteger(TestInstance("-99999999999999999999999 ").inst), INT32_MIN);
+    EXPECT_EQ(readInteger(TestInstance("2147483647 ").run), INT32_MAX);
+    EXPECT_EQ(readInteger(TestInstance("2147483646.9 ").run), 2147483646);
+    EXPECT_EQ(readInteger(TestInstance("2147483648 ").run), INT32_MAX);
+    EXPECT_EQ(readInteger(TestInstance("-2147483647.9 ").run), -2147483647);
+    EXPECT_EQ(readInteger(TestInstance("-2147483648 ").run), INT32_MIN);
+    EXPECT_EQ(readInteger(TestInstance("-2147483649 ").run), INT32_MIN);
+    EXPECT_EQ(readInteger(TestInstance("-99999999999999999999999 ").run), INT32_MIN);
 }
 
 TEST(Lexer, WhatIsNoNumberIsReported)
 {
     TestInstance test("/Name ");
-    EXPECT_EQ(readNumber(test.inst), 0.0);
+    EXPECT_EQ(readNumber(test.run), 0.0);
     EXPECT_EQ(test.controller.takeTexts(),
               Texts{"ZOLAK 4 NONUMBER: Couldn't read number from PDF file."});
 }
@@ -170,27 +170,27 @@ TEST(Lexer, WhatIsNoNumberIsReported)
 TEST(Lexer, ANumberHas255CharactersAndItsLastIsReadAgain)
 {
     TestInstance test("0." + std::string(252, '0') + "15 ");
-    EXPECT_NEAR(readNumber(test.inst), 0.0, 1e-200);
+    EXPECT_NEAR(readNumber(test.run), 0.0, 1e-200);
     EXPECT_EQ(test.ahead(3), "15 ");
 }
 
 TEST(Lexer, ANumberAtTheEndOfTheFileStepsBackOverItsLastDigit)
 {
     TestInstance test(" 12");
-    EXPECT_EQ(readInteger(test.inst), 12);
+    EXPECT_EQ(readInteger(test.run), 12);
     EXPECT_EQ(test.position(), 2U);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
-    skipWhite(test.inst, test.inst->input);
+    skipWhite(test.run, test.run->input);
     EXPECT_EQ(test.controller.takeTexts().size(), 1U) << "the failed read stays visible";
 }
 
 TEST(Lexer, NothingIsReadOnceTheErrorFlagIsSet)
 {
     TestInstance test("true 5 ");
-    test.inst->errorFlag = 1;
+    test.run->errorFlag = 1;
     EXPECT_EQ(keywordOf(test), "");
-    EXPECT_EQ(readBoolean(test.inst), -1);
-    EXPECT_EQ(readNumber(test.inst), 0.0);
+    EXPECT_EQ(readBoolean(test.run), -1);
+    EXPECT_EQ(readNumber(test.run), 0.0);
     EXPECT_EQ(test.position(), 0U);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
 }
@@ -200,12 +200,12 @@ TEST(Scanning, AFileIsScannedSoManyTimesAndNoMore)
     /* Pages that share one large dictionary read it again each: time with the square of the file's
      * size. */
     TestInstance test("   1 2 3 ");
-    test.inst->limits.bytesScanned = 536870912 + 1024 * 9 - 4;
-    EXPECT_EQ(readInteger(test.inst), 1) << "three blanks and a digit";
+    test.run->limits.bytesScanned = 536870912 + 1024 * 9 - 4;
+    EXPECT_EQ(readInteger(test.run), 1) << "three blanks and a digit";
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
-    EXPECT_EQ(readInteger(test.inst), 0);
+    EXPECT_EQ(readInteger(test.run), 0);
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADOBJ: Objects are shared too often."});
-    EXPECT_EQ(readInteger(test.inst), 0);
+    EXPECT_EQ(readInteger(test.run), 0);
     EXPECT_EQ(test.controller.takeTexts(), Texts{}) << "once";
 }
 
@@ -216,9 +216,9 @@ TEST(Scanning, WhateverCanBeLongIsCounted)
          {thousand + "1", "%" + letters + "\n1", digits, "/" + letters, "(" + letters + ")",
           "<" + digits + ">", std::string(500, '[') + std::string(500, ']')}) {
         TestInstance test(value + " ");
-        test.inst->limits.parsedDepth = -500;
-        skipObject(test.inst);
+        test.run->limits.parsedDepth = -500;
+        skipObject(test.run);
         EXPECT_EQ(test.controller.takeTexts(), Texts{}) << value;
-        EXPECT_GE(test.inst->limits.bytesScanned, 1000U) << value;
+        EXPECT_GE(test.run->limits.bytesScanned, 1000U) << value;
     }
 }

@@ -1,14 +1,15 @@
 /*
  * objects_test.cpp - classifying, resolving and passing over values
  */
-#include "tools/zolak1_3/pdf_to_ps/objects.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/support/pdf_builder.h"
 #include "tests/support/test_instance.h"
-#include "tools/zolak1_3/pdf_to_ps/lexer.h"
-#include "tools/zolak1_3/pdf_to_ps/xref.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/lexer.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/xref.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/xreftable.h"
 #include "zelkov/text.h"
 
 namespace {
@@ -18,7 +19,7 @@ using Texts = std::vector<std::string>;
 PdfType typeOf(const std::string &input)
 {
     TestInstance test(input);
-    PdfType type = peekType(test.inst);
+    PdfType type = peekType(test.run);
     EXPECT_EQ(test.controller.takeTexts(), Texts{}) << input;
     if (type != PDF_NONE) {
         EXPECT_EQ(test.position(), input.find_first_not_of(' ')) << input;
@@ -62,11 +63,11 @@ TEST(PeekType, APointAnywhereBehindInALongRunOfDigitsMakesAReal)
     TestInstance test("[" + run + " 4.5 6 " + run + "]");
     for (uint32_t i = 0; i < run.size(); i++) {
         test.seek(1 + i);
-        EXPECT_EQ(peekType(test.inst), i <= 901 ? PDF_REAL : PDF_INTEGER) << i;
+        EXPECT_EQ(peekType(test.run), i <= 901 ? PDF_REAL : PDF_INTEGER) << i;
         EXPECT_EQ(test.position(), 1 + i);
     }
     test.seek(0);
-    ArrayPtr array = readArray(test.inst);
+    ArrayPtr array = readArray(test.run);
     ASSERT_TRUE(array);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
     uint32_t behind = 1 + (uint32_t)run.size();
@@ -81,7 +82,7 @@ TEST(PeekType, ALongRunOfDigitsIsScannedOnce)
 {
     /* Scanned again for each of its numbers, these five million digits would take minutes. */
     TestInstance test("[" + std::string(5000000, '7') + "] ");
-    skipObject(test.inst);
+    skipObject(test.run);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
     EXPECT_EQ(test.ahead(), " ");
 }
@@ -89,7 +90,7 @@ TEST(PeekType, ALongRunOfDigitsIsScannedOnce)
 TEST(PeekType, ADictionaryThatCannotBeParsedIsNothing)
 {
     TestInstance test("<< /A ] >> ");
-    EXPECT_EQ(peekType(test.inst), PDF_NONE);
+    EXPECT_EQ(peekType(test.run), PDF_NONE);
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADOBJ: PDF object expected"});
 }
 
@@ -99,20 +100,20 @@ TEST(ResolveValue, FollowsAReference)
     int number = pdf.add("(target)");
     TestInstance test(pdf.build() + "\n" + ref(number) + " next");
     test.openIndex();
-    size_t reference = test.inst->input->position = fgeteof(test.inst->input) - 10;
-    ValuePosition value = resolveValue(test.inst);
+    size_t reference = test.run->input->position = fgeteof(test.run->input) - 10;
+    ValuePosition value = resolveValue(test.run);
     EXPECT_EQ(value, pdf.offsetOf(number) + lenstr("3 0 obj"));
     EXPECT_EQ(test.ahead(5), " next") << "behind the reference";
     EXPECT_NE(test.position(), reference);
     test.seek(value);
-    EXPECT_EQ(peekType(test.inst), PDF_STRING);
+    EXPECT_EQ(peekType(test.run), PDF_STRING);
 }
 
 TEST(ResolveValue, AnyOtherValueStaysWhereItIs)
 {
     for (const char *input : {"(s) ", "  12 ", "1 2 ", "1 2 X ", "1 2 (R) ", "1.0 0 R ", "/R "}) {
         TestInstance test(std::string("  ") + input + "/ ");
-        EXPECT_EQ(resolveValue(test.inst), 0U) << input;
+        EXPECT_EQ(resolveValue(test.run), 0U) << input;
         EXPECT_EQ(test.position(), 0U) << input;
         EXPECT_EQ(test.controller.takeTexts(), Texts{}) << input;
     }
@@ -121,7 +122,7 @@ TEST(ResolveValue, AnyOtherValueStaysWhereItIs)
 TEST(ResolveValue, WithoutATableEveryReferenceIsZero)
 {
     TestInstance test("5 0 R next");
-    EXPECT_EQ(resolveValue(test.inst), POSITION_NONE);
+    EXPECT_EQ(resolveValue(test.run), POSITION_NONE);
     EXPECT_EQ(test.ahead(5), " next");
 }
 
@@ -143,13 +144,13 @@ TEST(ResolveValue, TableAndHeaderMustAgree)
         TestInstance test(file + " 3 7 R ");
         XrefEntry table[4] = {};
         table[3] = {0, 0, 'n', false};
-        test.inst->xref = table;
-        test.inst->xrefCapacity = 4;
-        test.inst->xrefLoaded = 1;
+        test.run->xref = table;
+        test.run->xrefCapacity = 4;
+        test.run->xrefLoaded = 1;
         test.seek((uint32_t)file.size());
-        EXPECT_EQ(resolveValue(test.inst) != POSITION_FAILED, c.good) << c.what;
+        EXPECT_EQ(resolveValue(test.run) != POSITION_FAILED, c.good) << c.what;
         EXPECT_EQ(test.controller.takeTexts(), Texts{}) << c.what;
-        test.inst->xref = nullptr;
+        test.run->xref = nullptr;
     }
 }
 
@@ -158,11 +159,11 @@ TEST(ResolveValue, ANumberOutsideTheTableLeadsNowhere)
     for (const char *input : {"4 0 R ", "-1 0 R ", "99999999999 0 R "}) {
         TestInstance test(input);
         XrefEntry table[4] = {};
-        test.inst->xref = table;
-        test.inst->xrefCapacity = 4;
-        test.inst->xrefLoaded = 1;
-        EXPECT_EQ(resolveValue(test.inst), POSITION_FAILED) << input;
-        test.inst->xref = nullptr;
+        test.run->xref = table;
+        test.run->xrefCapacity = 4;
+        test.run->xrefLoaded = 1;
+        EXPECT_EQ(resolveValue(test.run), POSITION_FAILED) << input;
+        test.run->xref = nullptr;
     }
 }
 
@@ -191,7 +192,7 @@ TEST(ResolveValue, AnObjectsHeaderIsReadOnce)
     test.openIndex();
 
     test.seek((uint32_t)(pdf.offsetOf(many) + std::to_string(many).size() + sizeof " 0 obj"));
-    ArrayPtr array = readArray(test.inst);
+    ArrayPtr array = readArray(test.run);
     ASSERT_TRUE(array);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
     ASSERT_EQ(array->count, 100000);
@@ -209,7 +210,7 @@ TEST(SkipObject, PassesOverEveryType)
                                   "null",        "<< /Length 4 >>\nstream\n(([[\nendstream"};
     for (const std::string &value : values) {
         TestInstance test("  " + value + " next ");
-        skipObject(test.inst);
+        skipObject(test.run);
         EXPECT_EQ(test.controller.takeTexts(), Texts{}) << value;
         if (value != "(a)b)") {
             EXPECT_EQ(test.ahead(5), " next") << value;
@@ -220,13 +221,13 @@ TEST(SkipObject, PassesOverEveryType)
 TEST(SkipObject, AKeywordIsNotConsumed)
 {
     TestInstance test(" endobj ");
-    skipObject(test.inst);
+    skipObject(test.run);
     EXPECT_EQ(test.ahead(6), "endobj");
 }
 
 TEST(SkipObject, WhatIsNoValueIsReported)
 {
     TestInstance test(" ] ");
-    skipObject(test.inst);
+    skipObject(test.run);
     EXPECT_EQ(test.controller.takeTexts(), Texts{"ZOLAK 4 BADOBJ: PDF object expected."});
 }

@@ -1,4 +1,4 @@
-#include "tools/zolak1_3/pdf_to_ps/streams.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/streams.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ using Texts = std::vector<std::string>;
 Texts parse(const std::string &input, std::string *data = nullptr)
 {
     TestInstance test(input);
-    StreamPtr stream = readStream(test.inst);
+    StreamPtr stream = readStream(test.run);
     if (stream && data) {
         EXPECT_EQ(test.ahead(5), " next");
         test.seek(stream->dataPosition);
@@ -54,7 +54,7 @@ TEST(Stream, AnIndirectLengthIsRead)
     TestInstance test(pdf.build());
     test.openIndex();
     test.seek((uint32_t)pdf.offsetOf(stream) + 7);
-    StreamPtr record = readStream(test.inst);
+    StreamPtr record = readStream(test.run);
     ASSERT_TRUE(record);
     EXPECT_EQ(record->length, 5);
     EXPECT_EQ(record->dictPosition, pdf.offsetOf(stream) + 7);
@@ -98,18 +98,18 @@ TEST(Stream, Failures)
 TEST(Stream, NothingLivesAfterAFailure)
 {
     TestInstance test("<</Length 7>>stream\nhello\nendstream next");
-    EXPECT_EQ(parseStream(test.inst), nullptr);
-    EXPECT_EQ(test.inst->liveStreams, 0);
-    EXPECT_EQ(test.inst->liveDicts, 0);
-    freeStream(test.inst, nullptr);
-    EXPECT_EQ(test.inst->liveStreams, 0);
+    EXPECT_EQ(parseStream(test.run), nullptr);
+    EXPECT_EQ(test.run->liveStreams, 0);
+    EXPECT_EQ(test.run->liveDicts, 0);
+    freeStream(test.run, nullptr);
+    EXPECT_EQ(test.run->liveStreams, 0);
 }
 
 TEST(Stream, ANegativeLengthThatFindsAnEndHasNoData)
 {
     TestInstance test("endstream <</Length -32>>stream\n");
     test.seek(10);
-    StreamPtr stream = readStream(test.inst);
+    StreamPtr stream = readStream(test.run);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
     ASSERT_TRUE(stream);
     EXPECT_EQ(stream->length, -32);

@@ -1,14 +1,15 @@
 /*
  * xref_test.cpp - "startxref", sections, trailers, the catalog
  */
-#include "tools/zolak1_3/pdf_to_ps/xref.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/xref.h"
 
 #include <cerrno>
 #include <gtest/gtest.h>
 
 #include "tests/support/pdf_builder.h"
 #include "tests/support/test_instance.h"
-#include "tools/zolak1_3/pdf_to_ps/objects.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/xreftable.h"
 
 namespace {
 
@@ -21,7 +22,7 @@ const char BAD_FORMAT[] = "ZOLAK 4 BADXREF: Unexpected format of cross-reference
 
 Texts openReports(TestInstance &test)
 {
-    openDocumentIndex(test.inst);
+    openDocumentIndex(test.run);
     return test.controller.takeTexts();
 }
 
@@ -48,7 +49,7 @@ TEST(StartXref, IsFoundAsThe19thLineFromTheEndAndNotAsThe20th)
         for (int i = 0; i < behind; i++)
             file += i == 0 ? "4711\n" : "%\n";
         TestInstance test(file);
-        int64_t offset = findStartXref(test.inst, test.inst->input);
+        int64_t offset = findStartXref(test.run, test.run->input);
         if (behind == 0) {
             EXPECT_EQ(offset, -1) << "without a line behind it there is no offset";
         } else if (behind <= 18) {
@@ -63,14 +64,14 @@ TEST(StartXref, IsFoundAsThe19thLineFromTheEndAndNotAsThe20th)
 TEST(StartXref, MayHaveTextBehindItOnItsLine)
 {
     TestInstance test("%PDF-1.2\nstartxref here\n  12\n%%EOF\n");
-    EXPECT_EQ(findStartXref(test.inst, test.inst->input), 12);
+    EXPECT_EQ(findStartXref(test.run, test.run->input), 12);
 }
 
 TEST(StartXref, AShortFileWithoutItIsAnError)
 {
     for (const char *file : {"", "x", "%PDF-1.2\n"}) {
         TestInstance test(file);
-        EXPECT_EQ(findStartXref(test.inst, test.inst->input), -1);
+        EXPECT_EQ(findStartXref(test.run, test.run->input), -1);
         EXPECT_EQ(test.controller.takeTexts(), Texts{NO_TABLE});
     }
 }
@@ -80,11 +81,11 @@ TEST(XrefTable, EntriesAreStoredByTheirNumbers)
     TestInstance test(withSection("0 2\n" + entry(0, 65535, 'f') + entry(17, 3, 'n') + "4 1\n" +
                                   entry(4294967295U, 0, 'n') +
                                   "trailer\n<< /Size 6 /Root 1 0 R >>\n"));
-    readXrefTable(test.inst, 9);
+    readXrefTable(test.run, 9);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
-    EXPECT_EQ(test.inst->xrefLoaded, 1);
-    EXPECT_EQ(test.inst->xrefSize, 6);
-    const XrefEntry *table = test.inst->xref;
+    EXPECT_EQ(test.run->xrefLoaded, 1);
+    EXPECT_EQ(test.run->xrefSize, 6);
+    const XrefEntry *table = test.run->xref;
     EXPECT_EQ(table[0].type, 'f');
     EXPECT_EQ(table[0].generation, 65535);
     EXPECT_EQ(table[1].type, 'n');
@@ -101,20 +102,20 @@ TEST(XrefTable, EntriesBeyondTheSizeAreNotStored)
     TestInstance test(withSection("0 6\n" + entry(0, 65535, 'f') + entry(1, 0, 'n') +
                                   entry(2, 0, 'n') + entry(3, 0, 'n') + entry(17, 0, 'n') +
                                   entry(18, 0, 'n') + "trailer\n<< /Size 4 >>\n"));
-    readXrefTable(test.inst, 9);
+    readXrefTable(test.run, 9);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
-    EXPECT_EQ(test.inst->xrefCapacity, 4);
+    EXPECT_EQ(test.run->xrefCapacity, 4);
     for (uint32_t i = 0; i < 4; i++)
-        EXPECT_EQ(test.inst->xref[i].offset, i);
+        EXPECT_EQ(test.run->xref[i].offset, i);
 }
 
 TEST(XrefTable, NegativeNumbersAreReadAndNotStored)
 {
     TestInstance test(
         withSection("-1 2\n" + entry(8, 0, 'n') + entry(9, 0, 'n') + "trailer\n<< /Size 2 >>\n"));
-    readXrefTable(test.inst, 9);
+    readXrefTable(test.run, 9);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
-    EXPECT_EQ(test.inst->xref[0].offset, 9U);
+    EXPECT_EQ(test.run->xref[0].offset, 9U);
 }
 
 TEST(XrefTable, AHeaderWithoutNumbersCountsAsZeros)
@@ -122,10 +123,10 @@ TEST(XrefTable, AHeaderWithoutNumbersCountsAsZeros)
     for (const char *header : {"words\n", "7\n", "\n", "3 -5\n"}) {
         TestInstance test(withSection(std::string("0 1\n") + entry(5, 0, 'n') + header +
                                       "trailer\n<< /Size 2 >>\n"));
-        readXrefTable(test.inst, 9);
+        readXrefTable(test.run, 9);
         EXPECT_EQ(test.controller.takeTexts(), Texts{}) << header;
-        EXPECT_EQ(test.inst->xref[0].offset, 5U);
-        EXPECT_EQ(test.inst->xref[1].type, 0);
+        EXPECT_EQ(test.run->xref[0].offset, 5U);
+        EXPECT_EQ(test.run->xref[1].type, 0);
     }
 }
 
@@ -133,32 +134,32 @@ TEST(XrefTable, AHugeSubsectionEndsAtTheTable)
 {
     TestInstance test(
         withSection("1 2147483647\n" + entry(5, 0, 'n') + "trailer\n<< /Size 2 >>\n"));
-    readXrefTable(test.inst, 9);
+    readXrefTable(test.run, 9);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
-    EXPECT_EQ(test.inst->xref[1].offset, 5U);
+    EXPECT_EQ(test.run->xref[1].offset, 5U);
 }
 
 TEST(XrefTable, AnEntryMustHaveItsTypeAsByte17)
 {
     for (const char *bad : {"0000000005 00000 x \n", "0000000005 00000  n\n", "5 0 n\n"}) {
         TestInstance test(withSection(std::string("0 1\n") + bad + "trailer\n<< /Size 2 >>\n"));
-        readXrefTable(test.inst, 9);
+        readXrefTable(test.run, 9);
         EXPECT_EQ(test.controller.takeTexts(), Texts{BAD_FORMAT}) << bad;
-        EXPECT_EQ(test.inst->xrefLoaded, 0);
+        EXPECT_EQ(test.run->xrefLoaded, 0);
     }
     /* Whether a blank stands before the line end does not matter. */
     TestInstance test(withSection("0 1\n0000000005 00000 nx\n"
                                   "trailer\n<< /Size 2 >>\n"));
-    readXrefTable(test.inst, 9);
+    readXrefTable(test.run, 9);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
 }
 
 TEST(XrefTable, AFileCutInsideAnEntryIsRefused)
 {
     TestInstance test("trailer\n<< /Size 9 >>\nxref\n0 1\n0000000005 000");
-    test.inst->xrefSize = 9;
+    test.run->xrefSize = 9;
     /* The trailer is found from the start; the section is at 23. */
-    readXrefTable(test.inst, 0);
+    readXrefTable(test.run, 0);
     EXPECT_EQ(test.controller.takeTexts(), Texts{NOT_THERE});
 }
 
@@ -183,11 +184,11 @@ TEST(XrefTable, TheNewestSectionWins)
     size_t newOffset = file.find("(new)") - 8;
     TestInstance test(file);
     EXPECT_EQ(openReports(test), Texts{});
-    EXPECT_EQ(test.inst->xrefSize, 10) << "the size of the newest trailer";
-    EXPECT_EQ(test.inst->xref[changed].offset, newOffset);
-    EXPECT_EQ(test.inst->xref[kept].offset, pdf.offsetOf(kept));
-    EXPECT_EQ(test.inst->xref[9].type, 'n');
-    EXPECT_EQ(test.inst->rootPosition, pdf.offsetOf(1) + 7);
+    EXPECT_EQ(test.run->xrefSize, 10) << "the size of the newest trailer";
+    EXPECT_EQ(test.run->xref[changed].offset, newOffset);
+    EXPECT_EQ(test.run->xref[kept].offset, pdf.offsetOf(kept));
+    EXPECT_EQ(test.run->xref[9].type, 'n');
+    EXPECT_EQ(test.run->rootPosition, pdf.offsetOf(1) + 7);
 }
 
 TEST(XrefTable, ALoopOfSectionsIsRefused)
@@ -222,8 +223,8 @@ TEST(XrefTable, ASizeThatALaterTrailerBringsDoesNotGrowTheTable)
     file += "xref\n0 0\ntrailer\n<< /Prev 9 >>\nstartxref\n" + std::to_string(newer) + "\n%%EOF\n";
     TestInstance test(file);
     openReports(test);
-    EXPECT_EQ(test.inst->xrefCapacity, 0);
-    EXPECT_EQ(test.inst->xrefSize, 3);
+    EXPECT_EQ(test.run->xrefCapacity, 0);
+    EXPECT_EQ(test.run->xrefSize, 3);
 }
 
 TEST(Trailer, TheDictionaryMayStandOnTheLineOfTheWord)
@@ -233,7 +234,7 @@ TEST(Trailer, TheDictionaryMayStandOnTheLineOfTheWord)
           "trailer \n<< /Size 5 >>\n", "trailer words\n<< /Size 5 >>\n"}) {
         TestInstance test(withSection(std::string("0 0\n") + trailer));
         EXPECT_EQ(openReports(test), Texts{}) << trailer;
-        EXPECT_EQ(test.inst->xrefSize, 5) << trailer;
+        EXPECT_EQ(test.run->xrefSize, 5) << trailer;
     }
 }
 
@@ -254,11 +255,11 @@ TEST(Trailer, AnEncryptedDocumentIsRefused)
 TEST(Trailer, WithEncryptItIsReadAfterAWarningAtEachReading)
 {
     TestInstance test(withSection("0 0\ntrailer\n<< /Size 5 /Encrypt << >> >>\n"));
-    test.inst->ENCRYPT = 1;
+    test.run->acceptsEncrypted = 1;
     const char warning[] =
         "ZOLAK 2 ENCRYPTED: PDF document is encrypted and might not be readable.";
     EXPECT_EQ(openReports(test), (Texts{warning, warning, warning}));
-    EXPECT_EQ(test.inst->errorFlag, 0);
+    EXPECT_EQ(test.run->errorFlag, 0);
 }
 
 TEST(Catalog, LeavesTheInputAtThePages)
@@ -266,7 +267,7 @@ TEST(Catalog, LeavesTheInputAtThePages)
     PdfBuilder pdf;
     TestInstance test(pdf.build());
     EXPECT_EQ(openReports(test), Texts{});
-    checkCatalog(test.inst);
+    checkCatalog(test.run);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
     EXPECT_EQ(test.position(), pdf.offsetOf(2) + 7);
 }
@@ -277,7 +278,7 @@ TEST(Catalog, WithoutPagesThereIsNoTree)
     pdf.set(1, "<< /Type /Catalog >>");
     TestInstance test(pdf.build());
     EXPECT_EQ(openReports(test), Texts{});
-    checkCatalog(test.inst);
+    checkCatalog(test.run);
     EXPECT_EQ(test.controller.takeTexts(),
               Texts{"ZOLAK 4 NOTREE: Catalog does not contain pointer to its children."});
 }
@@ -286,7 +287,7 @@ TEST(Catalog, WithoutARootThereIsNone)
 {
     TestInstance test(withSection("0 0\ntrailer\n<< /Size 5 >>\n"));
     EXPECT_EQ(openReports(test), Texts{});
-    checkCatalog(test.inst);
+    checkCatalog(test.run);
     EXPECT_EQ(
         test.controller.takeTexts(),
         (Texts{"ZOLAK 4 BADSPACE: Error occurred during skipping white spaces.",
@@ -318,12 +319,12 @@ TEST(Sections, MayBeLongerTogetherThanTheFileOnlyWhenTheyShareBytes)
 {
     TestInstance few(withNestedSections(2));
     EXPECT_EQ(openReports(few), Texts{});
-    EXPECT_EQ(few.inst->xrefLoaded, 1);
+    EXPECT_EQ(few.run->xrefLoaded, 1);
 
     /* Read one by one, these would take hours. */
     TestInstance many(withNestedSections(100000));
     EXPECT_EQ(openReports(many), Texts{BAD_FORMAT});
-    EXPECT_EQ(many.inst->xrefLoaded, 0);
+    EXPECT_EQ(many.run->xrefLoaded, 0);
 }
 
 TEST(XrefTable, TheRootIsThatOfTheNewestTrailer)
@@ -342,9 +343,9 @@ TEST(XrefTable, TheRootIsThatOfTheNewestTrailer)
             " >>\nstartxref\n" + std::to_string(newer) + "\n%%EOF\n";
     TestInstance test(file);
     EXPECT_EQ(openReports(test), Texts{});
-    EXPECT_EQ(test.inst->xrefSize, 3) << "and so is the size";
-    EXPECT_EQ(test.inst->rootPosition, second + 7);
-    checkCatalog(test.inst);
+    EXPECT_EQ(test.run->xrefSize, 3) << "and so is the size";
+    EXPECT_EQ(test.run->rootPosition, second + 7);
+    checkCatalog(test.run);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
 }
 
@@ -352,31 +353,31 @@ TEST(XrefTable, OffsetsKeepTheirLow32Bits)
 {
     TestInstance test(withSection("0 2\n" + entry(4294967296U + 17, 0, 'n') +
                                   entry(9999999999U, 7, 'n') + "trailer\n<< /Size 2 >>\n"));
-    readXrefTable(test.inst, 9);
+    readXrefTable(test.run, 9);
     EXPECT_EQ(test.controller.takeTexts(), Texts{});
-    EXPECT_EQ(test.inst->xref[0].offset, 17U);
-    EXPECT_EQ(test.inst->xref[1].offset, 1410065407U);
+    EXPECT_EQ(test.run->xref[0].offset, 17U);
+    EXPECT_EQ(test.run->xref[1].offset, 1410065407U);
 }
 
 TEST(XrefTable, FewerEntriesThanAnnouncedAreAnUnexpectedFormat)
 {
     TestInstance test(
         withSection("0 3\n" + entry(1, 0, 'n') + entry(2, 0, 'n') + "trailer\n<< /Size 3 >>\n"));
-    readXrefTable(test.inst, 9);
+    readXrefTable(test.run, 9);
     EXPECT_EQ(test.controller.takeTexts(), Texts{BAD_FORMAT});
-    EXPECT_EQ(test.inst->xrefLoaded, 0);
-    EXPECT_EQ(test.inst->xref[1].offset, 2U) << "what was filled before stays";
-    EXPECT_EQ(test.inst->xref[2].type, 0);
+    EXPECT_EQ(test.run->xrefLoaded, 0);
+    EXPECT_EQ(test.run->xref[1].offset, 2U) << "what was filled before stays";
+    EXPECT_EQ(test.run->xref[2].type, 0);
 }
 
 TEST(XrefTable, ASectionWithoutItsTrailerStopsTheRun)
 {
     TestInstance test("trailer\n<< /Size 3 >>\nxref\n0 1\n" + entry(1, 0, 'n'));
-    test.inst->xrefSize = 3;
-    readXrefTable(test.inst, 23);
+    test.run->xrefSize = 3;
+    readXrefTable(test.run, 23);
     EXPECT_EQ(test.controller.takeTexts(),
               Texts{"ZOLAK 4 NOTRAILER: Expected trailing section not found."});
-    EXPECT_EQ(test.inst->xref, nullptr) << "nothing is allocated before the size is known";
+    EXPECT_EQ(test.run->xref, nullptr) << "nothing is allocated before the size is known";
 }
 
 TEST(XrefTable, AnObjectOfTheLastNumberIsInTheTable)
@@ -385,10 +386,10 @@ TEST(XrefTable, AnObjectOfTheLastNumberIsInTheTable)
     int last = pdf.add("(last)");
     TestInstance test(pdf.build() + "\n" + ref(last) + " " + ref(last + 1) + " ");
     test.openIndex();
-    EXPECT_EQ(test.inst->xrefCapacity, last + 1);
+    EXPECT_EQ(test.run->xrefCapacity, last + 1);
     test.seek((uint32_t)pdf.build().size() + 1);
-    EXPECT_EQ(resolveValue(test.inst), pdf.offsetOf(last) + 7);
-    EXPECT_EQ(resolveValue(test.inst), POSITION_FAILED);
+    EXPECT_EQ(resolveValue(test.run), pdf.offsetOf(last) + 7);
+    EXPECT_EQ(resolveValue(test.run), POSITION_FAILED);
 }
 
 TEST(Trailer, OfTwoRootsTheLastCountsAndOfTwoSizesTheFirst)
@@ -404,8 +405,8 @@ TEST(Trailer, OfTwoRootsTheLastCountsAndOfTwoSizesTheFirst)
             std::to_string(section) + "\n%%EOF\n";
     TestInstance test(file);
     EXPECT_EQ(openReports(test), Texts{});
-    EXPECT_EQ(test.inst->xrefSize, 3);
-    EXPECT_EQ(test.inst->rootPosition, second + 7);
+    EXPECT_EQ(test.run->xrefSize, 3);
+    EXPECT_EQ(test.run->rootPosition, second + 7);
 }
 
 TEST(Trailer, ARootThatLeadsNowhereIsABadPairInTheLastReading)
@@ -416,5 +417,5 @@ TEST(Trailer, ARootThatLeadsNowhereIsABadPairInTheLastReading)
     EXPECT_EQ(openReports(test), (Texts{"ZOLAK 4 NONUMBER: Couldn't read number from PDF file.",
                                         "ZOLAK 4 BADDICT: Bad dictionary key-value pair.",
                                         "ZOLAK 4 out of memory: Out of memory"}));
-    EXPECT_EQ(test.inst->xrefLoaded, 1);
+    EXPECT_EQ(test.run->xrefLoaded, 1);
 }

@@ -2,7 +2,7 @@
  * test_instance.h - a converter instance over bytes, for calling one operation of it
  *
  *     TestInstance test("<< /A 1 >>");
- *     DictPtr dict = readDict(test.inst);
+ *     DictPtr dict = readDict(test.run);
  */
 #ifndef TESTS_TEST_INSTANCE_H
 #define TESTS_TEST_INSTANCE_H
@@ -12,7 +12,7 @@
 
 #include "tests/support/recording_controller.h"
 #include "tests/support/scratch_directory.h"
-#include "tools/zolak1_3/pdf_to_ps/instance.h"
+#include "tools/zolak1_3/pdf_to_ps/frame/instance.h"
 
 class TestInstance {
   public:
@@ -28,14 +28,15 @@ class TestInstance {
     /* The byte at the input's position and behind, up to `count`; the position stays. */
     std::string ahead(size_t count = 1);
 
-    uint32_t position() const { return inst->input->position; }
-    void seek(uint32_t position) { inst->input->position = position; }
+    uint32_t position() const { return run->input->position; }
+    void seek(uint32_t position) { run->input->position = position; }
 
     /* What was written so far; later writes begin anew. */
     std::string written();
 
     RecordingController controller;
     ConverterInstance *inst;
+    ConversionRun *run; /* of the instance */
 
   private:
     ScratchDirectory directory;

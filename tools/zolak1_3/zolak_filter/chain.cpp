@@ -138,12 +138,12 @@ int32_t runStages(DecodingChain *chain, uint8_t *out, int32_t outMax)
 
 } // namespace
 
-DecodingChain *chainInit(const ConverterInstance *inst, int32_t count, const char *const *names)
+DecodingChain *chainInit(ZelkovController *controller, int32_t count, const char *const *names)
 {
     DecodingChain *chain = new (std::nothrow) DecodingChain();
     if (!chain)
         return nullptr;
-    chain->controller = inst->controller;
+    chain->controller = controller;
     chain->count = std::max(count, 0);
     chain->elements = new (std::nothrow) ChainElement[(size_t)chain->count]();
     if (!chain->elements) {

@@ -9,7 +9,6 @@
 
 #include <cstdint>
 
-#include "tools/zolak1_3/pdf_to_ps/instance.h"
 #include "tools/zolak1_3/zolak_filter/dispatch.h"
 
 /* Bytes of every buffer between the file, the decoders and the output. */
@@ -33,7 +32,7 @@ struct DecodingChain {
 
 /* A chain of the named filters, in the state Begin; null after a report, or without memory.  Those
  * beyond MAX_FILTERS cannot be set up, nor can one without a name. */
-DecodingChain *chainInit(const ConverterInstance *inst, int32_t count, const char *const *names);
+DecodingChain *chainInit(ZelkovController *controller, int32_t count, const char *const *names);
 
 /* Moves bytes on by one stage for each element: takes what the first one has room for, lets each
  * decode what it can, and writes what the last one has to `out`.  Answers the bytes written, which

@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "tools/zolak1_3/pdf_to_ps/filterlist.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/filterlist.h"
 #include "tools/zolak1_3/zolak_filter/chain.h"
 #include "zelkov/text.h"
 
@@ -34,10 +34,10 @@ constexpr int32_t COPY_BYTES = 64 * 1024;
  * say about what it holds; after the second nothing will ever change. */
 constexpr int IDLE_PASSES = 2;
 
-void report(ConverterInstance *inst, int line, Severity severity, const char *text)
+void report(PdfReader *reader, int line, Severity severity, const char *text)
 {
-    control_report(inst->controller, FILTER_MODULE, FILTER_SOURCE, line, severity, FILTER_KEY, "%s",
-                   text);
+    control_report(reader->controller, FILTER_MODULE, FILTER_SOURCE, line, severity, FILTER_KEY,
+                   "%s", text);
 }
 
 /* Reads up to `count` bytes with the outcome of as many single reads: fewer only with errno set,
@@ -56,19 +56,19 @@ int32_t readBytes(ZFile *input, uint8_t *to, int32_t count)
     }
 }
 
-void copyUndecoded(ConverterInstance *inst, const PdfStream *stream, ZFile *output)
+void copyUndecoded(PdfReader *reader, const PdfStream *stream, ZFile *output)
 {
     uint8_t block[COPY_BYTES];
     int32_t left = stream->length;
     while (left > 0) {
         int32_t wanted = std::min(left, COPY_BYTES);
-        int32_t count = readBytes(inst->input, block, wanted);
+        int32_t count = readBytes(reader->input, block, wanted);
         if (fputm(output, block, (size_t)count) != 0 || count < wanted)
             break;
         left -= count;
     }
     if (errno)
-        report(inst, LINE_COPY, SEVERITY_ERROR, "Error copying stream data.");
+        report(reader, LINE_COPY, SEVERITY_ERROR, "Error copying stream data.");
 }
 
 /* Data of these filters is text, which may be broken into lines. */
@@ -116,68 +116,68 @@ void dropFront(EncodedData &data, int32_t count)
 enum PassResult { PASS_MORE, PASS_IDLE, PASS_ENDED };
 
 /* Reads, decodes and writes what fits into the buffers. */
-PassResult decodePass(ConverterInstance *inst, DecodingChain *chain, EncodedData &data,
-                      ZFile *output)
+PassResult decodePass(PdfReader *reader, DecodingChain *chain, EncodedData &data, ZFile *output)
 {
     int32_t before = data.readSoFar;
     fillBuffer(data);
     uint8_t decoded[FILTER_BUFFER_BYTES];
     int32_t count = chain_ToRaw(chain, data.bytes, data.fill, decoded, FILTER_BUFFER_BYTES);
     if (count < 0) {
-        report(inst, LINE_DECODE, SEVERITY_ERROR, "Error uncompressing stream data.");
+        report(reader, LINE_DECODE, SEVERITY_ERROR, "Error uncompressing stream data.");
         return PASS_ENDED;
     }
     fputm(output, decoded, (size_t)count);
     if (errno) {
-        report(inst, LINE_WRITE, SEVERITY_ERROR, "Error writing decoded data to file.");
+        report(reader, LINE_WRITE, SEVERITY_ERROR, "Error writing decoded data to file.");
         return PASS_ENDED;
     }
     if (chain->decoded > MAX_DECODED_BYTES) {
-        report(inst, LINE_TOO_LARGE, SEVERITY_ERROR, "Stream data is too large.");
+        report(reader, LINE_TOO_LARGE, SEVERITY_ERROR, "Stream data is too large.");
         return PASS_ENDED;
     }
     dropFront(data, chainConsumed(chain));
-    if (!chain_isBeginRun(chain) || inst->errorFlag)
+    if (!chain_isBeginRun(chain) || reader->errorFlag)
         return PASS_ENDED;
     return chain->moved || data.readSoFar > before ? PASS_MORE : PASS_IDLE;
 }
 
-void decode(ConverterInstance *inst, DecodingChain *chain, EncodedData &data, ZFile *output)
+void decode(PdfReader *reader, DecodingChain *chain, EncodedData &data, ZFile *output)
 {
     for (int idle = 0; idle < IDLE_PASSES;) {
-        PassResult result = decodePass(inst, chain, data, output);
+        PassResult result = decodePass(reader, chain, data, output);
         if (result == PASS_ENDED)
             return;
         idle = result == PASS_IDLE ? idle + 1 : 0;
     }
-    report(inst, LINE_DATA_ENDED, SEVERITY_FAULT, "Stream data ended before its end-of-data mark.");
+    report(reader, LINE_DATA_ENDED, SEVERITY_FAULT,
+           "Stream data ended before its end-of-data mark.");
 }
 
-void copyDecoded(ConverterInstance *inst, const PdfStream *stream, int32_t count,
+void copyDecoded(PdfReader *reader, const PdfStream *stream, int32_t count,
                  const char *const *names, ZFile *output)
 {
-    DecodingChain *chain = chainInit(inst, count, names);
+    DecodingChain *chain = chainInit(reader->controller, count, names);
     if (!chain) {
-        report(inst, LINE_NO_CHAIN, SEVERITY_ERROR, "Can't create decoding chain.");
+        report(reader, LINE_NO_CHAIN, SEVERITY_ERROR, "Can't create decoding chain.");
         return;
     }
-    EncodedData data = {inst->input, stream->length, isTextFilter(names[0]), 0, 0, {}};
-    decode(inst, chain, data, output);
+    EncodedData data = {reader->input, stream->length, isTextFilter(names[0]), 0, 0, {}};
+    decode(reader, chain, data, output);
     chainFree(chain);
 }
 
 } // namespace
 
-void filter(ConverterInstance *inst, const PdfStream *stream, ZFile *output)
+void filter(PdfReader *reader, const PdfStream *stream, ZFile *output)
 {
-    if (inst->errorFlag)
+    if (reader->errorFlag)
         return;
     char **names = nullptr;
-    int32_t count = CreateFilters(inst, stream->dict, &names);
-    fputp(inst->input, stream->dataPosition);
+    int32_t count = CreateFilters(reader, stream->dict, &names);
+    fputp(reader->input, stream->dataPosition);
     if (count == 0)
-        copyUndecoded(inst, stream, output);
+        copyUndecoded(reader, stream, output);
     else
-        copyDecoded(inst, stream, count, names, output);
-    DestroyFilters(inst, names);
+        copyDecoded(reader, stream, count, names, output);
+    DestroyFilters(reader, names);
 }

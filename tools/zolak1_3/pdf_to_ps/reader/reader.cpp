@@ -1,0 +1,55 @@
+/*
+ * reader.cpp - reports and nesting limits
+ */
+#include "tools/zolak1_3/pdf_to_ps/reader/reader.h"
+
+#include <cstdarg>
+
+namespace {
+
+constexpr char MODULE[] = "ZOLAK";
+constexpr char SOURCE[] = "tools/zolak1_3/pdf_to_ps";
+
+} // namespace
+
+void resetReader(PdfReader *reader)
+{
+    reader->xref = nullptr;
+    reader->xrefCapacity = 0;
+    reader->xrefLoaded = 0;
+    reader->rootPosition = POSITION_FAILED;
+    reader->xrefSize = 0;
+    reader->liveStrings = reader->liveNames = reader->liveArrays = reader->liveDicts = 0;
+    reader->liveStreams = 0;
+    reader->limits = {};
+    memo_clear(&reader->memo);
+    reader->digits = {};
+}
+
+void zolakReport(PdfReader *reader, int line, Severity severity, const char *key,
+                 const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    control_reportArguments(reader->controller, MODULE, SOURCE, line, severity, key, format,
+                            arguments);
+    va_end(arguments);
+}
+
+void reportOutOfMemory(PdfReader *reader, int line)
+{
+    zolakReport(reader, line, SEVERITY_ERROR, "out of memory", "Out of memory");
+}
+
+NestingLevel::NestingLevel(PdfReader *reader, int32_t &counter) : tooDeep(false), depth(counter)
+{
+    if (++depth <= NESTING_LIMIT)
+        return;
+    tooDeep = true;
+    zolakReport(reader, __LINE__, SEVERITY_ERROR, "BADOBJ", "Objects are nested too deeply.");
+}
+
+NestingLevel::~NestingLevel()
+{
+    --depth;
+}

@@ -1,0 +1,30 @@
+/*
+ * pages.h - the description of one page
+ */
+#ifndef PDF_TO_PS_PAGES_H
+#define PDF_TO_PS_PAGES_H
+
+#include "tools/zolak1_3/pdf_to_ps/reader/streams.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/run.h"
+
+/* Lower-left and upper-right corner, in units of PDF user space. */
+struct PageBox {
+    int32_t llx, lly, urx, ury;
+};
+
+/* What a page inherits from the nodes above it, handed down by value.  The containers belong to
+ * the node that read them. */
+struct PageAttributes {
+    PageBox MediaBox;
+    PageBox CropBox;
+    int32_t hasCropBox;
+    int32_t rotation;             /* degrees counterclockwise: minus the /Rotate of the page */
+    const PdfDict *resources;     /* or null */
+    const PdfArray *contentArray; /* one of the two, or neither */
+    const PdfStream *contentStream;
+};
+
+/* Writes one page. */
+void writePageDescription(ConversionRun *run, const PageAttributes &attributes);
+
+#endif

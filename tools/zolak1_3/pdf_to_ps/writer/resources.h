@@ -1,0 +1,13 @@
+/*
+ * resources.h - the named resources of a page, a form or a Type 3 font
+ */
+#ifndef PDF_TO_PS_RESOURCES_H
+#define PDF_TO_PS_RESOURCES_H
+
+#include "tools/zolak1_3/pdf_to_ps/writer/run.h"
+
+/* Writes the definitions of all resources of the dictionary: XObjects, fonts, graphics states and
+ * colour spaces, in this order. */
+void writeResources(ConversionRun *run, const PdfDict *resources);
+
+#endif
