@@ -42,4 +42,10 @@ while read -r folder allowed; do
 done <<END
 $table
 END
+# The stage before the converter stands beside it and includes nothing of it.
+bad=$(grep -rHE '^#include "' prepare programs/pdf_prepare | grep -v '#include "prepare/' || true)
+if [ -n "$bad" ]; then
+    printf 'Not of the stage itself:\n%s\n' "$bad"
+    status=1
+fi
 exit $status

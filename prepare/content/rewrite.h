@@ -1,0 +1,74 @@
+/*
+ * rewrite.h - one walk over content with a chain of handlers
+ *
+ * Each operation is offered to the handlers in turn.  One that takes it writes what stands in its
+ * place with `emit`, and the handlers behind it see that as operations again.  What no one takes is
+ * copied as it stood; content in which nothing was taken keeps its object and bytes.  Forms and
+ * glyphs of Type 3 fonts are rewritten when they are met.
+ */
+#ifndef PREPARE_CONTENT_REWRITE_H
+#define PREPARE_CONTENT_REWRITE_H
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "prepare/content/state.h"
+#include "prepare/document/document.h"
+
+namespace prepare {
+
+struct Rewriter;
+
+/* One pass's view of one piece of content (a page, form or glyph); made anew for each. */
+struct Handler {
+    virtual ~Handler() = default;
+
+    /* Takes the operation and answers true, or leaves it to the others.  rewriter->state is that
+     * before the operation of the document; what handlers in front wrote is not in it. */
+    virtual bool take(Rewriter *rewriter, const Operation &operation) = 0;
+
+    /* The content has ended. */
+    virtual void end(Rewriter *) {}
+};
+
+/* A pass that works on content.  It takes part where the page has one of its needs. */
+struct ContentPass {
+    const char *name;
+    uint32_t wanted;
+    std::unique_ptr<Handler> (*make)();
+};
+
+struct Rewriter {
+    Document *document;
+    Page *page;
+    const std::vector<const ContentPass *> *passes;
+    ResourceScope scope; /* its resources may be added to */
+    const Rewriter *outer = nullptr;
+    int depth = 0;
+    ContentState state;
+    std::vector<std::unique_ptr<Handler>> handlers;
+    size_t stage = 0; /* handlers before this one have seen the operation */
+    std::string out;
+    bool taken = false;
+};
+
+/* Writes content in place of the operation that the calling handler takes. */
+void emit(Rewriter *rewriter, const std::string &content);
+
+/* Adds a resource under a name that stands nowhere else in the document; answers it. */
+std::string addResource(Rewriter *rewriter, int category, const std::string &prefix,
+                        QPDFObjectHandle resource);
+
+/* Puts a resource under this name, if the scope does not have it there already. */
+void putResource(Rewriter *rewriter, int category, const std::string &name,
+                 QPDFObjectHandle resource);
+
+/* Runs the content passes over a page's content (page->content) and all that it paints, and puts
+ * the new content in place when there is any.  Throws LimitReached. */
+void rewritePage(Document *document, Page *page, const std::vector<const ContentPass *> &passes);
+
+} // namespace prepare
+
+#endif

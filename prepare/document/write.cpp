@@ -1,0 +1,64 @@
+/*
+ * write.cpp - a new page tree with only what printing needs, and the file
+ */
+#include "prepare/document/write.h"
+
+#include <qpdf/QPDFWriter.hh>
+
+namespace prepare {
+
+namespace {
+
+constexpr char VERSION[] = "1.2"; /* the last one that the converter knows */
+
+/* What remains of a page. */
+QPDFObjectHandle plainPage(const Page &page, QPDFObjectHandle parent)
+{
+    QPDFObjectHandle plain = QPDFObjectHandle::newDictionary();
+    plain.replaceKey("/Type", QPDFObjectHandle::newName("/Page"));
+    plain.replaceKey("/Parent", parent);
+    QPDFObjectHandle object = page.object;
+    for (const char *key : {"/MediaBox", "/Rotate", "/Resources", "/Contents"})
+        if (object.hasKey(key))
+            plain.replaceKey(key, object.getKey(key));
+    return plain;
+}
+
+void replaceTree(Document *document)
+{
+    QPDF &pdf = document->pdf;
+    QPDFObjectHandle tree = pdf.makeIndirectObject(QPDFObjectHandle::newDictionary());
+    std::vector<QPDFObjectHandle> kids;
+    for (const Page &page : document->pages)
+        kids.push_back(pdf.makeIndirectObject(plainPage(page, tree)));
+    tree.replaceKey("/Type", QPDFObjectHandle::newName("/Pages"));
+    tree.replaceKey("/Count", QPDFObjectHandle::newInteger((long long)kids.size()));
+    tree.replaceKey("/Kids", QPDFObjectHandle::newArray(kids));
+    QPDFObjectHandle root = QPDFObjectHandle::newDictionary();
+    root.replaceKey("/Type", QPDFObjectHandle::newName("/Catalog"));
+    root.replaceKey("/Pages", tree);
+    QPDFObjectHandle labels = pdf.getRoot().getKey("/PageLabels");
+    if (labels.isDictionary() && document->options.pages.empty())
+        root.replaceKey("/PageLabels", labels);
+    pdf.getTrailer().replaceKey("/Root", pdf.makeIndirectObject(root));
+    if (!pdf.getTrailer().getKey("/Info").isDictionary())
+        pdf.getTrailer().removeKey("/Info");
+    pdf.updateAllPagesCache();
+}
+
+} // namespace
+
+void writeDocument(Document *document, const std::string &path)
+{
+    replaceTree(document);
+    QPDFWriter writer(document->pdf, path.c_str());
+    writer.setObjectStreamMode(qpdf_o_disable);
+    writer.setStreamDataMode(qpdf_s_preserve);
+    writer.setPreserveEncryption(false);
+    writer.setNewlineBeforeEndstream(true);
+    writer.setDeterministicID(true);
+    writer.forcePDFVersion(VERSION);
+    writer.write();
+}
+
+} // namespace prepare

@@ -1,0 +1,59 @@
+/*
+ * store.h - the fonts of a document: what they are, and what its pages show in them
+ *
+ * Simple fonts keep their codes and get another program; which codes are shown is gathered while
+ * pages are scanned.  Composite fonts are taken apart while pages are rewritten.  Both are written
+ * once, when all pages are done, with the glyphs that are in use.
+ */
+#ifndef PREPARE_FONTS_STORE_H
+#define PREPARE_FONTS_STORE_H
+
+#include <bitset>
+#include <map>
+#include <memory>
+
+#include "prepare/content/rewrite.h"
+#include "prepare/content/tokens.h"
+#include "prepare/document/document.h"
+
+namespace prepare {
+
+/* What is shown in a simple font. */
+struct FontUse {
+    QPDFObjectHandle font;
+    uint32_t need = 0;
+    std::bitset<256> codes;
+};
+
+struct CompositeFont {};
+
+struct FontStore {
+    std::map<QPDFObjGen, FontUse> simple;
+    std::map<QPDFObjGen, std::shared_ptr<CompositeFont>> composite;
+};
+
+std::unique_ptr<FontStore, void (*)(FontStore *)> newFontStore();
+
+/* NEED_FONTS for a simple font that gets another program, NEED_COMPOSITE for a composite one, else
+ * 0.  The font is an indirect dictionary. */
+uint32_t fontNeed(Document *document, QPDFObjectHandle font);
+
+/* Where to note what a simple font shows; null for a font that stays as it is. */
+FontUse *simpleFontUse(Document *document, QPDFObjectHandle font);
+void noteShown(FontUse *use, const Token &shown);
+
+/* Notes every code of the simple fonts among these resources: a page that cannot be read may show
+ * any of them. */
+void noteAllShown(Document *document, QPDFObjectHandle resources);
+
+/* Is this a composite font, whose text is now shown through others? */
+bool isRewrittenFont(Document *document, QPDFObjectHandle font);
+
+extern const ContentPass fontPass;
+
+/* Writes the programs of all fonts that pages have used. */
+void finishFonts(Document *document);
+
+} // namespace prepare
+
+#endif

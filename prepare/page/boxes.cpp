@@ -1,0 +1,122 @@
+/*
+ * boxes.cpp - one box of whole numbers
+ *
+ * The converter drops the fractions of a box and stops at nothing; what it cannot do is a unit, a
+ * rotation by other than quarter turns, and boxes that are missing or empty.
+ */
+#include "prepare/page/boxes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+#include "prepare/content/tokens.h"
+
+namespace prepare {
+
+namespace {
+
+struct Box {
+    double x1, y1, x2, y2;
+};
+
+constexpr Box LETTER = {0, 0, 612, 792};
+constexpr double MAX_SIDE = 1e6; /* units */
+
+/* A box with an area, its corners in order; numbers alone. */
+std::optional<Box> readBox(QPDFObjectHandle object)
+{
+    if (!object.isArray() || object.getArrayNItems() < 4)
+        return std::nullopt;
+    double v[4];
+    for (int i = 0; i < 4; i++) {
+        QPDFObjectHandle item = object.getArrayItem(i);
+        if (!item.isNumber())
+            return std::nullopt;
+        v[i] = numberOr(item, 0);
+    }
+    Box box = {std::min(v[0], v[2]), std::min(v[1], v[3]), std::max(v[0], v[2]),
+               std::max(v[1], v[3])};
+    bool hasArea = box.x2 - box.x1 >= 1 && box.y2 - box.y1 >= 1;
+    bool isSmall = std::max({-box.x1, -box.y1, box.x2, box.y2}) <= MAX_SIDE;
+    return hasArea && isSmall ? std::optional(box) : std::nullopt;
+}
+
+Box visibleBox(const Page &page)
+{
+    Box media = readBox(entryOf(page, "/MediaBox")).value_or(LETTER);
+    std::optional<Box> crop = readBox(entryOf(page, "/CropBox"));
+    if (!crop)
+        return media;
+    Box both = {std::max(media.x1, crop->x1), std::max(media.y1, crop->y1),
+                std::min(media.x2, crop->x2), std::min(media.y2, crop->y2)};
+    return both.x2 - both.x1 >= 1 && both.y2 - both.y1 >= 1 ? both : media;
+}
+
+double unitOf(const Page &page)
+{
+    double unit = numberOr(entryOf(page, "/UserUnit"), 1);
+    return unit > 0 && unit <= 1000 ? unit : 1;
+}
+
+int quarterTurns(const Page &page)
+{
+    double degrees = numberOr(entryOf(page, "/Rotate"), 0);
+    long turns = std::lround(std::fmod(degrees, 360) / 90) % 4;
+    return (int)(turns < 0 ? turns + 4 : turns);
+}
+
+/* Makes the unit part of the content. */
+void scaleContent(Document *document, Page *page, double unit)
+{
+    std::string scale = numberText(unit);
+    QPDFObjectHandle first =
+        QPDFObjectHandle::newStream(&document->pdf, scale + " 0 0 " + scale + " 0 0 cm\n");
+    std::vector<QPDFObjectHandle> streams = {first};
+    QPDFObjectHandle contents = page->object.getKey("/Contents");
+    if (contents.isStream())
+        streams.push_back(contents);
+    else if (contents.isArray())
+        for (QPDFObjectHandle stream : contents.getArrayAsVector())
+            streams.push_back(stream);
+    page->object.replaceKey("/Contents", QPDFObjectHandle::newArray(streams));
+    page->object.removeKey("/UserUnit");
+}
+
+} // namespace
+
+bool boxesNeedWork(const Page &page)
+{
+    QPDFObjectHandle rotate = entryOf(page, "/Rotate");
+    bool isOddTurn = !rotate.isNull() && (!rotate.isInteger() || integerOr(rotate, 0) % 90 != 0);
+    QPDFObjectHandle crop = entryOf(page, "/CropBox");
+    if (unitOf(page) != 1 || isOddTurn || !readBox(entryOf(page, "/MediaBox")))
+        return true;
+    if (crop.isNull())
+        return false;
+    std::optional<Box> box = readBox(crop);
+    if (!box)
+        return true;
+    Box media = *readBox(entryOf(page, "/MediaBox"));
+    return std::min(media.x2, box->x2) - std::max(media.x1, box->x1) < 1 ||
+           std::min(media.y2, box->y2) - std::max(media.y1, box->y1) < 1;
+}
+
+void mendBoxes(Document *document, Page *page)
+{
+    Box box = visibleBox(*page);
+    double unit = unitOf(*page);
+    if (unit != 1)
+        scaleContent(document, page, unit);
+    double x = std::round(box.x1 * unit), y = std::round(box.y1 * unit);
+    double width = std::max(1.0, std::round((box.x2 - box.x1) * unit));
+    double height = std::max(1.0, std::round((box.y2 - box.y1) * unit));
+    std::vector<QPDFObjectHandle> corners;
+    for (double value : {x, y, x + width, y + height})
+        corners.push_back(QPDFObjectHandle::newInteger((long long)value));
+    page->object.replaceKey("/MediaBox", QPDFObjectHandle::newArray(corners));
+    page->object.removeKey("/CropBox");
+    page->object.replaceKey("/Rotate", QPDFObjectHandle::newInteger(quarterTurns(*page) * 90));
+}
+
+} // namespace prepare

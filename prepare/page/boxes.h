@@ -1,0 +1,20 @@
+/*
+ * boxes.h - the page's size, crop, rotation and unit
+ */
+#ifndef PREPARE_PAGE_BOXES_H
+#define PREPARE_PAGE_BOXES_H
+
+#include "prepare/document/document.h"
+
+namespace prepare {
+
+/* Does the converter take the page's boxes as they are?  Needs inherited attributes in place. */
+bool boxesNeedWork(const Page &page);
+
+/* One media box of whole numbers that is what is seen of the page, and a rotation by quarter
+ * turns.  Letter where no box makes sense. */
+void mendBoxes(Document *document, Page *page);
+
+} // namespace prepare
+
+#endif

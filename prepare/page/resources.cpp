@@ -1,0 +1,114 @@
+/*
+ * resources.cpp - dropping what is not used
+ *
+ * A page may share its resources with others, so what is dropped is dropped from a copy.  The
+ * converter writes every resource of a page: what is unused costs room, and a single unused one of
+ * a kind that it does not take stops it.
+ */
+#include "prepare/page/resources.h"
+
+#include "prepare/fonts/store.h"
+
+namespace prepare {
+
+namespace {
+
+/* Is this a kind of resource that the converter prints as it is? */
+bool isHarmless(Document *document, int category, QPDFObjectHandle value)
+{
+    if (category == FONT)
+        return !value.isDictionary() || fontNeed(document, value) == 0;
+    if (category == XOBJECT && value.isStream()) {
+        QPDFObjectHandle filter = value.getDict().getKey("/Filter");
+        for (const char *name : {"/JPXDecode", "/JBIG2Decode", "/Crypt"})
+            if (filter.isOrHasName(name))
+                return false;
+        return true;
+    }
+    return category != COLORSPACE || value.isName();
+}
+
+bool isUnsupportedImage(QPDFObjectHandle value)
+{
+    if (!value.isStream())
+        return false;
+    QPDFObjectHandle filter = value.getDict().getKey("/Filter");
+    return filter.isOrHasName("/JPXDecode") || filter.isOrHasName("/JBIG2Decode");
+}
+
+/* What remains of one kind of resources. */
+QPDFObjectHandle keptOf(Document *document, QPDFObjectHandle entries, int category,
+                        const Usage &usage, int page)
+{
+    QPDFObjectHandle kept = QPDFObjectHandle::newDictionary();
+    for (auto &[name, value] : entriesOf(entries)) {
+        if (usage.complete && usage.names[category].count(name) == 0)
+            continue;
+        if (category == FONT && usage.complete && isRewrittenFont(document, value))
+            continue; /* its text is shown through other fonts now */
+        if (category == XOBJECT && isUnsupportedImage(value)) {
+            notice(document, "IMAGE", page, "A picture is left out: its kind of data is not read.");
+            continue;
+        }
+        kept.replaceKey(name, value);
+    }
+    return kept;
+}
+
+/* The resources without what is unused. */
+QPDFObjectHandle keptResources(Document *document, QPDFObjectHandle resources, const Usage &usage,
+                               int page)
+{
+    QPDFObjectHandle kept = QPDFObjectHandle::newDictionary();
+    for (int category : {XOBJECT, FONT, EXTGSTATE, COLORSPACE}) {
+        QPDFObjectHandle entries = resources.getKey(categoryKey(category));
+        if (!entries.isDictionary())
+            continue;
+        QPDFObjectHandle left = keptOf(document, entries, category, usage, page);
+        if (!left.getKeys().empty())
+            kept.replaceKey(categoryKey(category), left);
+    }
+    if (!usage.names[PATTERN].empty() && resources.getKey("/Pattern").isDictionary())
+        notice(document, "PATTERN", page, "Patterns are left out.");
+    return kept;
+}
+
+} // namespace
+
+bool resourcesNeedWork(Document *document, const Page &page)
+{
+    QPDFObjectHandle resources = entryOf(page, "/Resources");
+    if (!resources.isDictionary())
+        return false;
+    if (resources.hasKey("/Pattern"))
+        return true;
+    for (int category : {XOBJECT, FONT, COLORSPACE})
+        for (auto &[name, value] : entriesOf(resources.getKey(categoryKey(category)))) {
+            bool isUsed = page.usage.names[category].count(name) > 0;
+            if (!isUsed && page.usage.complete && !isHarmless(document, category, value))
+                return true;
+            if (isUsed && category == XOBJECT && isUnsupportedImage(value))
+                return true;
+        }
+    return document->formsHavePatterns;
+}
+
+void dropUnused(Document *document, Page *page)
+{
+    QPDFObjectHandle resources = page->object.getKey("/Resources");
+    if (!resources.isDictionary())
+        return;
+    page->object.replaceKey("/Resources",
+                            keptResources(document, resources, page->usage, page->number));
+}
+
+void dropUnusedInForms(Document *document)
+{
+    for (auto &[key, usage] : document->formUsage) {
+        QPDFObjectHandle resources = document->pdf.getObject(key);
+        if (resources.isDictionary())
+            document->pdf.replaceObject(key, keptResources(document, resources, usage, 0));
+    }
+}
+
+} // namespace prepare

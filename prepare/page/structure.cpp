@@ -1,0 +1,311 @@
+/*
+ * structure.cpp - mending what the converter would stop at
+ *
+ * Everything here changes objects only where they are wrong, so a document without such places
+ * keeps every object as it is.
+ */
+#include "prepare/page/structure.h"
+
+#include <algorithm>
+
+#include "prepare/content/tokens.h"
+#include "prepare/page/spaces.h"
+
+namespace prepare {
+
+namespace {
+
+constexpr int MAX_TREE_DEPTH = 64;
+
+struct Mending {
+    Document *document;
+    Page *page;
+};
+
+void changed(Mending *mending)
+{
+    mending->page->needs |= NEED_STRUCTURE;
+}
+
+/* The attribute of the page or of the nodes above it. */
+QPDFObjectHandle inherited(QPDFObjectHandle node, const char *key)
+{
+    for (int depth = 0; depth < MAX_TREE_DEPTH && node.isDictionary(); depth++) {
+        QPDFObjectHandle value = node.getKey(key);
+        if (!value.isNull())
+            return value;
+        node = node.getKey("/Parent");
+    }
+    return QPDFObjectHandle::newNull();
+}
+
+/* The names of filters in full; only inline images may use the short ones. */
+const std::map<std::string, std::string> longFilters = {
+    {"/AHx", "/ASCIIHexDecode"}, {"/A85", "/ASCII85Decode"},  {"/LZW", "/LZWDecode"},
+    {"/Fl", "/FlateDecode"},     {"/RL", "/RunLengthDecode"}, {"/CCF", "/CCITTFaxDecode"},
+    {"/DCT", "/DCTDecode"},
+};
+
+void mendFilters(Mending *mending, QPDFObjectHandle stream)
+{
+    QPDFObjectHandle dict = stream.getDict();
+    if (dict.hasKey("/F") && !dict.hasKey("/Filter") && dict.getKey("/F").isName())
+        dict.replaceKey("/Filter", dict.getKey("/F"));
+    QPDFObjectHandle filter = dict.getKey("/Filter");
+    std::vector<QPDFObjectHandle> filters =
+        filter.isArray() ? filter.getArrayAsVector() : std::vector<QPDFObjectHandle>{filter};
+    bool isChanged = false, hasCrypt = false;
+    for (QPDFObjectHandle &name : filters) {
+        auto full = longFilters.find(nameOr(name));
+        hasCrypt |= nameOr(name) == "/Crypt";
+        if (full == longFilters.end())
+            continue;
+        name = QPDFObjectHandle::newName(full->second);
+        isChanged = true;
+    }
+    bool isWrong = !filter.isNull() && !filter.isName() && !filter.isArray();
+    if (hasCrypt || isWrong) { /* libqpdf has decrypted the data already */
+        bool damaged = false;
+        replaceWithFlate(stream, decodeStream(stream, MAX_CONTENT_BYTES, &damaged));
+        return changed(mending);
+    }
+    if (!isChanged)
+        return;
+    dict.replaceKey("/Filter", filter.isArray() ? QPDFObjectHandle::newArray(filters) : filters[0]);
+    changed(mending);
+}
+
+void mendResources(Mending *mending, QPDFObjectHandle resources, int depth);
+
+/* A stream's /Resources, if they are any. */
+void mendInner(Mending *mending, QPDFObjectHandle holder, int depth)
+{
+    QPDFObjectHandle resources = holder.getKey("/Resources");
+    if (resources.isDictionary() && !resources.isIndirect()) {
+        /* Their usage is kept by number. */
+        resources = mending->document->pdf.makeIndirectObject(resources);
+        holder.replaceKey("/Resources", resources);
+    }
+    if (resources.isDictionary())
+        mendResources(mending, resources, depth + 1);
+    else if (holder.hasKey("/Resources"))
+        holder.removeKey("/Resources");
+}
+
+void mendImage(Mending *mending, QPDFObjectHandle image)
+{
+    QPDFObjectHandle dict = image.getDict();
+    if (dict.hasKey("/ColorSpace")) {
+        bool isChanged = false;
+        QPDFObjectHandle space =
+            mendSpace(mending->document, dict.getKey("/ColorSpace"), &isChanged);
+        if (isChanged) {
+            dict.replaceKey("/ColorSpace", space);
+            changed(mending);
+        }
+    }
+}
+
+/* Says what an XObject without /Subtype must be. */
+std::string kindOfXObject(Mending *mending, QPDFObjectHandle dict)
+{
+    std::string subtype = nameOr(dict.getKey("/Subtype"));
+    if (!subtype.empty())
+        return subtype;
+    subtype = dict.hasKey("/BBox") ? "/Form" : dict.hasKey("/Width") ? "/Image" : "";
+    if (!subtype.empty()) {
+        dict.replaceKey("/Subtype", QPDFObjectHandle::newName(subtype));
+        changed(mending);
+    }
+    return subtype;
+}
+
+/* False: the converter cannot take it. */
+bool mendXObject(Mending *mending, QPDFObjectHandle object, int depth)
+{
+    if (!object.isStream())
+        return false;
+    QPDFObjectHandle dict = object.getDict();
+    std::string subtype = kindOfXObject(mending, dict);
+    if (subtype != "/Image" && subtype != "/Form")
+        return false;
+    if (!mending->document->structured.insert(object.getObjGen()).second)
+        return true;
+    mendFilters(mending, object);
+    if (subtype == "/Image")
+        mendImage(mending, object);
+    else
+        mendInner(mending, dict, depth);
+    return true;
+}
+
+void mendType3(Mending *mending, QPDFObjectHandle font, int depth)
+{
+    mendInner(mending, font, depth);
+    QPDFObjectHandle glyphs = font.getKey("/CharProcs");
+    if (!glyphs.isDictionary()) {
+        font.replaceKey("/CharProcs", QPDFObjectHandle::newDictionary());
+        return changed(mending);
+    }
+    for (auto &[name, glyph] : entriesOf(glyphs)) {
+        if (glyph.isStream()) {
+            mendFilters(mending, glyph);
+        } else {
+            glyphs.removeKey(name);
+            changed(mending);
+        }
+    }
+}
+
+bool mendFont(Mending *mending, QPDFObjectHandle font, int depth)
+{
+    if (!font.isDictionary() || !font.getKey("/Subtype").isName())
+        return false;
+    if (!mending->document->structured.insert(font.getObjGen()).second)
+        return true;
+    if (font.getKey("/Subtype").isNameAndEquals("/Type3"))
+        mendType3(mending, font, depth);
+    return true;
+}
+
+/* Functions that the converter takes: sampled ones, and names. */
+bool isTakenFunction(QPDFObjectHandle function)
+{
+    if (function.isName())
+        return true;
+    return function.isStream() && integerOr(function.getDict().getKey("/FunctionType"), -1) == 0;
+}
+
+bool mendGraphicsState(Mending *mending, QPDFObjectHandle state)
+{
+    if (!state.isDictionary())
+        return false;
+    for (const char *key : {"/TR", "/BG", "/UCR"}) {
+        QPDFObjectHandle function = state.getKey(key);
+        bool isTaken = isTakenFunction(function);
+        if (function.isArray()) {
+            std::vector<QPDFObjectHandle> items = function.getArrayAsVector();
+            isTaken = std::all_of(items.begin(), items.end(), isTakenFunction);
+        }
+        if (function.isNull() || isTaken)
+            continue;
+        state.removeKey(key);
+        changed(mending);
+    }
+    QPDFObjectHandle font = state.getKey("/Font");
+    if (font.isArray() && font.getArrayNItems() > 0) {
+        QPDFObjectHandle dict = font.getArrayItem(0);
+        if (dict.isDictionary() && !dict.isIndirect())
+            font.setArrayItem(0, mending->document->pdf.makeIndirectObject(dict));
+    }
+    return true;
+}
+
+/* Mends one resource; false: it is dropped. */
+bool mendEntry(Mending *mending, int category, QPDFObjectHandle entries, const std::string &name,
+               QPDFObjectHandle value, int depth)
+{
+    switch (category) {
+    case XOBJECT:
+        return mendXObject(mending, value, depth);
+    case FONT:
+        if (value.isDictionary() && !value.isIndirect()) {
+            value = mending->document->pdf.makeIndirectObject(value);
+            entries.replaceKey(name, value);
+        }
+        return mendFont(mending, value, depth);
+    case EXTGSTATE:
+        return mendGraphicsState(mending, value);
+    case COLORSPACE: {
+        bool isChanged = false;
+        QPDFObjectHandle space = mendSpace(mending->document, value, &isChanged);
+        if (isChanged && !space.isNull()) {
+            entries.replaceKey(name, space);
+            changed(mending);
+        }
+        return !space.isNull();
+    }
+    default:
+        return true;
+    }
+}
+
+void mendCategory(Mending *mending, QPDFObjectHandle resources, int category, int depth)
+{
+    QPDFObjectHandle entries = resources.getKey(categoryKey(category));
+    if (entries.isNull())
+        return;
+    if (!entries.isDictionary()) {
+        resources.removeKey(categoryKey(category));
+        return changed(mending);
+    }
+    if (entries.isIndirect() && !mending->document->structured.insert(entries.getObjGen()).second)
+        return;
+    for (const std::string &name : entries.getKeys()) {
+        if (mendEntry(mending, category, entries, name, entries.getKey(name), depth))
+            continue;
+        entries.removeKey(name);
+        changed(mending);
+    }
+}
+
+void mendResources(Mending *mending, QPDFObjectHandle resources, int depth)
+{
+    if (depth > MAX_FORM_DEPTH)
+        return;
+    if (resources.isIndirect() &&
+        !mending->document->structured.insert(resources.getObjGen()).second)
+        return;
+    if (depth > 1 && resources.hasKey("/Pattern"))
+        mending->document->formsHavePatterns = true;
+    for (int category = 0; category < CATEGORIES; category++)
+        mendCategory(mending, resources, category, depth);
+}
+
+/* /Contents: a stream, or an array of streams. */
+void mendContents(Mending *mending, QPDFObjectHandle page)
+{
+    QPDFObjectHandle contents = page.getKey("/Contents");
+    if (contents.isStream())
+        return mendFilters(mending, contents);
+    if (contents.isNull() && !page.hasKey("/Contents"))
+        return;
+    std::vector<QPDFObjectHandle> streams;
+    bool isWrong = !contents.isArray();
+    if (contents.isArray())
+        streams = contents.getArrayAsVector();
+    auto notStream = [](QPDFObjectHandle item) { return !item.isStream(); };
+    auto end = std::remove_if(streams.begin(), streams.end(), notStream);
+    isWrong |= end != streams.end();
+    streams.erase(end, streams.end());
+    for (QPDFObjectHandle stream : streams)
+        mendFilters(mending, stream);
+    if (!isWrong)
+        return;
+    page.replaceKey("/Contents", QPDFObjectHandle::newArray(streams));
+    changed(mending);
+}
+
+} // namespace
+
+void mendPage(Document *document, Page *page)
+{
+    Mending mending{document, page};
+    QPDFObjectHandle object = page->object;
+    for (const char *key : {"/MediaBox", "/CropBox", "/Rotate", "/Resources"})
+        if (object.getKey(key).isNull()) {
+            QPDFObjectHandle value = inherited(object, key);
+            object.replaceKey(key, value);
+        }
+    mendContents(&mending, object);
+    QPDFObjectHandle resources = object.getKey("/Resources");
+    if (!resources.isDictionary()) {
+        if (object.hasKey("/Resources"))
+            changed(&mending);
+        object.replaceKey("/Resources", QPDFObjectHandle::newDictionary());
+        return;
+    }
+    mendResources(&mending, resources, 1);
+}
+
+} // namespace prepare

@@ -1,0 +1,19 @@
+/*
+ * structure.h - what a page consists of: inherited attributes, content, resources
+ */
+#ifndef PREPARE_PAGE_STRUCTURE_H
+#define PREPARE_PAGE_STRUCTURE_H
+
+#include "prepare/document/document.h"
+
+namespace prepare {
+
+/* Sets inherited attributes on the page, drops what is no content, and mends its resources and
+ * those of forms and fonts: entries of a wrong kind, filters in short, tables as strings, colour
+ * profiles, names that hurt.  Adds NEED_STRUCTURE where that changes what the converter would
+ * stop at or print wrong. */
+void mendPage(Document *document, Page *page);
+
+} // namespace prepare
+
+#endif

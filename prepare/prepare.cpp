@@ -1,0 +1,194 @@
+/*
+ * prepare.cpp - the order of the passes
+ *
+ * A page goes through all of them before the next one is looked at:
+ *
+ *   structure     attributes, content and resources in order       (page/structure)
+ *   boxes         one box, quarter turns, unit                     (page/boxes)
+ *   scan          what the content uses and needs                  (content/scan)
+ *   content       the passes that rewrite content, in their order  (content/rewrite)
+ *
+ * and when all pages are done: the fonts' programs (fonts/store), unused resources (page/resources)
+ * and the file (document/write).  A pass that adds to a page by its dictionary stands before the
+ * scan; one that rewrites operations is a row of contentPasses.
+ */
+#include "prepare/prepare.h"
+
+#include "prepare/content/rewrite.h"
+#include "prepare/content/scan.h"
+#include "prepare/document/document.h"
+#include "prepare/document/load.h"
+#include "prepare/document/probe.h"
+#include "prepare/document/write.h"
+#include "prepare/fonts/store.h"
+#include "prepare/page/boxes.h"
+#include "prepare/page/resources.h"
+#include "prepare/page/structure.h"
+
+namespace prepare {
+
+namespace {
+
+/* A pass over a page that works on its dictionary. */
+struct PagePass {
+    const char *name;
+    void (*run)(Document *, Page *);
+};
+
+void boxPass(Document *document, Page *page)
+{
+    if (!boxesNeedWork(*page))
+        return;
+    page->needs |= NEED_BOXES;
+    mendBoxes(document, page);
+}
+
+void scanPass(Document *document, Page *page)
+{
+    scanPage(document, page);
+    if (resourcesNeedWork(document, *page))
+        page->needs |= NEED_RESOURCES;
+}
+
+/* ORDER: each may rely on those before it. */
+constexpr PagePass lookPasses[] = {
+    {"structure", mendPage},
+    {"boxes", boxPass},
+    {"scan", scanPass},
+};
+
+/* ORDER: fonts behind everything that adds or changes text. */
+const ContentPass *const contentPasses[] = {&fontPass};
+
+void runContentPasses(Document *document, Page *page)
+{
+    std::vector<const ContentPass *> wanted;
+    for (const ContentPass *pass : contentPasses)
+        if (page->needs & pass->wanted)
+            wanted.push_back(pass);
+    if (!wanted.empty())
+        rewritePage(document, page, wanted);
+    else if (page->needs & NEED_CONTENT)
+        page->object.replaceKey("/Contents", newFlateStream(&document->pdf, page->content));
+}
+
+/* Runs something on a page.  What goes wrong there costs the page its preparation, no more. */
+template <class Run> void guarded(Document *document, Page *page, Run run)
+{
+    try {
+        run();
+        return;
+    } catch (const LimitReached &limit) {
+        notice(document, "LIMIT", page->number, limit.text);
+    } catch (const std::bad_alloc &) {
+        throw;
+    } catch (const std::exception &error) {
+        notice(document, "DAMAGED", page->number, error.what());
+    }
+    page->usage.complete = false;
+    noteAllShown(document, page->object.getKeyIfDict("/Resources"));
+}
+
+void lookAt(Document *document, Page *page)
+{
+    guarded(document, page, [&] {
+        for (const PagePass &pass : lookPasses)
+            pass.run(document, page);
+    });
+    document->needs |= page->needs;
+}
+
+/* Has libqpdf met damage so far?  Then the file needs its repairs. */
+void noteDamage(Document *document)
+{
+    if (!document->pdf.anyWarnings())
+        return;
+    document->needs |= NEED_STRUCTURE;
+    notice(document, "DAMAGED", 0, "The document is damaged; what can be read is used.");
+}
+
+bool open(Document *document, const std::string &in, const Options &options,
+          std::vector<Notice> *notices)
+{
+    document->options = options;
+    document->notices = notices;
+    document->fonts = newFontStore();
+    if (!loadDocument(document, in))
+        return false;
+    if (!hasPlainTables(in) || document->pdf.isEncrypted())
+        document->needs |= NEED_STRUCTURE;
+    noteDamage(document);
+    return true;
+}
+
+void finish(Document *document, const std::string &out)
+{
+    finishFonts(document);
+    for (Page &page : document->pages)
+        guarded(document, &page, [&] {
+            mendBoxes(document, &page);
+            dropUnused(document, &page);
+        });
+    dropUnusedInForms(document);
+    writeDocument(document, out);
+}
+
+/* Turns what a library throws into a notice. */
+template <class Run> Outcome refusing(std::vector<Notice> *notices, Run run)
+{
+    std::string text;
+    try {
+        return run();
+    } catch (const LimitReached &limit) {
+        text = limit.text;
+    } catch (const std::bad_alloc &) {
+        throw;
+    } catch (const std::exception &error) {
+        text = error.what();
+    }
+    notices->push_back({"DAMAGED", 0, text});
+    return Outcome::REFUSED;
+}
+
+} // namespace
+
+Outcome prepareFile(const std::string &in, const std::string &out, const Options &options,
+                    std::vector<Notice> *notices)
+{
+    return refusing(notices, [&] {
+        Document document;
+        if (!open(&document, in, options, notices))
+            return Outcome::REFUSED;
+        for (Page &page : document.pages) {
+            lookAt(&document, &page);
+            guarded(&document, &page, [&] { runContentPasses(&document, &page); });
+            page.content = {};
+        }
+        noteDamage(&document);
+        if (document.needs == 0)
+            return Outcome::UNCHANGED;
+        finish(&document, out);
+        return Outcome::REWRITTEN;
+    });
+}
+
+Outcome probeFile(const std::string &in, const Options &options, std::vector<Notice> *notices)
+{
+    if (!hasPlainTables(in))
+        return Outcome::REWRITTEN;
+    return refusing(notices, [&] {
+        Document document;
+        if (!open(&document, in, options, notices))
+            return Outcome::REFUSED;
+        for (Page &page : document.pages) {
+            if (document.needs != 0)
+                break;
+            lookAt(&document, &page);
+            page.content = {};
+        }
+        noteDamage(&document);
+        return document.needs ? Outcome::REWRITTEN : Outcome::UNCHANGED;
+    });
+}
+
+} // namespace prepare

@@ -1,0 +1,304 @@
+/*
+ * main.cpp - the command pdf_prepare: options, limits, one document, an exit status
+ *
+ * The work is done in a child process with limits on memory, time and output, because what a
+ * document asks for is not known beforehand.  When the child ends by one of them, or by a fault of
+ * a library, the parent says so and no output is left.
+ */
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+#include <getopt.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "prepare/prepare.h"
+
+namespace {
+
+using namespace prepare;
+
+enum Status { STATUS_DONE = 0, STATUS_FAILED = 1, STATUS_USAGE = 2, STATUS_NEEDED = 3 };
+
+constexpr char HELP[] =
+    "Usage: pdf_prepare [options] IN.pdf OUT.pdf\n"
+    "       pdf_prepare --probe [options] IN.pdf\n"
+    "Turns any PDF into a plain one that pdf_to_ps converts.\n"
+    "\n"
+    "  --pages=LIST            only these pages, such as 2-5,9,12-\n"
+    "  --annotations=WHICH     print (default), screen or none\n"
+    "  --password-file=FILE    the document's password is the first line of FILE\n"
+    "  --probe                 only say whether there is something to do: status 3; 0 if not\n"
+    "  --help, --version\n"
+    "\n"
+    "Status: 0 done, 1 not done (no output), 2 wrong use, 3 with --probe only.\n";
+
+struct Arguments {
+    Options options;
+    bool probe = false;
+    std::string in, out;
+};
+
+[[noreturn]] void misuse(const std::string &text)
+{
+    fprintf(stderr, "pdf_prepare: %s\nTry 'pdf_prepare --help'.\n", text.c_str());
+    exit(STATUS_USAGE);
+}
+
+/* "2-5,9,12-" */
+std::vector<std::pair<int, int>> readPages(const char *list)
+{
+    constexpr int LAST = 1 << 30;
+    std::vector<std::pair<int, int>> pages;
+    for (const char *at = list; *at;) {
+        char *end;
+        long first = strtol(at, &end, 10), last = first;
+        bool good = end != at && *at >= '0' && *at <= '9';
+        at = end;
+        if (good && *at == '-') {
+            last = strtol(++at, &end, 10);
+            last = end == at ? LAST : last;
+            at = end;
+        }
+        if (!good || first < 1 || last < first || last > LAST || (*at && *at != ','))
+            misuse("Not a list of pages: " + std::string(list));
+        pages.emplace_back((int)first, (int)last);
+        at += *at == ',';
+    }
+    if (pages.empty())
+        misuse("Not a list of pages: " + std::string(list));
+    return pages;
+}
+
+Annotations readAnnotations(const std::string &which)
+{
+    if (which == "print")
+        return Annotations::PRINT;
+    if (which == "screen")
+        return Annotations::SCREEN;
+    if (which == "none")
+        return Annotations::NONE;
+    misuse("Not print, screen or none: " + which);
+}
+
+std::string readPassword(const char *path)
+{
+    std::ifstream file(path);
+    std::string line;
+    if (!file || !std::getline(file, line)) {
+        fprintf(stderr, "%s: %s\n", path, errno ? strerror(errno) : "No password in it");
+        exit(STATUS_FAILED);
+    }
+    if (!line.empty() && line.back() == '\r')
+        line.pop_back();
+    return line;
+}
+
+void readOption(int option, Arguments *arguments)
+{
+    switch (option) {
+    case 'p':
+        arguments->options.pages = readPages(optarg);
+        return;
+    case 'a':
+        arguments->options.annotations = readAnnotations(optarg);
+        return;
+    case 'w':
+        arguments->options.password = readPassword(optarg);
+        return;
+    case 'q':
+        arguments->probe = true;
+        return;
+    case 'h':
+        fputs(HELP, stdout);
+        exit(STATUS_DONE);
+    case 'v':
+        puts("pdf_prepare " PDF_PREPARE_VERSION);
+        exit(STATUS_DONE);
+    default:
+        fputs("Try 'pdf_prepare --help'.\n", stderr);
+        exit(STATUS_USAGE);
+    }
+}
+
+Arguments readArguments(int argc, char **argv)
+{
+    static const option options[] = {
+        {"pages", required_argument, nullptr, 'p'},
+        {"annotations", required_argument, nullptr, 'a'},
+        {"password-file", required_argument, nullptr, 'w'},
+        {"probe", no_argument, nullptr, 'q'},
+        {"help", no_argument, nullptr, 'h'},
+        {"version", no_argument, nullptr, 'v'},
+        {nullptr, 0, nullptr, 0},
+    };
+    Arguments arguments;
+    for (int option; (option = getopt_long(argc, argv, "", options, nullptr)) != -1;)
+        readOption(option, &arguments);
+    if (argc - optind != (arguments.probe ? 1 : 2))
+        misuse(arguments.probe ? "One file is wanted." : "Two files are wanted.");
+    arguments.in = argv[optind];
+    if (!arguments.probe)
+        arguments.out = argv[optind + 1];
+    return arguments;
+}
+
+void limit(int resource, rlim_t value)
+{
+    rlimit now;
+    if (getrlimit(resource, &now) != 0)
+        return;
+    if (now.rlim_max != RLIM_INFINITY && now.rlim_max < value)
+        value = now.rlim_max;
+    rlimit wanted = {value, now.rlim_max};
+    setrlimit(resource, &wanted);
+}
+
+void setLimits(rlim_t inputBytes)
+{
+    constexpr rlim_t MEGABYTE = 1 << 20;
+    limit(RLIMIT_CPU, 60 + 2 * inputBytes / MEGABYTE);
+    limit(RLIMIT_FSIZE, 16 * inputBytes + 256 * MEGABYTE);
+    limit(RLIMIT_CORE, 0);
+#if !defined(__SANITIZE_ADDRESS__) /* which reserves more than that for itself */
+    limit(RLIMIT_AS, 2048 * MEGABYTE);
+#endif
+    signal(SIGXFSZ, SIG_IGN); /* then the write fails, and says so */
+}
+
+void print(const std::vector<Notice> &notices)
+{
+    for (const Notice &notice : notices) {
+        std::string text = notice.text;
+        for (char &c : text)
+            if ((unsigned char)c < 32 || (unsigned char)c == 127)
+                c = '?'; /* what comes from the document does not drive the terminal */
+        if (notice.page > 0)
+            text = "Page " + std::to_string(notice.page) + ": " + text;
+        fprintf(stderr, "PREPARE-W-%s: %s\n", notice.key.c_str(), text.c_str());
+    }
+}
+
+bool copyFile(const std::string &in, const std::string &out)
+{
+    std::ifstream from(in, std::ios::binary);
+    std::ofstream to(out, std::ios::binary);
+    to << from.rdbuf();
+    to.close();
+    return from.good() && to.good();
+}
+
+int work(const Arguments &arguments, const std::string &temporary)
+{
+    std::vector<Notice> notices;
+    Outcome outcome = Outcome::REFUSED;
+    try {
+        outcome = arguments.probe
+                      ? probeFile(arguments.in, arguments.options, &notices)
+                      : prepareFile(arguments.in, temporary, arguments.options, &notices);
+    } catch (const std::bad_alloc &) {
+        notices.push_back({"LIMIT", 0, "The document needs too much memory."});
+    }
+    if (arguments.probe) {
+        if (outcome == Outcome::REFUSED)
+            print(notices);
+        return outcome == Outcome::REFUSED     ? STATUS_FAILED
+               : outcome == Outcome::REWRITTEN ? STATUS_NEEDED
+                                               : STATUS_DONE;
+    }
+    print(notices);
+    if (outcome == Outcome::UNCHANGED && !copyFile(arguments.in, temporary)) {
+        fprintf(stderr, "%s: %s\n", arguments.out.c_str(), strerror(errno));
+        return STATUS_FAILED;
+    }
+    return outcome == Outcome::REFUSED ? STATUS_FAILED : STATUS_DONE;
+}
+
+/* Runs the work in a child; answers its status, 1 when it did not end by itself. */
+int supervise(const Arguments &arguments, const std::string &temporary, rlim_t inputBytes)
+{
+    pid_t child = fork();
+    if (child == 0) {
+        setLimits(inputBytes);
+        int status = work(arguments, temporary);
+        fflush(stderr);
+        _exit(status);
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child) {
+        perror("pdf_prepare");
+        return STATUS_FAILED;
+    }
+    if (WIFEXITED(status))
+        return WEXITSTATUS(status);
+    bool isTime = WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGKILL;
+    fprintf(stderr, "PREPARE-W-LIMIT: %s\n",
+            isTime ? "The document takes too much time." : "The document cannot be prepared.");
+    return STATUS_FAILED;
+}
+
+/* The hidden file beside the output that becomes it. */
+std::string temporaryName(const std::string &out)
+{
+    size_t slash = out.rfind('/');
+    size_t base = slash == std::string::npos ? 0 : slash + 1;
+    return out.substr(0, base) + "." + out.substr(base) + "." + std::to_string(getpid());
+}
+
+bool isSpecial(const std::string &path)
+{
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 && !S_ISREG(info.st_mode);
+}
+
+/* Hands the finished file on to a pipe or device, or puts it in its place. */
+bool place(const std::string &temporary, const std::string &out)
+{
+    if (!isSpecial(out))
+        return rename(temporary.c_str(), out.c_str()) == 0;
+    bool good = copyFile(temporary, out);
+    unlink(temporary.c_str());
+    return good;
+}
+
+std::string scratchName()
+{
+    const char *directory = getenv("TMPDIR");
+    std::string name =
+        std::string(directory && *directory ? directory : "/tmp") + "/pdf_prepXXXXXX";
+    int file = mkstemp(name.data());
+    if (file >= 0)
+        close(file);
+    return name;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    Arguments arguments = readArguments(argc, argv);
+    struct stat info;
+    if (stat(arguments.in.c_str(), &info) != 0 || S_ISDIR(info.st_mode)) {
+        fprintf(stderr, "%s: %s\n", arguments.in.c_str(), strerror(errno ? errno : EISDIR));
+        return STATUS_FAILED;
+    }
+    std::string temporary;
+    if (!arguments.probe)
+        temporary = isSpecial(arguments.out) ? scratchName() : temporaryName(arguments.out);
+    int status = supervise(arguments, temporary, (rlim_t)info.st_size);
+    if (arguments.probe)
+        return status;
+    if (status == STATUS_DONE && !place(temporary, arguments.out)) {
+        fprintf(stderr, "%s: %s\n", arguments.out.c_str(), strerror(errno));
+        status = STATUS_FAILED;
+    }
+    if (status != STATUS_DONE)
+        unlink(temporary.c_str());
+    return status;
+}
