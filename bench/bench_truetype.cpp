@@ -97,7 +97,7 @@ int main(int argc, char **argv)
     double reading = fastestRun(input, seconds, readOnly);
     double whole = fastestRun(
         input, seconds, [instance, output](ZFile *font) { insert_ttfont(instance, font, output); });
-    if (control_stopped(instance->owner))
+    if (zelkov_stopped(instance))
         die("the font was refused");
 
     printf("%s, %u bytes\n", name, (unsigned)bytes);

@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "fuzz/silent_controller.h"
+#include "fuzz/adopted_instance.h"
 #include "tools/zolak1_3/pdf_to_ps/frame/driver.h"
 #include "tools/zolak1_3/pdf_to_ps/frame/zolak_class.h"
 
@@ -71,18 +71,15 @@ std::string documentOf(const std::string &texts)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static ZelkovController *controller = silentInstance()->owner;
     static Scratch scratch;
     if (size == 0)
         return 0;
     std::string bytes(data + 1, data + size);
     std::string document =
         scratch.write("doc.pdf", data[0] & AS_OBJECTS ? documentOf(bytes) : bytes);
-    silentReset();
-    auto *inst = reinterpret_cast<ConverterInstance *>(zelkov_create_inst(zolak_baseclass_init()));
-    inst->run.controller = controller;
-    inst->header.owner = controller; /* adopted, but for the list that would keep it */
-    silentListener = &inst->header;
+    AdoptedInstance adopted(zolak_baseclass_init());
+    auto *inst = reinterpret_cast<ConverterInstance *>((ZelkovInstance *)adopted);
+    inst->run.controller = inst->header.owner;
     snprintf(inst->options.FILE, sizeof inst->options.FILE, "%s", document.c_str());
     snprintf(inst->options.OUTSPEC, sizeof inst->options.OUTSPEC, "/dev/null");
     snprintf(inst->options.PROLOG, sizeof inst->options.PROLOG, "%s/empty.ps",
@@ -95,7 +92,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     runConversion(inst);
     if (inst->run.input)
         abort();
-    silentListener = nullptr;
-    zelkov_free_inst(&inst->header);
     return 0;
 }

@@ -6,18 +6,17 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "fuzz/silent_controller.h"
+#include "fuzz/adopted_instance.h"
 #include "tools/zolak1_3/truetype/truetype.h"
 #include "zelkov/file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static ZelkovInstance *instance = silentInstance();
+    AdoptedInstance instance(rootClass());
     static ZFile *output = fopenw("", "/dev/null", "", 0);
     ZFile *input = fopent("", "fuzz_insert_ttfont", "KV_TMP:.tmp", 0);
     if (!input || !output)
         abort();
-    silentReset();
     fputm(input, data, size);
     frewind(input);
     insert_ttfont(instance, input, output);

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "fuzz/silent_controller.h"
+#include "fuzz/adopted_instance.h"
 #include "tools/zolak1_3/truetype/cmap.h"
 #include "tools/zolak1_3/truetype/fontreader.h"
 
@@ -20,11 +20,10 @@ static void checkEncoding(const TTFont &font)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static ZelkovInstance *instance = silentInstance();
+    AdoptedInstance instance(rootClass());
     TTTable table = {data, size};
     if (size < 2)
         return 0;
-    silentReset();
     TTFont font = {};
     font.zone = zcreate(0);
     makeGlyphTable(instance, &font, tt_u16(table, 0));

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <climits>
 #include <cstring>
+#include <mutex>
 #include <unistd.h>
 
 namespace {
@@ -25,12 +26,16 @@ struct Slot {
 
 Slot slots[SLOTS];
 
+/* For the threads that change the list; the signal handler never takes it. */
+std::mutex changing;
+
 static_assert(std::atomic<int>::is_always_lock_free, "the signal handler reads these");
 
 bool add(const std::string &path, SlotState kind)
 {
     if (path.size() >= sizeof slots[0].path)
         return false;
+    std::lock_guard lock(changing);
     for (Slot &slot : slots) {
         int expected = SLOT_FREE_TO_TAKE;
         if (!slot.state.compare_exchange_strong(expected, SLOT_BEING_FILLED))
@@ -62,6 +67,7 @@ bool cleanup_addDirectory(const std::string &path)
 
 void cleanup_forget(const std::string &path)
 {
+    std::lock_guard lock(changing);
     for (Slot &slot : slots)
         if (holds(slot, path))
             slot.state.store(SLOT_FREE_TO_TAKE);

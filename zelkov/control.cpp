@@ -6,9 +6,11 @@
  */
 #include "zelkov/control.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 #include <new>
 #include <string>
 #include <vector>
@@ -69,6 +71,8 @@ int32_t controlInit(ZelkovInstance *self)
 
 void controlFree(ZelkovInstance *self)
 {
+    for (ZelkovInstance *instance : stateOf(self)->adopted)
+        instance->owner = nullptr;
     delete stateOf(self);
 }
 
@@ -94,6 +98,14 @@ int32_t controlAdopt(ZelkovInstance *self, ZelkovInstance *instance)
     stateOf(self)->adopted.push_back(instance);
     instance->owner = self;
     return 0;
+}
+
+void controlRelease(ZelkovInstance *self, ZelkovInstance *instance)
+{
+    ControlState *state = stateOf(self);
+    std::erase(state->adopted, instance);
+    instance->owner = nullptr;
+    state->stopped = false;
 }
 
 int32_t controlSetAttribute(ZelkovInstance *self, const char *name, const void *value, int32_t type)
@@ -220,15 +232,11 @@ void controlEndRun(ZelkovInstance *self)
                      std::to_string(r.count - REPEATS_SHOWN) + " more reports of " +
                      messageHead(r.module, r.severity, r.key) + " were not shown");
     state->repeated.clear();
+    state->stopped = false;
 }
 
-} // namespace
-
-ZelkovClass *control_baseclass_init()
+ZelkovClass *buildClass()
 {
-    static ZelkovClass *built;
-    if (built)
-        return built;
     zelkov_class_init();
     ZelkovClass *cls =
         zelkov_generic_subclass(zelkov_rootclass, sizeof(Control), ZELKOV_METHOD_COUNT);
@@ -243,7 +251,20 @@ ZelkovClass *control_baseclass_init()
     overrideMethod<SLOT_SET_ATTRIBUTE>(cls, controlSetAttribute);
     overrideMethod<SLOT_STOPPED>(cls, controlStopped);
     overrideMethod<SLOT_END_RUN>(cls, controlEndRun);
-    return built = cls;
+    overrideMethod<SLOT_RELEASE>(cls, controlRelease);
+    return cls;
+}
+
+} // namespace
+
+ZelkovClass *control_baseclass_init()
+{
+    static std::mutex guard;
+    static ZelkovClass *built;
+    std::lock_guard lock(guard);
+    if (!built)
+        built = buildClass();
+    return built;
 }
 
 void control_adopt(ZelkovController *controller, ZelkovInstance *instance)

@@ -3,7 +3,8 @@
  *
  * A message is one line on standard error, "ZOLAK-W-PDFVRSN: text".  Severity 4 also sends "STOP"
  * to every instance that the controller has adopted; after that only messages of severity 4 are
- * still printed.
+ * still printed, until the run ends or an adopted instance does.  Whether a run goes on is asked of
+ * its instance (zelkov_stopped), never of the controller.
  */
 #ifndef ZELKOV_CONTROL_H
 #define ZELKOV_CONTROL_H
@@ -26,7 +27,8 @@ enum Severity : int32_t {
  * controller. */
 ZelkovClass *control_baseclass_init();
 
-/* Takes an instance under the controller's control; its `owner` is the controller from now on. */
+/* Takes an instance under the controller's control; its `owner` is the controller from now on,
+ * until one of the two is freed. */
 void control_adopt(ZelkovController *controller, ZelkovInstance *instance);
 
 /* Reports a message through the controller's report method.  `module`, `key` and the format are
@@ -41,10 +43,10 @@ void control_reportArguments(ZelkovController *controller, const char *module, c
                              int line, int32_t severity, const char *key, const char *format,
                              va_list arguments);
 
-/* Has the controller sent "STOP"? */
+/* Has the controller sent "STOP" in this run? */
 bool control_stopped(const ZelkovController *controller);
 
-/* Ends a run: prints how many repeated messages were not shown. */
+/* Ends a run: prints how many repeated messages were not shown.  The next one begins anew. */
 void control_endRun(ZelkovController *controller);
 
 #endif

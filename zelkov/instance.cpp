@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <mutex>
 #include <new>
 #include <string>
 
@@ -18,10 +19,24 @@ namespace {
 constexpr char ROOT_NAME[] = "ZELKOV";
 constexpr uint32_t ROOT_INTERFACE = 0x200;
 
+/* Guards the root class while it is made, the registry, and the classes' lists of instances. */
+std::mutex &shared()
+{
+    static std::mutex guard;
+    return guard;
+}
+
 std::map<std::string, ZelkovInstance *> &registry()
 {
     static std::map<std::string, ZelkovInstance *> byName;
     return byName;
+}
+
+ZelkovInstance *findRegistered(const char *globalName)
+{
+    std::lock_guard lock(shared());
+    auto found = registry().find(globalName);
+    return found == registry().end() ? nullptr : found->second;
 }
 
 ZelkovInstance *rootCreate(ZelkovClass *cls)
@@ -35,6 +50,7 @@ ZelkovInstance *rootCreate(ZelkovClass *cls)
         free(instance);
         return nullptr;
     }
+    std::lock_guard lock(shared());
     instance->nextOfClass = cls->instances;
     cls->instances = instance;
     return instance;
@@ -72,9 +88,26 @@ const char *rootText(ZelkovInstance *)
     return "";
 }
 
-int32_t rootListen(ZelkovInstance *, uint32_t)
+int32_t rootListen(ZelkovInstance *self, uint32_t code)
 {
+    if (code == MESSAGE_STOP)
+        self->told = true;
     return 0;
+}
+
+bool rootStopped(const ZelkovInstance *self)
+{
+    return self->told;
+}
+
+void takeOffList(ZelkovInstance *instance)
+{
+    std::lock_guard lock(shared());
+    ZelkovInstance **link = &instance->ownClass->instances;
+    while (*link && *link != instance)
+        link = &(*link)->nextOfClass;
+    if (*link)
+        *link = instance->nextOfClass;
 }
 
 /* The root has no attributes: 1 is "unknown name". */
@@ -88,6 +121,7 @@ int32_t rootOption(ZelkovInstance *, const char *, const void *, int32_t)
 void zelkov_class_init()
 {
     static ZelkovClass root;
+    std::lock_guard lock(shared());
     if (zelkov_rootclass)
         return;
     root.instanceSize = sizeof(ZelkovInstance);
@@ -101,6 +135,7 @@ void zelkov_class_init()
     overrideMethod<SLOT_VERSION>(&root, rootText);
     overrideMethod<SLOT_LISTEN>(&root, rootListen);
     overrideMethod<SLOT_OPTION>(&root, rootOption);
+    overrideMethod<SLOT_STOPPED>(&root, rootStopped);
     zelkov_rootclass = &root;
 }
 
@@ -125,18 +160,16 @@ void zelkov_free_inst(ZelkovInstance *instance)
 {
     if (!instance)
         return;
-    for (ZelkovInstance **link = &instance->ownClass->instances; *link;
-         link = &(*link)->nextOfClass)
-        if (*link == instance) {
-            *link = instance->nextOfClass;
-            break;
-        }
+    if (instance->owner)
+        instanceMethod<SLOT_RELEASE>(instance->owner)(instance->owner, instance);
+    takeOffList(instance);
     instanceMethod<SLOT_FREE>(instance)(instance);
     free(instance);
 }
 
 void zelkov_register_inst(const char *globalName, ZelkovInstance *instance)
 {
+    std::lock_guard lock(shared());
     if (instance)
         registry()[globalName] = instance;
     else
@@ -146,10 +179,10 @@ void zelkov_register_inst(const char *globalName, ZelkovInstance *instance)
 ZelkovInstance *load_zelkov_inst(const char *globalName, const char *className, uint32_t number,
                                  int)
 {
-    auto found = registry().find(globalName);
-    if (found == registry().end())
+    ZelkovInstance *found = findRegistered(globalName);
+    if (!found)
         return nullptr;
-    uint32_t identity = instanceMethod<SLOT_IDENTIFY>(found->second)(className);
+    uint32_t identity = instanceMethod<SLOT_IDENTIFY>(found)(className);
     bool sameInterface = identity >> 16 == number >> 16;
-    return sameInterface && (identity & 0xFFFF) >= (number & 0xFFFF) ? found->second : nullptr;
+    return sameInterface && (identity & 0xFFFF) >= (number & 0xFFFF) ? found : nullptr;
 }

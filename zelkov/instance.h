@@ -7,6 +7,8 @@
  *
  * Every slot of the table has one signature, told by SlotMethod; classMethod and overrideMethod
  * are the only ways in, so that no method is called by a signature that it does not have.
+ *
+ * Classes are shared by all threads; an instance belongs to one at a time.
  */
 #ifndef ZELKOV_INSTANCE_H
 #define ZELKOV_INSTANCE_H
@@ -29,13 +31,14 @@ enum ZelkovSlot : int {
     SLOT_VERSION,
     SLOT_LISTEN,
     SLOT_OPTION,
+    SLOT_STOPPED,
 
     /* the controller's, in the order in which a client uses them */
     SLOT_ADOPT,
     SLOT_REPORT,
     SLOT_SET_ATTRIBUTE,
-    SLOT_STOPPED,
     SLOT_END_RUN,
+    SLOT_RELEASE,
 
     ZELKOV_METHOD_COUNT = 64
 };
@@ -85,6 +88,10 @@ template <> struct SlotMethod<SLOT_LISTEN> {
 template <> struct SlotMethod<SLOT_OPTION> {
     using Type = int32_t (*)(ZelkovInstance *, const char *, const void *, int32_t);
 };
+/* Has the instance been told to stop?  Of a controller: has it sent "STOP" in this run? */
+template <> struct SlotMethod<SLOT_STOPPED> {
+    using Type = bool (*)(const ZelkovInstance *);
+};
 /* Takes an instance under control: from now on it gets the controller's messages. */
 template <> struct SlotMethod<SLOT_ADOPT> {
     using Type = int32_t (*)(ZelkovInstance *, ZelkovInstance *);
@@ -97,13 +104,13 @@ template <> struct SlotMethod<SLOT_REPORT> {
 template <> struct SlotMethod<SLOT_SET_ATTRIBUTE> {
     using Type = int32_t (*)(ZelkovInstance *, const char *, const void *, int32_t);
 };
-/* Has "STOP" been sent? */
-template <> struct SlotMethod<SLOT_STOPPED> {
-    using Type = bool (*)(const ZelkovInstance *);
-};
-/* Prints what is left to say at the end of a run. */
+/* Prints what is left to say at the end of a run; the next one is not stopped. */
 template <> struct SlotMethod<SLOT_END_RUN> {
     using Type = void (*)(ZelkovInstance *);
+};
+/* Lets an instance go that it has adopted. */
+template <> struct SlotMethod<SLOT_RELEASE> {
+    using Type = void (*)(ZelkovInstance *, ZelkovInstance *);
 };
 
 constexpr uint32_t MESSAGE_STOP = 0x53544F50; /* "STOP", big-endian */
@@ -120,6 +127,7 @@ struct ZelkovInstance {
     ZelkovClass *ownClass;
     ZelkovInstance *nextOfClass;
     ZelkovInstance *owner; /* the controller that adopted the instance, or null */
+    bool told;             /* to stop; a class with a flag of its own leaves it alone */
 };
 
 template <ZelkovSlot slot> typename SlotMethod<slot>::Type classMethod(const ZelkovClass *cls)
@@ -154,8 +162,14 @@ ZelkovClass *zelkov_generic_subclass(const ZelkovClass *root, size_t instanceSiz
  * it until zelkov_free_inst. */
 ZelkovInstance *zelkov_create_inst(ZelkovClass *cls);
 
-/* Ends an instance; null is accepted. */
+/* Ends an instance, which its controller then knows no more; null is accepted. */
 void zelkov_free_inst(ZelkovInstance *instance);
+
+/* Has the instance been told to stop?  Nothing more is read or written then. */
+inline bool zelkov_stopped(const ZelkovInstance *instance)
+{
+    return instanceMethod<SLOT_STOPPED>(instance)(instance);
+}
 
 /* Makes a running instance known under a global name; null takes the name back. */
 void zelkov_register_inst(const char *globalName, ZelkovInstance *instance);

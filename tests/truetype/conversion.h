@@ -18,7 +18,7 @@ class RecordedInstance {
     RecordedInstance &operator=(const RecordedInstance &) = delete;
 
     operator ZelkovInstance *() const { return instance; }
-    bool stopped() const { return control_stopped(controller); }
+    bool stopped() const { return zelkov_stopped(instance); }
 
     RecordingController controller;
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 
 #include "zelkov/attribute.h"
 #include "zelkov/host.h"
@@ -83,6 +84,34 @@ TEST_F(Controller, OnlySeverity4StopsTheAdoptedInstances)
     report(4, "K", "text");
     EXPECT_EQ(stops, 1);
     EXPECT_TRUE(control_stopped(controller));
+}
+
+TEST_F(Controller, AFreedInstanceIsNotToldToStop)
+{
+    ZelkovInstance *other = zelkov_create_inst(cls);
+    control_adopt(controller, other);
+    zelkov_free_inst(other);
+    report(4, "K", "text");
+    EXPECT_EQ(stops, 1) << "the one that lives";
+}
+
+TEST_F(Controller, AStopEndsWithTheRunAndWithTheInstance)
+{
+    report(4, "K", "text");
+    EXPECT_EQ(endRun(), "");
+    EXPECT_FALSE(control_stopped(controller));
+    EXPECT_EQ(report(1, "K", "text"), "ZOLAK-I-K: text\n");
+
+    report(4, "K", "text");
+    zelkov_free_inst(std::exchange(instance, nullptr));
+    EXPECT_FALSE(control_stopped(controller));
+    EXPECT_EQ(report(1, "K", "text"), "ZOLAK-I-K: text\n");
+}
+
+TEST_F(Controller, AnInstanceMayOutliveItsController)
+{
+    zelkov_free_inst(std::exchange(controller, nullptr));
+    EXPECT_EQ(instance->owner, nullptr);
 }
 
 TEST_F(Controller, AfterAStopOnlySeverity4IsPrinted)

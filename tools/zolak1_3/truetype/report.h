@@ -35,7 +35,7 @@ enum TTReportLine : int {
 /* Is the instance's error flag set?  Nothing more is read or written then. */
 inline bool tt_stopped(const ZelkovInstance *instance)
 {
-    return control_stopped(instance->owner);
+    return zelkov_stopped(instance);
 }
 
 /* Reports under the key "TTFONT": a fault that the conversion survives, or the error that ends

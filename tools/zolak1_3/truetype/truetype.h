@@ -11,8 +11,8 @@
  * `output` as a complete Type 3 font.  The text ends in `definefont pop`: the caller has written
  * the font's name before.  Both handles stay open and the caller's.
  *
- * Failures are reported to the instance's controller and seen in its having stopped; nothing is
- * done when it has stopped already.  Answers what zdelete answers. */
+ * Failures are reported to the instance's controller and seen in the instance's having been told to
+ * stop; nothing is done when it was told already.  Answers what zdelete answers. */
 int insert_ttfont(ZelkovInstance *instance, ZFile *input, ZFile *output);
 
 #endif

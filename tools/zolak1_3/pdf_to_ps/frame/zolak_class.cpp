@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <mutex>
 
 #include "tools/zolak1_3/pdf_to_ps/writer/resources.h"
 #include "zelkov/text.h"
@@ -131,6 +132,11 @@ int32_t zolakListen(ZelkovInstance *self, uint32_t code)
     return 0;
 }
 
+bool zolakStopped(const ZelkovInstance *self)
+{
+    return reinterpret_cast<const ConverterInstance *>(self)->run.errorFlag != 0;
+}
+
 int32_t zolakOption(ZelkovInstance *self, const char *name, const void *value, int32_t type)
 {
     const char *title = instanceMethod<SLOT_NAME>(self)(self);
@@ -138,29 +144,37 @@ int32_t zolakOption(ZelkovInstance *self, const char *name, const void *value, i
     return 0;
 }
 
-} // namespace
-
-ZelkovClass *zolak_baseclass_init()
+ZelkovClass *buildClass()
 {
-    if (zolak_baseclass)
-        return zolak_baseclass;
     zelkov_class_init();
     if (!zelkov_rootclass)
         return nullptr;
     uint32_t root = classMethod<SLOT_IDENTIFY>(zelkov_rootclass)("ZELKOV");
     if (root == 0 || root >> 8 != 2)
         return nullptr;
-    zolak_baseclass =
+    ZelkovClass *cls =
         zelkov_generic_subclass(zelkov_rootclass, sizeof(ConverterInstance), ZELKOV_METHOD_COUNT);
-    if (!zolak_baseclass)
+    if (!cls)
         return nullptr;
-    overrideMethod<SLOT_INIT>(zolak_baseclass, zolakInit);
-    overrideMethod<SLOT_IDENTIFY>(zolak_baseclass, zolakIdentify);
-    overrideMethod<SLOT_LOOKUP>(zolak_baseclass, zolakLookup);
-    overrideMethod<SLOT_CLASS_NAME>(zolak_baseclass, zolakClassName);
-    overrideMethod<SLOT_NAME>(zolak_baseclass, zolakName);
-    overrideMethod<SLOT_VERSION>(zolak_baseclass, zolakVersion);
-    overrideMethod<SLOT_LISTEN>(zolak_baseclass, zolakListen);
-    overrideMethod<SLOT_OPTION>(zolak_baseclass, zolakOption);
+    overrideMethod<SLOT_INIT>(cls, zolakInit);
+    overrideMethod<SLOT_IDENTIFY>(cls, zolakIdentify);
+    overrideMethod<SLOT_LOOKUP>(cls, zolakLookup);
+    overrideMethod<SLOT_CLASS_NAME>(cls, zolakClassName);
+    overrideMethod<SLOT_NAME>(cls, zolakName);
+    overrideMethod<SLOT_VERSION>(cls, zolakVersion);
+    overrideMethod<SLOT_LISTEN>(cls, zolakListen);
+    overrideMethod<SLOT_OPTION>(cls, zolakOption);
+    overrideMethod<SLOT_STOPPED>(cls, zolakStopped);
+    return cls;
+}
+
+} // namespace
+
+ZelkovClass *zolak_baseclass_init()
+{
+    static std::mutex guard;
+    std::lock_guard lock(guard);
+    if (!zolak_baseclass)
+        zolak_baseclass = buildClass();
     return zolak_baseclass;
 }
