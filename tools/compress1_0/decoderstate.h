@@ -54,4 +54,50 @@ constexpr int32_t stateIsError(uint32_t status)
     return decoderState(status) > DECODER_DONE;
 }
 
+/* What every family answers about its record in the same way; a family gives each its own name,
+ * such as LZWD_isDone.  The counts are those of the last call that decoded; 0 for null. */
+
+template <class Decoder> constexpr uint32_t statusOf(const Decoder *decoder)
+{
+    if constexpr (requires { decoder->status; })
+        return decoder->status;
+    else
+        return decoder->state;
+}
+
+template <class Decoder> int32_t decoderConsumed(const Decoder *decoder)
+{
+    return decoder ? decoder->consumed : 0;
+}
+
+template <class Decoder> int32_t decoderProduced(const Decoder *decoder)
+{
+    return decoder ? decoder->produced : 0;
+}
+
+template <class Decoder> int32_t decoderIsBegin(const Decoder *decoder)
+{
+    return stateIsBegin(statusOf(decoder));
+}
+
+template <class Decoder> int32_t decoderIsRun(const Decoder *decoder)
+{
+    return stateIsRun(statusOf(decoder));
+}
+
+template <class Decoder> int32_t decoderIsBeginRun(const Decoder *decoder)
+{
+    return stateIsBeginRun(statusOf(decoder));
+}
+
+template <class Decoder> int32_t decoderIsDone(const Decoder *decoder)
+{
+    return stateIsDone(statusOf(decoder));
+}
+
+template <class Decoder> int32_t decoderIsError(const Decoder *decoder)
+{
+    return stateIsError(statusOf(decoder));
+}
+
 #endif

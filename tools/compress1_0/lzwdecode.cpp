@@ -15,8 +15,6 @@
 #include <memory>
 #include <new>
 
-#include "tools/compress1_0/decoderstate.h"
-
 namespace {
 
 constexpr char MODULE[] = "DECODE";
@@ -328,41 +326,6 @@ int32_t LZWD_ToRaw(LZWDecoder *decoder, const uint8_t *in, int32_t inLen, uint8_
     closeInput(decoder, input);
     decoder->produced = (int32_t)(left.next - out);
     return fault ? fault : decoder->produced;
-}
-
-int32_t LZWD_Consumed(const LZWDecoder *decoder)
-{
-    return decoder ? decoder->consumed : 0;
-}
-
-int32_t LZWD_Produced(const LZWDecoder *decoder)
-{
-    return decoder ? decoder->produced : 0;
-}
-
-int32_t LZWD_isBegin(const LZWDecoder *decoder)
-{
-    return stateIsBegin(decoder->status);
-}
-
-int32_t LZWD_isRun(const LZWDecoder *decoder)
-{
-    return stateIsRun(decoder->status);
-}
-
-int32_t LZWD_isBeginRun(const LZWDecoder *decoder)
-{
-    return stateIsBeginRun(decoder->status);
-}
-
-int32_t LZWD_isDone(const LZWDecoder *decoder)
-{
-    return stateIsDone(decoder->status);
-}
-
-int32_t LZWD_isError(const LZWDecoder *decoder)
-{
-    return stateIsError(decoder->status);
 }
 
 void LZWD_setEODInput(LZWDecoder *decoder)

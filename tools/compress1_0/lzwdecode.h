@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+#include "tools/compress1_0/decoderstate.h"
 #include "zelkov/control.h"
 
 /* Bits of LZWDecoder::status above the two of the state. */
@@ -62,14 +63,14 @@ int32_t LZWD_ToRaw(LZWDecoder *decoder, const uint8_t *in, int32_t inLen, uint8_
                    int32_t outMax);
 
 /* Input bytes taken and bytes written by the last LZWD_ToRaw; 0 for null. */
-int32_t LZWD_Consumed(const LZWDecoder *decoder);
-int32_t LZWD_Produced(const LZWDecoder *decoder);
+inline constexpr auto LZWD_Consumed = decoderConsumed<LZWDecoder>;
+inline constexpr auto LZWD_Produced = decoderProduced<LZWDecoder>;
 
-int32_t LZWD_isBegin(const LZWDecoder *decoder);
-int32_t LZWD_isRun(const LZWDecoder *decoder);
-int32_t LZWD_isBeginRun(const LZWDecoder *decoder);
-int32_t LZWD_isDone(const LZWDecoder *decoder);
-int32_t LZWD_isError(const LZWDecoder *decoder);
+inline constexpr auto LZWD_isBegin = decoderIsBegin<LZWDecoder>;
+inline constexpr auto LZWD_isRun = decoderIsRun<LZWDecoder>;
+inline constexpr auto LZWD_isBeginRun = decoderIsBeginRun<LZWDecoder>;
+inline constexpr auto LZWD_isDone = decoderIsDone<LZWDecoder>;
+inline constexpr auto LZWD_isError = decoderIsError<LZWDecoder>;
 
 /* No more input comes: a call that cannot read a code ends the data. */
 void LZWD_setEODInput(LZWDecoder *decoder);

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+#include "tools/compress1_0/decoderstate.h"
 #include "zelkov/control.h"
 
 struct RunLengthDecoder {
@@ -34,13 +35,13 @@ int32_t RLED_ToRaw(RunLengthDecoder *decoder, const uint8_t *in, int32_t inLen, 
                    int32_t outMax);
 
 /* Input bytes taken and bytes written by the last RLED_ToRaw; 0 for null. */
-int32_t RLED_Consumed(const RunLengthDecoder *decoder);
-int32_t RLED_Produced(const RunLengthDecoder *decoder);
+inline constexpr auto RLED_Consumed = decoderConsumed<RunLengthDecoder>;
+inline constexpr auto RLED_Produced = decoderProduced<RunLengthDecoder>;
 
-int32_t RLED_isBegin(const RunLengthDecoder *decoder);
-int32_t RLED_isRun(const RunLengthDecoder *decoder);
-int32_t RLED_isBeginRun(const RunLengthDecoder *decoder);
-int32_t RLED_isDone(const RunLengthDecoder *decoder);
-int32_t RLED_isError(const RunLengthDecoder *decoder);
+inline constexpr auto RLED_isBegin = decoderIsBegin<RunLengthDecoder>;
+inline constexpr auto RLED_isRun = decoderIsRun<RunLengthDecoder>;
+inline constexpr auto RLED_isBeginRun = decoderIsBeginRun<RunLengthDecoder>;
+inline constexpr auto RLED_isDone = decoderIsDone<RunLengthDecoder>;
+inline constexpr auto RLED_isError = decoderIsError<RunLengthDecoder>;
 
 #endif

@@ -10,8 +10,6 @@
 #include <algorithm>
 #include <new>
 
-#include "tools/compress1_0/decoderstate.h"
-
 namespace {
 
 constexpr char MODULE[] = "DECODE";
@@ -174,41 +172,6 @@ int32_t ASCII85D_ToRaw(ASCII85Decoder *decoder, const uint8_t *in, int32_t inLen
     decoder->consumed = (int32_t)(left.in - in);
     decoder->produced = (int32_t)(left.out - out);
     return result < 0 ? result : decoder->produced;
-}
-
-int32_t ASCII85D_Consumed(const ASCII85Decoder *decoder)
-{
-    return decoder->consumed;
-}
-
-int32_t ASCII85D_Produced(const ASCII85Decoder *decoder)
-{
-    return decoder->produced;
-}
-
-int32_t ASCII85D_isBegin(const ASCII85Decoder *decoder)
-{
-    return stateIsBegin(decoder->state);
-}
-
-int32_t ASCII85D_isRun(const ASCII85Decoder *decoder)
-{
-    return stateIsRun(decoder->state);
-}
-
-int32_t ASCII85D_isBeginRun(const ASCII85Decoder *decoder)
-{
-    return stateIsBeginRun(decoder->state);
-}
-
-int32_t ASCII85D_isDone(const ASCII85Decoder *decoder)
-{
-    return stateIsDone(decoder->state);
-}
-
-int32_t ASCII85D_isError(const ASCII85Decoder *decoder)
-{
-    return stateIsError(decoder->state);
 }
 
 void ASCII85D_setEODInput(ASCII85Decoder *decoder)

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+#include "tools/compress1_0/decoderstate.h"
 #include "zelkov/control.h"
 
 /* One decoder.  ASCII85D_Init makes it, its caller owns it, ASCII85D_Free ends it. */
@@ -38,14 +39,14 @@ int32_t ASCII85D_ToRaw(ASCII85Decoder *decoder, const uint8_t *in, int32_t inLen
                        int32_t outMax);
 
 /* Input bytes taken and bytes written by the last ASCII85D_ToRaw. */
-int32_t ASCII85D_Consumed(const ASCII85Decoder *decoder);
-int32_t ASCII85D_Produced(const ASCII85Decoder *decoder);
+inline constexpr auto ASCII85D_Consumed = decoderConsumed<ASCII85Decoder>;
+inline constexpr auto ASCII85D_Produced = decoderProduced<ASCII85Decoder>;
 
-int32_t ASCII85D_isBegin(const ASCII85Decoder *decoder);
-int32_t ASCII85D_isRun(const ASCII85Decoder *decoder);
-int32_t ASCII85D_isBeginRun(const ASCII85Decoder *decoder);
-int32_t ASCII85D_isDone(const ASCII85Decoder *decoder);
-int32_t ASCII85D_isError(const ASCII85Decoder *decoder);
+inline constexpr auto ASCII85D_isBegin = decoderIsBegin<ASCII85Decoder>;
+inline constexpr auto ASCII85D_isRun = decoderIsRun<ASCII85Decoder>;
+inline constexpr auto ASCII85D_isBeginRun = decoderIsBeginRun<ASCII85Decoder>;
+inline constexpr auto ASCII85D_isDone = decoderIsDone<ASCII85Decoder>;
+inline constexpr auto ASCII85D_isError = decoderIsError<ASCII85Decoder>;
 
 /* Declares that no more input comes: the decoder is Done, and digits that it holds are lost. */
 void ASCII85D_setEODInput(ASCII85Decoder *decoder);

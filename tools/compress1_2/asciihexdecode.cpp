@@ -10,8 +10,6 @@
 #include <array>
 #include <new>
 
-#include "tools/compress1_0/decoderstate.h"
-
 namespace {
 
 constexpr char MODULE[] = "DECODE";
@@ -126,39 +124,4 @@ int32_t ASCIIHexD_ToRaw(ASCIIHexDecoder *decoder, const uint8_t *in, int32_t inL
     decoder->consumed = (int32_t)(left.in - in);
     decoder->produced = (int32_t)(left.out - out);
     return result < 0 ? result : decoder->produced;
-}
-
-int32_t ASCIIHexD_Consumed(const ASCIIHexDecoder *decoder)
-{
-    return decoder->consumed;
-}
-
-int32_t ASCIIHexD_Produced(const ASCIIHexDecoder *decoder)
-{
-    return decoder->produced;
-}
-
-int32_t ASCIIHexD_isBegin(const ASCIIHexDecoder *decoder)
-{
-    return stateIsBegin(decoder->state);
-}
-
-int32_t ASCIIHexD_isRun(const ASCIIHexDecoder *decoder)
-{
-    return stateIsRun(decoder->state);
-}
-
-int32_t ASCIIHexD_isBeginRun(const ASCIIHexDecoder *decoder)
-{
-    return stateIsBeginRun(decoder->state);
-}
-
-int32_t ASCIIHexD_isDone(const ASCIIHexDecoder *decoder)
-{
-    return stateIsDone(decoder->state);
-}
-
-int32_t ASCIIHexD_isError(const ASCIIHexDecoder *decoder)
-{
-    return stateIsError(decoder->state);
 }

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+#include "tools/compress1_0/decoderstate.h"
 #include "zelkov/control.h"
 
 /* One decoder.  ASCIIHexD_Init makes it, its caller owns it, ASCIIHexD_Free ends it. */
@@ -32,13 +33,13 @@ int32_t ASCIIHexD_ToRaw(ASCIIHexDecoder *decoder, const uint8_t *in, int32_t inL
                         int32_t outMax);
 
 /* Input bytes taken and bytes written by the last ASCIIHexD_ToRaw. */
-int32_t ASCIIHexD_Consumed(const ASCIIHexDecoder *decoder);
-int32_t ASCIIHexD_Produced(const ASCIIHexDecoder *decoder);
+inline constexpr auto ASCIIHexD_Consumed = decoderConsumed<ASCIIHexDecoder>;
+inline constexpr auto ASCIIHexD_Produced = decoderProduced<ASCIIHexDecoder>;
 
-int32_t ASCIIHexD_isBegin(const ASCIIHexDecoder *decoder);
-int32_t ASCIIHexD_isRun(const ASCIIHexDecoder *decoder);
-int32_t ASCIIHexD_isBeginRun(const ASCIIHexDecoder *decoder);
-int32_t ASCIIHexD_isDone(const ASCIIHexDecoder *decoder);
-int32_t ASCIIHexD_isError(const ASCIIHexDecoder *decoder);
+inline constexpr auto ASCIIHexD_isBegin = decoderIsBegin<ASCIIHexDecoder>;
+inline constexpr auto ASCIIHexD_isRun = decoderIsRun<ASCIIHexDecoder>;
+inline constexpr auto ASCIIHexD_isBeginRun = decoderIsBeginRun<ASCIIHexDecoder>;
+inline constexpr auto ASCIIHexD_isDone = decoderIsDone<ASCIIHexDecoder>;
+inline constexpr auto ASCIIHexD_isError = decoderIsError<ASCIIHexDecoder>;
 
 #endif

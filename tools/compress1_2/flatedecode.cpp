@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <new>
 
-#include "tools/compress1_0/decoderstate.h"
 #include "tools/compress1_2/adler.h"
 #include "tools/compress1_2/bitinput.h"
 #include "tools/compress1_2/flatetable.h"
@@ -458,39 +457,4 @@ int32_t FlateD_ToRaw(FlateDecoder *decoder, const uint8_t *in, int32_t inLen, ui
     if (isStreamEnd(decoder))
         checkAdlerTrailer(decoder, input);
     return decoder->produced;
-}
-
-int32_t FlateD_Consumed(const FlateDecoder *decoder)
-{
-    return decoder ? decoder->consumed : 0;
-}
-
-int32_t FlateD_Produced(const FlateDecoder *decoder)
-{
-    return decoder ? decoder->produced : 0;
-}
-
-int32_t FlateD_isBegin(const FlateDecoder *decoder)
-{
-    return stateIsBegin(decoder->status);
-}
-
-int32_t FlateD_isRun(const FlateDecoder *decoder)
-{
-    return stateIsRun(decoder->status);
-}
-
-int32_t FlateD_isBeginRun(const FlateDecoder *decoder)
-{
-    return stateIsBeginRun(decoder->status);
-}
-
-int32_t FlateD_isDone(const FlateDecoder *decoder)
-{
-    return stateIsDone(decoder->status);
-}
-
-int32_t FlateD_isError(const FlateDecoder *decoder)
-{
-    return stateIsError(decoder->status);
 }

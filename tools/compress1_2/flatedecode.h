@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+#include "tools/compress1_0/decoderstate.h"
 #include "zelkov/control.h"
 
 constexpr int32_t FLATE_WINDOW_BYTES = 32768;
@@ -77,13 +78,13 @@ int32_t FlateD_ToRaw(FlateDecoder *decoder, const uint8_t *in, int32_t inLen, ui
                      int32_t outMax);
 
 /* Input bytes taken and bytes written by the last FlateD_ToRaw; 0 for null. */
-int32_t FlateD_Consumed(const FlateDecoder *decoder);
-int32_t FlateD_Produced(const FlateDecoder *decoder);
+inline constexpr auto FlateD_Consumed = decoderConsumed<FlateDecoder>;
+inline constexpr auto FlateD_Produced = decoderProduced<FlateDecoder>;
 
-int32_t FlateD_isBegin(const FlateDecoder *decoder);
-int32_t FlateD_isRun(const FlateDecoder *decoder);
-int32_t FlateD_isBeginRun(const FlateDecoder *decoder);
-int32_t FlateD_isDone(const FlateDecoder *decoder);
-int32_t FlateD_isError(const FlateDecoder *decoder);
+inline constexpr auto FlateD_isBegin = decoderIsBegin<FlateDecoder>;
+inline constexpr auto FlateD_isRun = decoderIsRun<FlateDecoder>;
+inline constexpr auto FlateD_isBeginRun = decoderIsBeginRun<FlateDecoder>;
+inline constexpr auto FlateD_isDone = decoderIsDone<FlateDecoder>;
+inline constexpr auto FlateD_isError = decoderIsError<FlateDecoder>;
 
 #endif
