@@ -2,8 +2,11 @@
  * golden_pages_test.cpp - whole page descriptions, byte for byte
  *
  * Each document holds one page; what is written for it stands in golden/.  The other suites look
- * at the parts, these files at how they follow each other.
+ * at the parts, these files at how they follow each other.  golden/README.md says where they come
+ * from and how they are renewed.
  */
+#include <cstdlib>
+#include <fstream>
 #include <gtest/gtest.h>
 
 #include "tests/support/conversion.h"
@@ -22,7 +25,12 @@ void expectGolden(const std::string &name, const std::string &pdf,
 {
     Conversion conversion = convertPdf(pdf, switches);
     ASSERT_EQ(conversion.status, 0) << name;
-    std::string golden = readFile(std::string(GOLDEN_FOLDER) + "/" + name + ".txt");
+    const std::string file = std::string(GOLDEN_FOLDER) + "/" + name + ".txt";
+    if (getenv("RENEW_GOLDEN")) {
+        std::ofstream(file, std::ios::binary) << conversion.pages;
+        FAIL() << file << " is renewed: read the difference, then run without RENEW_GOLDEN";
+    }
+    std::string golden = readFile(file);
     std::vector<std::string> expected = linesOf(golden), written = linesOf(conversion.pages);
     for (size_t i = 0; i < std::min(expected.size(), written.size()); i++)
         ASSERT_EQ(written[i], expected[i]) << name << ".txt:" << i + 1;

@@ -1,3 +1,6 @@
+/*
+ * backread_test.cpp - lines read backwards from the end of a file, where "startxref" is looked for
+ */
 #include "tools/zolak1_3/pdf_to_ps/reader/backread.h"
 
 #include <cerrno>

@@ -1,3 +1,6 @@
+/*
+ * filterlist_test.cpp - which filters of a stream are decoded here, and which are left to the printer
+ */
 #include "tools/zolak1_3/pdf_to_ps/reader/filterlist.h"
 
 #include <gtest/gtest.h>

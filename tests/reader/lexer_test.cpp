@@ -1,3 +1,6 @@
+/*
+ * lexer_test.cpp - white space, comments, keywords and numbers, and where each leaves the input
+ */
 #include "tools/zolak1_3/pdf_to_ps/reader/lexer.h"
 
 #include <gtest/gtest.h>

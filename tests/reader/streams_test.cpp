@@ -1,3 +1,6 @@
+/*
+ * streams_test.cpp - stream dictionaries, lengths, and where the data begins
+ */
 #include "tools/zolak1_3/pdf_to_ps/reader/streams.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+/*
+ * attribute_test.cpp - attributes stored by name: types, bounds, abbreviations
+ */
 #include "zelkov/attribute.h"
 
 #include <gtest/gtest.h>

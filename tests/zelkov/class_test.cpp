@@ -1,3 +1,6 @@
+/*
+ * class_test.cpp - classes, subclasses, and instances found by their global name
+ */
 #include "zelkov/instance.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+/*
+ * filespec_test.cpp - file specifications: locations, defaults, the name component
+ */
 #include "zelkov/filespec.h"
 
 #include <cerrno>

@@ -1,3 +1,6 @@
+/*
+ * memzone_test.cpp - memory zones: many blocks, one release
+ */
 #include "zelkov/memzone.h"
 
 #include <cstdint>

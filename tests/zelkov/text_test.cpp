@@ -1,3 +1,6 @@
+/*
+ * text_test.cpp - texts: comparison, search, numbers independent of the locale
+ */
 #include "zelkov/text.h"
 
 #include <cerrno>
