@@ -48,4 +48,10 @@ if [ -n "$bad" ]; then
     printf 'Not of the stage itself:\n%s\n' "$bad"
     status=1
 fi
+# What belongs to the process is the business of main functions and the command line.
+bad=$(grep -rlE '^#include "zelkov/(process|cmdline)\.h"' zelkov tools | grep -vE '/main\.cpp$|^zelkov/(process|cmdline)\.cpp$' || true)
+if [ -n "$bad" ]; then
+    printf 'Not a main function, and includes what is for one:\n%s\n' "$bad"
+    status=1
+fi
 exit $status

@@ -78,7 +78,8 @@ bool growKeys(PdfReader *reader, PdfDict *dict, uint32_t needed)
         return true;
     if (room > UINT32_MAX)
         return false;
-    char *larger = static_cast<char *>(resizeMemory(reader, dict->keyText, dict->keyRoom, room));
+    char *larger =
+        static_cast<char *>(resizeMemory(reader, dict->keyText, dict->keyRoom, (size_t)room));
     if (!larger)
         return false;
     dict->keyText = larger;
