@@ -130,6 +130,7 @@ void finish(Document *document, const std::string &out)
             dropUnused(document, &page);
         });
     dropUnusedInForms(document);
+    cutLoops(document);
     writeDocument(document, out);
 }
 
@@ -165,7 +166,7 @@ Outcome prepareFile(const std::string &in, const std::string &out, const Options
             page.content = {};
         }
         noteDamage(&document);
-        if (document.needs == 0)
+        if (document.needs == 0 && !hasLoops(&document))
             return Outcome::UNCHANGED;
         finish(&document, out);
         return Outcome::REWRITTEN;
@@ -187,7 +188,8 @@ Outcome probeFile(const std::string &in, const Options &options, std::vector<Not
             page.content = {};
         }
         noteDamage(&document);
-        return document.needs ? Outcome::REWRITTEN : Outcome::UNCHANGED;
+        bool isNeeded = document.needs != 0 || hasLoops(&document);
+        return isNeeded ? Outcome::REWRITTEN : Outcome::UNCHANGED;
     });
 }
 

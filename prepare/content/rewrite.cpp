@@ -138,7 +138,9 @@ void rewriteOperation(Rewriter *rewriter, const Operation &operation)
     } else {
         offer(rewriter, operation, 0);
     }
-    track(&rewriter->state, operation);
+    if (!rewriter->isTracked)
+        track(&rewriter->state, operation);
+    rewriter->isTracked = false;
     QPDFObjectHandle font = rewriter->state.now.text.font;
     if (operation.name == "Tf" && font.isInitialized() && font.isDictionary() &&
         font.getKey("/Subtype").isNameAndEquals("/Type3"))

@@ -52,6 +52,7 @@ struct Rewriter {
     size_t stage = 0; /* handlers before this one have seen the operation */
     std::string out;
     bool taken = false;
+    bool isTracked = false; /* a handler has brought the state behind this operation itself */
 };
 
 /* Writes content in place of the operation that the calling handler takes. */

@@ -41,8 +41,12 @@ void replaceTree(Document *document)
     if (labels.isDictionary() && document->options.pages.empty())
         root.replaceKey("/PageLabels", labels);
     pdf.getTrailer().replaceKey("/Root", pdf.makeIndirectObject(root));
-    if (!pdf.getTrailer().getKey("/Info").isDictionary())
-        pdf.getTrailer().removeKey("/Info");
+    QPDFObjectHandle trailer = pdf.getTrailer();
+    for (const std::string &key : trailer.getKeys()) {
+        bool isInfo = key == "/Info" && trailer.getKey(key).isDictionary();
+        if (!isInfo && key != "/Root" && key != "/Size" && key != "/ID" && key != "/Encrypt")
+            trailer.removeKey(key);
+    }
     pdf.updateAllPagesCache();
 }
 

@@ -1,40 +1,67 @@
 /*
- * store.cpp - which fonts are replaced
+ * store.cpp - which fonts are replaced, and by what
  */
 #include "prepare/fonts/store.h"
 
+#include "prepare/fonts/composite.h"
+#include "prepare/fonts/show.h"
+#include "prepare/fonts/simple.h"
+
 namespace prepare {
-
-namespace {
-
-/* Leaves everything to the handlers behind it. */
-struct FontHandler : Handler {
-    bool take(Rewriter *, const Operation &) override { return false; }
-};
-
-std::unique_ptr<Handler> makeFontHandler()
-{
-    return std::make_unique<FontHandler>();
-}
-
-} // namespace
 
 const ContentPass fontPass = {"fonts", NEED_COMPOSITE, makeFontHandler};
 
 std::unique_ptr<FontStore, void (*)(FontStore *)> newFontStore()
 {
-    return {new FontStore, [](FontStore *store) { delete store; }};
+    auto store = new FontStore;
+    store->library = openFontLibrary();
+    return {store, [](FontStore *old) { delete old; }};
 }
 
-uint32_t fontNeed(Document *, QPDFObjectHandle)
+const FontLibrary &fontLibrary(Document *document)
 {
-    return 0;
+    return document->fonts->library;
+}
+
+namespace {
+
+uint32_t findNeed(Document *document, QPDFObjectHandle font)
+{
+    std::string subtype = nameOr(font.getKey("/Subtype"));
+    if (subtype == "/Type0")
+        return NEED_COMPOSITE;
+    if (subtype == "/Type3")
+        return 0;
+    QPDFObjectHandle descriptor = font.getKey("/FontDescriptor");
+    QPDFObjectHandle program = embeddedProgram(descriptor);
+    if (!program.isStream())
+        return 0;
+    bool isOnly = descriptor.hasKey("/FontFile3") && !descriptor.hasKey("/FontFile2") &&
+                  !descriptor.hasKey("/FontFile");
+    if (isOnly && isGoodCompact(document, program))
+        return 0;
+    return NEED_FONTS;
+}
+
+} // namespace
+
+uint32_t fontNeed(Document *document, QPDFObjectHandle font)
+{
+    if (!font.isIndirect())
+        return 0;
+    auto [place, isNew] = document->fonts->needs.emplace(font.getObjGen(), 0u);
+    if (isNew)
+        place->second = findNeed(document, font);
+    return place->second;
 }
 
 FontUse *simpleFontUse(Document *document, QPDFObjectHandle font)
 {
-    auto found = document->fonts->simple.find(font.getObjGen());
-    return found == document->fonts->simple.end() ? nullptr : &found->second;
+    if (fontNeed(document, font) != NEED_FONTS)
+        return nullptr;
+    FontUse &use = document->fonts->simple[font.getObjGen()];
+    use.font = font;
+    return &use;
 }
 
 void noteShown(FontUse *use, const Token &shown)
@@ -52,13 +79,28 @@ void noteAllShown(Document *document, QPDFObjectHandle resources)
             use->codes.set();
 }
 
+CompositeFont *compositeFont(Document *document, QPDFObjectHandle font, int page)
+{
+    if (!font.isDictionary() || fontNeed(document, font) != NEED_COMPOSITE)
+        return nullptr;
+    FontStore &store = *document->fonts;
+    auto &composite = store.composite[font.getObjGen()];
+    if (!composite)
+        composite = readCompositeFont(document, font, (int)store.composite.size(), page);
+    return composite.get();
+}
+
 bool isRewrittenFont(Document *document, QPDFObjectHandle font)
 {
     return document->fonts->composite.count(font.getObjGen()) > 0;
 }
 
-void finishFonts(Document *)
+void finishFonts(Document *document)
 {
+    for (auto &[key, use] : document->fonts->simple)
+        rewriteSimpleFont(document, use);
+    for (auto &[key, font] : document->fonts->composite)
+        writeSubfonts(document, font.get());
 }
 
 } // namespace prepare

@@ -15,19 +15,21 @@
 #include "prepare/content/rewrite.h"
 #include "prepare/content/tokens.h"
 #include "prepare/document/document.h"
+#include "prepare/fonts/program.h"
 
 namespace prepare {
 
 /* What is shown in a simple font. */
 struct FontUse {
     QPDFObjectHandle font;
-    uint32_t need = 0;
     std::bitset<256> codes;
 };
 
-struct CompositeFont {};
+struct CompositeFont; /* fonts/composite.h */
 
 struct FontStore {
+    FontLibrary library;
+    std::map<QPDFObjGen, uint32_t> needs;
     std::map<QPDFObjGen, FontUse> simple;
     std::map<QPDFObjGen, std::shared_ptr<CompositeFont>> composite;
 };
@@ -48,6 +50,11 @@ void noteAllShown(Document *document, QPDFObjectHandle resources);
 
 /* Is this a composite font, whose text is now shown through others? */
 bool isRewrittenFont(Document *document, QPDFObjectHandle font);
+
+/* What a composite font has become so far; null for any other font. */
+CompositeFont *compositeFont(Document *document, QPDFObjectHandle font, int page);
+
+const FontLibrary &fontLibrary(Document *document);
 
 extern const ContentPass fontPass;
 

@@ -7,6 +7,8 @@
  */
 #include "prepare/page/resources.h"
 
+#include <algorithm>
+
 #include "prepare/fonts/store.h"
 
 namespace prepare {
@@ -73,7 +75,66 @@ QPDFObjectHandle keptResources(Document *document, QPDFObjectHandle resources, c
     return kept;
 }
 
+constexpr size_t MAX_NESTING = 60;
+
+struct LoopSearch {
+    bool cuts = true;
+    bool found = false;
+    std::set<QPDFObjGen> done;
+    std::vector<QPDFObjGen> path;
+};
+
+void cutLoopsBelow(LoopSearch *search, QPDFObjectHandle resources);
+
+/* False: the object is on the way to itself, or too deep. */
+bool follow(LoopSearch *search, QPDFObjectHandle object, QPDFObjectHandle holder)
+{
+    QPDFObjGen key = object.getObjGen();
+    if (std::find(search->path.begin(), search->path.end(), key) != search->path.end() ||
+        search->path.size() > MAX_NESTING) {
+        search->found = true;
+        return !search->cuts;
+    }
+    if (!search->done.insert(key).second)
+        return true;
+    search->path.push_back(key);
+    cutLoopsBelow(search, holder.getKey("/Resources"));
+    search->path.pop_back();
+    return true;
+}
+
+void cutLoopsBelow(LoopSearch *search, QPDFObjectHandle resources)
+{
+    if (!resources.isDictionary())
+        return;
+    QPDFObjectHandle objects = resources.getKey("/XObject"), fonts = resources.getKey("/Font");
+    for (auto &[name, object] : entriesOf(objects))
+        if (object.isStream() && nameOr(object.getDict().getKey("/Subtype")) == "/Form" &&
+            !follow(search, object, object.getDict()))
+            objects.removeKey(name);
+    for (auto &[name, font] : entriesOf(fonts))
+        if (font.isDictionary() && nameOr(font.getKey("/Subtype")) == "/Type3" &&
+            !follow(search, font, font))
+            fonts.removeKey(name);
+}
+
 } // namespace
+
+void cutLoops(Document *document)
+{
+    LoopSearch search;
+    for (const Page &page : document->pages)
+        cutLoopsBelow(&search, entryOf(page, "/Resources"));
+}
+
+bool hasLoops(Document *document)
+{
+    LoopSearch search;
+    search.cuts = false;
+    for (const Page &page : document->pages)
+        cutLoopsBelow(&search, entryOf(page, "/Resources"));
+    return search.found;
+}
 
 bool resourcesNeedWork(Document *document, const Page &page)
 {

@@ -19,6 +19,13 @@ void dropUnused(Document *document, Page *page);
 /* The same for the resources of forms and glyphs, when all pages are done. */
 void dropUnusedInForms(Document *document);
 
+/* Does a form or glyph paint itself, through others too? */
+bool hasLoops(Document *document);
+
+/* Takes out forms and glyphs that paint themselves, and what is nested deeper than anybody
+ * nests. */
+void cutLoops(Document *document);
+
 } // namespace prepare
 
 #endif

@@ -157,14 +157,41 @@ void mendType3(Mending *mending, QPDFObjectHandle font, int depth)
     }
 }
 
+/* Drops entries of a simple font that are of a wrong kind. */
+void mendSimpleFont(Mending *mending, QPDFObjectHandle font)
+{
+    auto drop = [&](QPDFObjectHandle dict, const char *key, bool isGood) {
+        if (!dict.hasKey(key) || isGood)
+            return;
+        dict.removeKey(key);
+        changed(mending);
+    };
+    QPDFObjectHandle descriptor = font.getKey("/FontDescriptor");
+    QPDFObjectHandle encoding = font.getKey("/Encoding");
+    drop(font, "/FontDescriptor", descriptor.isDictionary());
+    drop(font, "/Widths", font.getKey("/Widths").isArray());
+    drop(font, "/BaseFont", font.getKey("/BaseFont").isName());
+    drop(font, "/Encoding", encoding.isName() || encoding.isDictionary());
+    if (encoding.isDictionary()) {
+        drop(encoding, "/BaseEncoding", encoding.getKey("/BaseEncoding").isName());
+        drop(encoding, "/Differences", encoding.getKey("/Differences").isArray());
+    }
+    if (descriptor.isDictionary())
+        for (const char *key : {"/FontFile", "/FontFile2", "/FontFile3"})
+            drop(descriptor, key, descriptor.getKey(key).isStream());
+}
+
 bool mendFont(Mending *mending, QPDFObjectHandle font, int depth)
 {
     if (!font.isDictionary() || !font.getKey("/Subtype").isName())
         return false;
     if (!mending->document->structured.insert(font.getObjGen()).second)
         return true;
-    if (font.getKey("/Subtype").isNameAndEquals("/Type3"))
+    std::string subtype = nameOr(font.getKey("/Subtype"));
+    if (subtype == "/Type3")
         mendType3(mending, font, depth);
+    else if (subtype != "/Type0")
+        mendSimpleFont(mending, font);
     return true;
 }
 

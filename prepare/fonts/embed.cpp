@@ -1,0 +1,78 @@
+/*
+ * embed.cpp - dictionaries around a program
+ */
+#include "prepare/fonts/embed.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace prepare {
+
+std::string plainFontName(const std::string &baseFont)
+{
+    constexpr size_t TAG = 7, LONGEST = 60;
+    std::string name = baseFont.substr(baseFont.empty() ? 0 : 1);
+    if (name.size() > TAG && name[TAG - 1] == '+')
+        name.erase(0, TAG);
+    std::string plain;
+    for (char c : name)
+        if ((uint8_t)c > 32 && (uint8_t)c < 127 && !strchr("()<>[]{}/%#", c))
+            plain.push_back(c);
+    return plain.empty() ? "Font" : plain.substr(0, LONGEST);
+}
+
+std::string uniqueFontName(Document *document, const std::string &baseFont)
+{
+    constexpr int LETTERS = 26, TAG = 6;
+    std::string tag;
+    int number = ++document->uniqueNames;
+    for (int i = 0; i < TAG; i++, number /= LETTERS)
+        tag.insert(tag.begin(), (char)('A' + number % LETTERS));
+    return tag + "+" + plainFontName(baseFont);
+}
+
+QPDFObjectHandle newDescriptor(Document *document, const CompactFont &font, QPDFObjectHandle old)
+{
+    auto descriptor = QPDFObjectHandle::newDictionary();
+    descriptor.replaceKey("/Type", QPDFObjectHandle::newName("/FontDescriptor"));
+    descriptor.replaceKey("/FontName", QPDFObjectHandle::newName("/" + font.name));
+    for (const char *key : {"/Flags", "/ItalicAngle", "/Ascent", "/Descent", "/CapHeight", "/StemV",
+                            "/MissingWidth"}) {
+        QPDFObjectHandle value = old.getKeyIfDict(key);
+        if (value.isNumber())
+            descriptor.replaceKey(key, value);
+        else if (strcmp(key, "/MissingWidth") != 0)
+            descriptor.replaceKey(key, QPDFObjectHandle::newInteger(strcmp(key, "/Flags") ? 0 : 4));
+    }
+    std::vector<QPDFObjectHandle> box;
+    for (int i = 0; i < 4; i++) /* to thousandths of the em */
+        box.push_back(QPDFObjectHandle::newInteger(
+            std::lround(font.box[i] * font.matrix[i % 2 ? 3 : 0] * 1000)));
+    descriptor.replaceKey("/FontBBox", QPDFObjectHandle::newArray(box));
+    QPDFObjectHandle program = newFlateStream(&document->pdf, writeCompactFont(font));
+    program.getDict().replaceKey("/Subtype", QPDFObjectHandle::newName("/Type1C"));
+    descriptor.replaceKey("/FontFile3", program);
+    return document->pdf.makeIndirectObject(descriptor);
+}
+
+QPDFObjectHandle newEncoding(const std::vector<std::string> &names)
+{
+    std::vector<QPDFObjectHandle> differences;
+    bool follows = false;
+    for (size_t code = 0; code < names.size(); code++) {
+        if (names[code].empty()) {
+            follows = false;
+            continue;
+        }
+        if (!follows)
+            differences.push_back(QPDFObjectHandle::newInteger((long long)code));
+        differences.push_back(QPDFObjectHandle::newName("/" + names[code]));
+        follows = true;
+    }
+    auto encoding = QPDFObjectHandle::newDictionary();
+    encoding.replaceKey("/Type", QPDFObjectHandle::newName("/Encoding"));
+    encoding.replaceKey("/Differences", QPDFObjectHandle::newArray(differences));
+    return encoding;
+}
+
+} // namespace prepare

@@ -1,0 +1,26 @@
+/*
+ * embed.h - putting a compact font into a font dictionary
+ */
+#ifndef PREPARE_FONTS_EMBED_H
+#define PREPARE_FONTS_EMBED_H
+
+#include "prepare/document/document.h"
+#include "prepare/fonts/compact.h"
+
+namespace prepare {
+
+/* The name without the tag of a subset, plain and not too long: for a font's name. */
+std::string plainFontName(const std::string &baseFont);
+
+/* A name that no other font of the document has: a tag of a subset and the plain name. */
+std::string uniqueFontName(Document *document, const std::string &baseFont);
+
+/* A descriptor with this program.  `old` (or null) lends what it says of the font's style. */
+QPDFObjectHandle newDescriptor(Document *document, const CompactFont &font, QPDFObjectHandle old);
+
+/* /Differences for these names; empty ones are left out. */
+QPDFObjectHandle newEncoding(const std::vector<std::string> &names);
+
+} // namespace prepare
+
+#endif
