@@ -15,12 +15,13 @@ tools/zolak1_3/pdf_to_ps/reader  zelkov
 tools/zolak1_3/zolak_filter      zelkov tools/compress1_0 tools/compress1_1 tools/compress1_2 tools/zolak1_3/pdf_to_ps/reader
 tools/zolak1_3/pdf_to_ps/writer  zelkov tools/zolak1_3/truetype tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/zolak_filter
 tools/zolak1_3/pdf_to_ps/frame   zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer
+library                          zelkov tools/zolak1_3/pdf_to_ps/frame pdf_to_ps
 '
 
 status=0
 
 # Every folder with sources has its row.
-for folder in $(find zelkov tools -name '*.cpp' -o -name '*.h' | sed 's|/[^/]*$||' | sort -u); do
+for folder in $(find zelkov tools library -name '*.cpp' -o -name '*.h' | sed 's|/[^/]*$||' | sort -u); do
     if ! printf '%s\n' "$table" | grep -q "^$folder\( \|$\)"; then
         echo "Not in the table of layers: $folder"
         status=1

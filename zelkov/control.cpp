@@ -38,6 +38,8 @@ struct ControlState {
     std::vector<ZelkovInstance *> adopted;
     std::vector<Repeated> repeated;
     bool stopped = false;
+    ControlListener listener = nullptr;
+    void *listenerContext = nullptr;
 };
 
 struct Control {
@@ -181,6 +183,15 @@ std::string messageHead(const std::string &module, int32_t severity, const std::
     return module + "-" + SEVERITY_LETTERS[known ? severity : 0] + "-" + key;
 }
 
+void deliver(const ControlState *state, const ControlMessage &message, const std::string &trace)
+{
+    if (state->listener)
+        state->listener(state->listenerContext, message);
+    else
+        host_say(messageHead(message.module, message.severity, message.key) + ": " + message.text +
+                 trace);
+}
+
 /* Counts a message of severity 2 or 3; false once its place has had its share. */
 bool mayShow(ControlState *state, const char *module, const char *source, int line,
              int32_t severity, const char *key)
@@ -207,11 +218,10 @@ void controlReport(ZelkovInstance *self, const char *module, const char *source,
     if (shown && (severity == SEVERITY_WARNING || severity == SEVERITY_FAULT))
         shown = mayShow(state, module, source, line, severity, key);
     if (shown) {
-        std::string text =
-            messageHead(module, severity, key) + ": " + harmless(formatText(format, arguments));
+        std::string trace;
         if (host().trace)
-            text += std::string(" [") + source + ":" + std::to_string(line) + "]";
-        host_say(text);
+            trace = std::string(" [") + source + ":" + std::to_string(line) + "]";
+        deliver(state, {module, severity, key, harmless(formatText(format, arguments))}, trace);
     }
     if (severity == SEVERITY_ERROR)
         sendStop(state);
@@ -228,9 +238,11 @@ void controlEndRun(ZelkovInstance *self)
     const char *prompt = asControl(self)->PROMPT;
     for (const Repeated &r : state->repeated)
         if (r.count > REPEATS_SHOWN)
-            host_say(messageHead(*prompt ? prompt : "CONTROL", SEVERITY_INFO, "REPEATED") + ": " +
+            deliver(state,
+                    {*prompt ? prompt : "CONTROL", SEVERITY_INFO, "REPEATED",
                      std::to_string(r.count - REPEATS_SHOWN) + " more reports of " +
-                     messageHead(r.module, r.severity, r.key) + " were not shown");
+                         messageHead(r.module, r.severity, r.key) + " were not shown"},
+                    "");
     state->repeated.clear();
     state->stopped = false;
 }
@@ -270,6 +282,12 @@ ZelkovClass *control_baseclass_init()
 void control_adopt(ZelkovController *controller, ZelkovInstance *instance)
 {
     instanceMethod<SLOT_ADOPT>(controller)(controller, instance);
+}
+
+void control_listen(ZelkovController *controller, ControlListener listener, void *context)
+{
+    stateOf(controller)->listener = listener;
+    stateOf(controller)->listenerContext = context;
 }
 
 void control_report(ZelkovController *controller, const char *module, const char *source, int line,

@@ -11,6 +11,7 @@
 
 #include <cstdarg>
 #include <cstdint>
+#include <string>
 
 #include "zelkov/instance.h"
 
@@ -30,6 +31,17 @@ ZelkovClass *control_baseclass_init();
 /* Takes an instance under the controller's control; its `owner` is the controller from now on,
  * until one of the two is freed. */
 void control_adopt(ZelkovController *controller, ZelkovInstance *instance);
+
+/* A message as a listener gets it. */
+struct ControlMessage {
+    std::string module;
+    int32_t severity; /* a Severity */
+    std::string key, text;
+};
+using ControlListener = void (*)(void *context, const ControlMessage &message);
+
+/* From now on messages go to the listener and are not printed. */
+void control_listen(ZelkovController *controller, ControlListener listener, void *context);
 
 /* Reports a message through the controller's report method.  `module`, `key` and the format are
  * the program's own; what the arguments bring from a document is made harmless when it is

@@ -470,6 +470,11 @@ int zfile_writeError(const ZFile *file)
     return file->body->writeError;
 }
 
+uint64_t zfile_written(const ZFile *file)
+{
+    return file->body->outStart + file->outFill;
+}
+
 int zfile_readByte(ZFile *file)
 {
     bool failed;

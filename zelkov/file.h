@@ -110,6 +110,9 @@ int fputstr(ZFile *file, const char *text);
 int zfile_readError(const ZFile *file);
 int zfile_writeError(const ZFile *file);
 
+/* Bytes written so far, where nothing but writing in sequence was done. */
+uint64_t zfile_written(const ZFile *file);
+
 /* The out-of-line halves of fgetb and fputb. */
 int zfile_readByte(ZFile *file);
 int zfile_writeByte(ZFile *file, int byte);

@@ -136,6 +136,7 @@ PassResult decodePass(PdfReader *reader, DecodingChain *chain, EncodedData &data
         return PASS_ENDED;
     }
     dropFront(data, chainConsumed(chain));
+    stopWhenCancelled(reader);
     if (!chain_isBeginRun(chain) || reader->errorFlag)
         return PASS_ENDED;
     return chain->moved || data.readSoFar > before ? PASS_MORE : PASS_IDLE;

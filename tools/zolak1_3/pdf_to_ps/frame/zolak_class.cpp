@@ -7,6 +7,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "tools/zolak1_3/pdf_to_ps/writer/pages.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/resources.h"
 #include "zelkov/text.h"
 
@@ -75,6 +76,7 @@ int32_t zolakInit(ZelkovInstance *self)
     run->errorFlag = 0;
     run->instance = self;
     run->writeResources = writeResources;
+    run->writePage = writePageDescription;
     setInteger(self, "DEBUG", TYPE_INTEGER, 0);
     setInteger(self, "PAGE", TYPE_INTEGER, 0);
     setInteger(self, "ENCRYPT", TYPE_FLAG, 0);

@@ -12,10 +12,19 @@
 
 #include "zelkov/text.h"
 
+namespace {
+
+constexpr uint64_t CANCEL_ASKED_EVERY = 65536; /* bytes, about; a power of two */
+
+} // namespace
+
 void countScanned(PdfReader *reader, uint32_t bytes)
 {
     uint64_t &scanned = reader->limits.bytesScanned;
+    uint64_t before = scanned;
     scanned += bytes;
+    if ((before ^ scanned) >= CANCEL_ASKED_EVERY)
+        stopWhenCancelled(reader);
     if (scanned <= SCANNED_ALWAYS || reader->errorFlag)
         return;
     if (scanned > SCANNED_ALWAYS + SCANNED_PER_FILE_BYTE * fgeteof(reader->input))

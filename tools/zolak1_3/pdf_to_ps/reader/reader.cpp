@@ -21,6 +21,7 @@ void resetReader(PdfReader *reader)
     reader->xrefSize = 0;
     reader->liveStrings = reader->liveNames = reader->liveArrays = reader->liveDicts = 0;
     reader->liveStreams = 0;
+    reader->wasCancelled = false;
     reader->limits = {};
     memo_clear(&reader->memo);
     reader->digits = {};
@@ -39,6 +40,14 @@ void zolakReport(PdfReader *reader, int line, Severity severity, const char *key
 void reportOutOfMemory(PdfReader *reader, int line)
 {
     zolakReport(reader, line, SEVERITY_ERROR, "out of memory", "Out of memory");
+}
+
+void stopWhenCancelled(PdfReader *reader)
+{
+    if (!reader->cancel || reader->errorFlag || !reader->cancel->load(std::memory_order_relaxed))
+        return;
+    reader->wasCancelled = true;
+    instanceMethod<SLOT_LISTEN>(reader->instance)(reader->instance, MESSAGE_STOP);
 }
 
 NestingLevel::NestingLevel(PdfReader *reader, int32_t &counter) : tooDeep(false), depth(counter)

@@ -8,6 +8,7 @@
 #ifndef PDF_TO_PS_READER_H
 #define PDF_TO_PS_READER_H
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -58,7 +59,11 @@ struct PdfReader {
     int32_t liveStreams;
 
     ZelkovController *controller;
-    bool acceptsEncrypted; /* an encrypted document is read as it stands */
+    ZelkovInstance *instance; /* whose document it is; it is told to stop */
+    bool acceptsEncrypted;    /* an encrypted document is read as it stands */
+
+    const std::atomic<bool> *cancel; /* true: the run shall end; null: nobody asks */
+    bool wasCancelled;               /* it ended for that, without a report */
 
     ReaderLimits limits;
     ContainerMemo memo;
@@ -76,6 +81,9 @@ void zolakReport(PdfReader *reader, int line, Severity severity, const char *key
 
 /* "out of memory": the report of every allocation that fails. */
 void reportOutOfMemory(PdfReader *reader, int line);
+
+/* Stops the run when it shall end.  Asked now and then, wherever the work is. */
+void stopWhenCancelled(PdfReader *reader);
 
 constexpr int32_t NESTING_LIMIT = 256;
 

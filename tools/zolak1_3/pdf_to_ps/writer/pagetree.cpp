@@ -116,8 +116,11 @@ void walkLeaf(ConversionRun *run, const PageAttributes &attributes, int64_t *pag
     ++*pageCounter;
     if (run->selectedPage != 0 && run->selectedPage != *pageCounter)
         return;
+    run->currentPage = (int32_t)*pageCounter;
     zolakReport(run, __LINE__, SEVERITY_INFO, "PAGE", "Processing page %d", (int)*pageCounter);
-    writePageDescription(run, attributes);
+    stopWhenCancelled(run);
+    run->writePage(run, attributes);
+    run->pagesWritten += !run->errorFlag;
 }
 
 } // namespace

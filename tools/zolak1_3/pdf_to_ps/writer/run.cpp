@@ -16,7 +16,8 @@ bool countResourceEntry(ConversionRun *run)
 void resetRun(ConversionRun *run)
 {
     resetReader(run);
-    run->pageWritten = 0;
+    run->pageWritten = run->currentPage = run->pagesWritten = 0;
+    run->bytesWritten = 0;
     run->baseName[0] = 0;
     run->written = {};
 }

@@ -8,6 +8,7 @@
 
 #include "tools/zolak1_3/pdf_to_ps/reader/reader.h"
 
+struct PageAttributes;
 struct PdfDict;
 
 /* How deep and how much hostile input has made the writers go.  Each kind of nesting is counted
@@ -30,17 +31,22 @@ struct ConversionRun : PdfReader {
     int32_t selectedPage;   /* 0: all pages; n: only page n */
     int32_t decodesContent; /* page content is decoded instead of passed through */
 
-    int32_t pageWritten; /* set for every page, one without area included */
+    int32_t pageWritten;   /* set for every page, one without area included */
+    int32_t currentPage;   /* number of the page being written, 0 before the first */
+    int32_t pagesWritten;  /* how many have been */
+    uint64_t bytesWritten; /* of output, once the run has ended */
 
     /* the input file's name without directory, extension, parentheses and backslashes */
     char baseName[32];
 
-    ZelkovInstance *instance; /* whose run it is; the controller stops it */
     WriterLimits written;
 
     /* Writes the named resources of a page, a form or a Type 3 font.  Forms and fonts hold
      * resources again, and write them through here. */
     void (*writeResources)(ConversionRun *run, const PdfDict *resources);
+
+    /* Writes a page that the page tree has led to. */
+    void (*writePage)(ConversionRun *run, const PageAttributes &attributes);
 };
 
 /* Resource entries that one page description may come to, nested ones included: forms that share

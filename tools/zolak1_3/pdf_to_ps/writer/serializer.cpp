@@ -222,6 +222,9 @@ void copyStreamData(ConversionRun *run, ValuePosition start, int32_t count)
         }
         fputm(run->output, buffer, got);
         left -= got;
+        stopWhenCancelled(run);
+        if (run->wasCancelled)
+            break;
     }
     fputp(run->input, before);
     fputstr(run->output, "");
