@@ -13,8 +13,12 @@
 #include "tests/support/pdf_builder.h"
 #include "tests/support/sample_document.h"
 #include "tests/support/scratch_directory.h"
+#include "tests/support/test_instance.h"
 #include "tools/zolak1_3/pdf_to_ps/frame/driver.h"
 #include "tools/zolak1_3/pdf_to_ps/frame/zolak_class.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/xref.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/pagetree.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/redirect.h"
 #include "zelkov/host.h"
 
 namespace {
@@ -144,4 +148,43 @@ TEST(Runs, InEightThreadsAtOnceEachAsIfAlone)
     for (size_t t = 0; t < outcomes.size(); t++)
         for (size_t i = 0; i < outcomes[t].size(); i++)
             EXPECT_EQ(outcomes[t][i], all[(i + t) % all.size()].alone) << t << " " << i;
+}
+
+TEST(Runs, APageGoesIntoABufferAndIsCounted)
+{
+    /* The text of each page, and how much was counted. */
+    static std::vector<std::pair<std::string, uint64_t>> pages;
+    pages.clear();
+    TestInstance test(sampleDocument());
+    test.openIndex();
+    snprintf(test.run->baseName, sizeof test.run->baseName, "doc");
+    test.run->writePage = [](ConversionRun *run, const PageAttributes &attributes) {
+        auto append = [](void *context, const uint8_t *bytes, size_t count) {
+            static_cast<std::string *>(context)->append((const char *)bytes, count);
+            return 0;
+        };
+        std::string text;
+        ZFile *buffer = fopensink({append, &text});
+        {
+            OutputRedirect redirect(run, buffer);
+            writePageDescription(run, attributes);
+        }
+        uint64_t written = zfile_written(buffer);
+        EXPECT_EQ(fclosx(buffer), 0);
+        pages.emplace_back(text, written);
+        fputstr(run->output, "one page");
+    };
+    checkCatalog(test.run);
+    PageAttributes attributes = {};
+    int64_t counter = 0;
+    walkPageTree(test.run, attributes, &counter);
+
+    ASSERT_EQ(pages.size(), 2U);
+    EXPECT_EQ(test.written(), "one page\none page\n");
+    for (const auto &[text, written] : pages) {
+        EXPECT_TRUE(text.starts_with("BeginPageDescription\n"));
+        EXPECT_TRUE(text.ends_with("EndPageDescription\n"));
+        EXPECT_EQ(text.size(), written);
+    }
+    EXPECT_EQ(pages[0].first + pages[1].first, convertPdf(sampleDocument()).pages);
 }

@@ -1,0 +1,35 @@
+/*
+ * redirect.h - a part of the output into another handle: a page into a buffer, a temporary file
+ *
+ *     std::string page;
+ *     ZFile *buffer = fopensink(...);
+ *     {
+ *         OutputRedirect redirect(run, buffer);
+ *         run->writePage(run, attributes);
+ *     }
+ *     fclosx(buffer);
+ */
+#ifndef PDF_TO_PS_REDIRECT_H
+#define PDF_TO_PS_REDIRECT_H
+
+#include "tools/zolak1_3/pdf_to_ps/writer/run.h"
+
+/* While it lives, what the run writes goes into `output`, which stays the caller's; how many bytes
+ * went there, zfile_written tells. */
+class OutputRedirect {
+  public:
+    OutputRedirect(ConversionRun *redirected, ZFile *output)
+        : run(redirected), before(redirected->output)
+    {
+        run->output = output;
+    }
+    ~OutputRedirect() { run->output = before; }
+    OutputRedirect(const OutputRedirect &) = delete;
+    OutputRedirect &operator=(const OutputRedirect &) = delete;
+
+  private:
+    ConversionRun *run;
+    ZFile *before;
+};
+
+#endif
