@@ -1,14 +1,15 @@
 /*
  * report.h - how the conversion reports
  *
- * Every report goes to the instance's controller under one module and source.  The line number
- * names the place; it is part of the message and does not follow the lines of our files.
+ * Every report goes to the instance's controller under one module and source.
  */
 #ifndef TRUETYPE_REPORT_H
 #define TRUETYPE_REPORT_H
 
 #include "zelkov/control.h"
 
+/* The line of a report names its place to users, who look it up and whose scripts match it: so
+ * these are fixed and do not follow the lines of our files. */
 enum TTReportLine : int {
     LINE_NO_FONT_NAMES = 604,
     LINE_CMAP_ENCODING = 671,

@@ -12,13 +12,10 @@
 #include <new>
 
 #include "tools/compress1_0/decoderstate.h"
+#include "tools/zolak1_3/zolak_filter/report.h"
 #include "zelkov/text.h"
 
 namespace {
-
-/* The lines that these reports give, wherever the code stands. */
-constexpr int LINE_SETUP = 100;
-constexpr int LINE_UNKNOWN = 111;
 
 int32_t findFilter(const char *name)
 {

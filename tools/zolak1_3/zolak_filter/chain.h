@@ -50,9 +50,4 @@ int32_t chain_isBeginRun(const DecodingChain *chain);
 /* Null is accepted. */
 void chainFree(DecodingChain *chain);
 
-/* What every report of the decoding carries. */
-constexpr char FILTER_MODULE[] = "ZOLAK";
-constexpr char FILTER_SOURCE[] = "tools/zolak1_3/zolak_filter";
-constexpr char FILTER_KEY[] = "FILTER";
-
 #endif

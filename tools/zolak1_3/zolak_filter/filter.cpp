@@ -12,17 +12,10 @@
 
 #include "tools/zolak1_3/pdf_to_ps/reader/filterlist.h"
 #include "tools/zolak1_3/zolak_filter/chain.h"
+#include "tools/zolak1_3/zolak_filter/report.h"
 #include "zelkov/text.h"
 
 namespace {
-
-/* The lines that the reports give, wherever the code stands. */
-constexpr int LINE_COPY = 233;
-constexpr int LINE_NO_CHAIN = 237;
-constexpr int LINE_DECODE = 258;
-constexpr int LINE_WRITE = 263;
-constexpr int LINE_DATA_ENDED = 270;
-constexpr int LINE_TOO_LARGE = 271;
 
 /* What the decoders of one stream may make, all together.  Filters over filters multiply: a few
  * kilobytes could otherwise fill every disk, or run for years and write nothing. */
@@ -34,7 +27,7 @@ constexpr int32_t COPY_BYTES = 64 * 1024;
  * say about what it holds; after the second nothing will ever change. */
 constexpr int IDLE_PASSES = 2;
 
-void report(PdfReader *reader, int line, Severity severity, const char *text)
+void report(PdfReader *reader, FilterReportLine line, Severity severity, const char *text)
 {
     control_report(reader->controller, FILTER_MODULE, FILTER_SOURCE, line, severity, FILTER_KEY,
                    "%s", text);

@@ -11,14 +11,11 @@
 #include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/functions.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/halftones.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/reportlines.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/serializer.h"
 #include "zelkov/format.h"
 
 namespace {
-
-/* Source lines of reports, by which users look them up. */
-constexpr int BAD_STATE_LINE = 2849;
-constexpr int BAD_TRANSFER_LINE = 2864;
 
 std::string transferSuffix(int32_t index)
 {
@@ -36,7 +33,7 @@ ArrayPtr readTransferArray(ConversionRun *run)
 {
     ArrayPtr array = readArray(run);
     if (!array)
-        reportOutOfMemory(run, BAD_TRANSFER_LINE);
+        reportOutOfMemory(run, LINE_BAD_TRANSFER);
     return array;
 }
 
@@ -101,7 +98,7 @@ bool writeState(ConversionRun *run, const char *name)
 {
     DictPtr dict = readDict(run);
     if (!dict) {
-        reportOutOfMemory(run, BAD_STATE_LINE);
+        reportOutOfMemory(run, LINE_BAD_STATE);
         return false;
     }
     const PdfDict *state = dict.get();

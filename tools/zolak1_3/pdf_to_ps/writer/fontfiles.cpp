@@ -11,6 +11,7 @@
 
 #include "tools/zolak1_3/pdf_to_ps/reader/lexer.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/names.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/reportlines.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/serializer.h"
 #include "tools/zolak1_3/truetype/truetype.h"
 #include "tools/zolak1_3/zolak_filter/filter.h"
@@ -19,7 +20,6 @@
 
 namespace {
 
-constexpr int NO_TEMPORARY_LINE = 2084;
 constexpr int TRAILER_LINES = 8;
 constexpr size_t TRAILER_LINE_ZEROS = 64;
 
@@ -83,7 +83,7 @@ void WriteTrueTypeFontFile(ConversionRun *run, const PdfStream *stream)
     std::string name = std::string("ttenc_") + run->baseName;
     ZFile *program = fopent("", name.c_str(), "KV_TMP:.tmp", 0);
     if (errno) {
-        zolakReport(run, NO_TEMPORARY_LINE, SEVERITY_ERROR, "TTFONT",
+        zolakReport(run, LINE_NO_TEMPORARY_FONT, SEVERITY_ERROR, "TTFONT",
                     "Can't open temp TT font file for writing.");
         return;
     }

@@ -13,6 +13,7 @@
 #include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/streams.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/encodings.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/reportlines.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/type3fonts.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/fontfiles.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/lexer.h"
@@ -21,13 +22,6 @@
 #include "zelkov/text.h"
 
 namespace {
-
-/* Source lines of reports, by which users look them up. */
-constexpr int UNSUPPORTED_LINE = 2200;
-constexpr int MULTIPLE_MASTER_LINE = 2209;
-constexpr int TRUETYPE_LINE = 2213;
-constexpr int NO_BASE_FONT_LINE = 2240;
-constexpr int BAD_WIDTHS_LINE = 2279;
 
 constexpr const char *supportedTypes[] = {"/Type1", "/TrueType", "/MMType1", "/Type3"};
 
@@ -73,7 +67,7 @@ void writeTrueType(ConversionRun *run, const PdfDict *font, const PdfStream *pro
 {
     int32_t baseFont = findKey(run, font, "/BaseFont");
     if (baseFont < 0) {
-        zolakReport(run, NO_BASE_FONT_LINE, SEVERITY_ERROR, "TTFONT",
+        zolakReport(run, LINE_NO_BASE_FONT, SEVERITY_ERROR, "TTFONT",
                     "BaseFont entry expected for TT font");
     } else {
         writeObject(run, font->entries[baseFont].value);
@@ -166,7 +160,7 @@ bool writeWidths(ConversionRun *run, const PdfDict *font, int32_t missingWidth)
         return true;
     ArrayPtr widths = readArray(run);
     if (!widths) {
-        reportOutOfMemory(run, BAD_WIDTHS_LINE);
+        reportOutOfMemory(run, LINE_BAD_WIDTHS);
         return false;
     }
     int32_t first = readCode(run, font, "/FirstChar");
@@ -188,10 +182,10 @@ void reportKind(ConversionRun *run, const PdfDict *font, const char *subtype)
     if (!baseFont)
         return;
     if (cmpstr(subtype, "/MMType1") == 0)
-        zolakReport(run, MULTIPLE_MASTER_LINE, SEVERITY_WARNING, "MMTYPE",
+        zolakReport(run, LINE_MULTIPLE_MASTER, SEVERITY_WARNING, "MMTYPE",
                     "Defining Multiple Master Font %s", baseFont.get());
     if (cmpstr(subtype, "/TrueType") == 0)
-        zolakReport(run, TRUETYPE_LINE, SEVERITY_INFO, "TTYPE", "Defining TrueType Font %s",
+        zolakReport(run, LINE_TRUETYPE, SEVERITY_INFO, "TTYPE", "Defining TrueType Font %s",
                     baseFont.get());
 }
 
@@ -225,7 +219,7 @@ bool writeFont(ConversionRun *run, const char *key)
     if (!subtype)
         return false;
     if (!isSupported(subtype.get())) {
-        zolakReport(run, UNSUPPORTED_LINE, SEVERITY_FAULT, "BADFONT",
+        zolakReport(run, LINE_UNSUPPORTED_FONT, SEVERITY_FAULT, "BADFONT",
                     "Unsupported font type %s of font %s", subtype.get(), key);
         if (run->errorFlag)
             return false;

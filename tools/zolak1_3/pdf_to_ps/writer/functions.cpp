@@ -14,16 +14,11 @@
 
 #include "tools/zolak1_3/pdf_to_ps/reader/lexer.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/reportlines.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/serializer.h"
 #include "zelkov/format.h"
 
 namespace {
-
-/* Source lines of reports, by which users look them up. */
-constexpr int NO_MEMORY_LINE = 2331;
-constexpr int BAD_ARRAY_LINE = 2335;
-constexpr int BAD_FUNCTION1_LINE = 2517;
-constexpr int BAD_FUNCTION2_LINE = 2702;
 
 /* What the dictionary says; the values of the last two are checked and not used. */
 struct SampledFunction {
@@ -64,7 +59,7 @@ std::unique_ptr<double[]> newNumbers(ConversionRun *run, int32_t length)
 {
     std::unique_ptr<double[]> numbers(new (std::nothrow) double[(size_t)length + 1]);
     if (!numbers)
-        reportOutOfMemory(run, NO_MEMORY_LINE);
+        reportOutOfMemory(run, LINE_FUNCTION_MEMORY);
     return numbers;
 }
 
@@ -301,11 +296,11 @@ bool ReadFunctionNumbers(ConversionRun *run, int32_t count, double *numbers)
 {
     ArrayPtr array = readArray(run);
     if (!array) {
-        reportOutOfMemory(run, NO_MEMORY_LINE);
+        reportOutOfMemory(run, LINE_FUNCTION_MEMORY);
         return false;
     }
     if (array->count != count) {
-        zolakReport(run, BAD_ARRAY_LINE, SEVERITY_ERROR, "BADFNCT",
+        zolakReport(run, LINE_FUNCTION_ARRAY, SEVERITY_ERROR, "BADFNCT",
                     "Invalid array used to define PDF function.");
         return false;
     }
@@ -319,7 +314,7 @@ bool ReadFunctionNumbers(ConversionRun *run, int32_t count, double *numbers)
 void WriteSampledFunction1(ConversionRun *run, const PdfStream *stream)
 {
     SampledFunction f = {};
-    if (run->errorFlag || !readOrReport(run, stream, 1, BAD_FUNCTION1_LINE, &f))
+    if (run->errorFlag || !readOrReport(run, stream, 1, LINE_BAD_FUNCTION1, &f))
         return;
     ZFile *out = run->output;
     writeSamples(run, stream, f);
@@ -339,7 +334,7 @@ void WriteSampledFunction1(ConversionRun *run, const PdfStream *stream)
 void WriteSampledFunction2(ConversionRun *run, const PdfStream *stream)
 {
     SampledFunction f = {};
-    if (run->errorFlag || !readOrReport(run, stream, 2, BAD_FUNCTION2_LINE, &f))
+    if (run->errorFlag || !readOrReport(run, stream, 2, LINE_BAD_FUNCTION2, &f))
         return;
     ZFile *out = run->output;
     writeSamples(run, stream, f);

@@ -11,13 +11,12 @@
 #include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/functions.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/lexer.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/reportlines.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/serializer.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/streams.h"
 #include "zelkov/format.h"
 
 namespace {
-
-constexpr int UNSUPPORTED_LINE = 2827;
 
 /* The components of a type 5 halftone, in the order in which they are written. */
 constexpr const char *colorants[] = {
@@ -67,7 +66,8 @@ void writeComponents(ConversionRun *run, const PdfDict *dict, const char *prefix
 
 void reportUnsupported(ConversionRun *run)
 {
-    zolakReport(run, UNSUPPORTED_LINE, SEVERITY_WARNING, "BADHT", "Unsupported halftone type.");
+    zolakReport(run, LINE_UNSUPPORTED_HALFTONE, SEVERITY_WARNING, "BADHT",
+                "Unsupported halftone type.");
 }
 
 void writeThresholds(ConversionRun *run, const Halftone &halftone, const char *prefix)

@@ -12,13 +12,12 @@
 #include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/colorspaces.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/contents.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/reportlines.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/serializer.h"
 #include "zelkov/format.h"
 #include "zelkov/text.h"
 
 namespace {
-
-constexpr int UNKNOWN_TYPE_LINE = 2014;
 
 /* The name under which the data is stored: base name and key, with the slash of a name. */
 std::string externalName(const ConversionRun *run, const char *key)
@@ -45,7 +44,7 @@ void writeXObject(ConversionRun *run, const char *subtype, const char *key, cons
     else if (cmpstr(subtype, "/Form") == 0)
         WriteFormXObject(run, key, stream);
     else
-        zolakReport(run, UNKNOWN_TYPE_LINE, SEVERITY_WARNING, "badobj", "Unknown XObject type");
+        zolakReport(run, LINE_UNKNOWN_XOBJECT, SEVERITY_WARNING, "badobj", "Unknown XObject type");
 }
 
 } // namespace
