@@ -215,13 +215,19 @@ void controlReport(ZelkovInstance *self, const char *module, const char *source,
 {
     ControlState *state = stateOf(self);
     bool shown = !state->stopped || severity == SEVERITY_ERROR;
-    if (shown && (severity == SEVERITY_WARNING || severity == SEVERITY_FAULT))
-        shown = mayShow(state, module, source, line, severity, key);
-    if (shown) {
-        std::string trace;
-        if (host().trace)
-            trace = std::string(" [") + source + ":" + std::to_string(line) + "]";
-        deliver(state, {module, severity, key, harmless(formatText(format, arguments))}, trace);
+    try {
+        if (shown && (severity == SEVERITY_WARNING || severity == SEVERITY_FAULT))
+            shown = mayShow(state, module, source, line, severity, key);
+        if (shown) {
+            std::string trace;
+            if (host().trace)
+                trace = std::string(" [") + source + ":" + std::to_string(line) + "]";
+            deliver(state, {module, severity, key, harmless(formatText(format, arguments))}, trace);
+        }
+    } catch (const std::bad_alloc &) {
+        /* A message that cannot even be put together: short enough to need no memory. */
+        host_say("Out of memory");
+        severity = SEVERITY_ERROR;
     }
     if (severity == SEVERITY_ERROR)
         sendStop(state);

@@ -61,6 +61,14 @@ void freeHandle(ZFile *file)
 
 /* ---- writing out */
 
+void tellWatch(const ZFileBody *body, FileTrouble trouble)
+{
+    int saved = errno;
+    if (body->watch.happened)
+        body->watch.happened(body->watch.context, trouble);
+    errno = saved;
+}
+
 /* The first failure is remembered, and told where the file has a name. */
 void writeFailed(ZFileBody *body)
 {
@@ -69,6 +77,18 @@ void writeFailed(ZFileBody *body)
     body->writeError = errno;
     if (!body->path.empty())
         host_say(body->path + ": " + strerror(body->writeError));
+    tellWatch(body, FileTrouble::WRITE);
+}
+
+/* Would so many bytes more be too many?  Then it is told, and nothing is written any more. */
+bool exceedsLimit(ZFileBody *body, size_t count)
+{
+    if (body->outStart <= body->watch.mostWritten &&
+        count <= body->watch.mostWritten - body->outStart)
+        return false;
+    body->writeError = errno = EFBIG;
+    tellWatch(body, FileTrouble::LIMIT);
+    return true;
 }
 
 /* One piece to where it goes; how much of it went, or -1. */
@@ -91,6 +111,8 @@ int writeThrough(ZFileBody *body, const uint8_t *bytes, size_t count)
         errno = body->writeError;
         return -1;
     }
+    if (exceedsLimit(body, count))
+        return -1;
     while (count > 0) {
         ssize_t done = writePiece(body, bytes, std::min<size_t>(count, SSIZE_MAX));
         if (done < 0 && errno == EINTR && !body->sink.write)
@@ -147,6 +169,7 @@ void readFailed(ZFileBody *body)
     body->readError = errno;
     if (!body->path.empty())
         host_say(body->path + ": " + strerror(body->readError));
+    tellWatch(body, FileTrouble::READ);
 }
 
 /* Reads up to `count` bytes at `offset`, fewer only at the end of the file; -1 on failure. */
@@ -291,6 +314,9 @@ void filehandle_closeDescriptor(int descriptor)
 
 bool filehandle_isInput(dev_t device, ino_t node)
 {
+    for (const auto &[keptDevice, keptNode] : host().protectedFiles)
+        if (keptDevice == device && keptNode == node)
+            return true;
     for (const ZFile *input = host().openInputs; input; input = input->body->nextInput) {
         struct stat info;
         if (fstat(input->body->descriptor, &info) == 0 && info.st_dev == device &&
@@ -468,6 +494,11 @@ int zfile_readError(const ZFile *file)
 int zfile_writeError(const ZFile *file)
 {
     return file->body->writeError;
+}
+
+void zfile_watch(ZFile *file, const ZFileWatch &watch)
+{
+    file->body->watch = watch;
 }
 
 uint64_t zfile_written(const ZFile *file)

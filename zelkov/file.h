@@ -42,6 +42,20 @@ struct ZFile {
     ZFileBody *body;
 };
 
+enum class FileTrouble {
+    READ,  /* a read failed (the end of the file is no failure) */
+    WRITE, /* a write failed */
+    LIMIT, /* more was written than may be */
+};
+
+/* Hears at once, and once, what goes wrong with a handle: a failure that is told of where it
+ * happens comes before all that follows from it.  errno says why; for LIMIT it is EFBIG. */
+struct ZFileWatch {
+    void (*happened)(void *context, FileTrouble trouble);
+    void *context;
+    uint64_t mostWritten; /* bytes; UINT64_MAX: no limit */
+};
+
 /* Bytes of a line that fgetstr stores, its terminator included. */
 constexpr int LINE_BYTES = 256;
 
@@ -58,6 +72,11 @@ ZFile *fopenw(const char *defaultDirectory, const char *name, const char *defaul
 /* Opens a new, empty file for writing and then reading; an earlier one of the name is emptied.  It
  * is gone when it is closed.  Null on failure.  `flags` is 0. */
 ZFile *fopent(const char *defaultDirectory, const char *name, const char *defaults, int flags);
+
+/* The file that fopenr would open by these names is one that this run will read: until the run's
+ * Host lets go of it no fopenw replaces it.  A file that is not there needs no protection. */
+void zfile_protect(const char *defaultDirectory, const char *name, const char *defaults);
+void zfile_unprotectAll();
 
 /* An input of less than 4 GiB that lies in memory.  The bytes stay the caller's and must outlive
  * the handle.  Null on failure. */
@@ -109,6 +128,9 @@ int fputstr(ZFile *file, const char *text);
  * open takes away. */
 int zfile_readError(const ZFile *file);
 int zfile_writeError(const ZFile *file);
+
+/* Sets who watches the handle. */
+void zfile_watch(ZFile *file, const ZFileWatch &watch);
 
 /* Bytes written so far, where nothing but writing in sequence was done. */
 uint64_t zfile_written(const ZFile *file);

@@ -44,6 +44,8 @@ struct ZFileBody {
     bool inSequence = false; /* no regular file: bytes leave in order and cannot be read back */
     ZFileSink sink = {};
 
+    ZFileWatch watch = {nullptr, nullptr, UINT64_MAX};
+
     int readError = 0;  /* errno of the first read that failed */
     int writeError = 0; /* errno of the first write that failed; nothing is written after it */
 

@@ -117,6 +117,21 @@ ZFile *fopenr(const char *defaultDirectory, const char *name, const char *defaul
     return filehandle_opened(file);
 }
 
+void zfile_protect(const char *defaultDirectory, const char *name, const char *defaults)
+{
+    int saved = errno;
+    std::string path = inputPath(defaultDirectory, name, defaults);
+    struct stat info;
+    if (!path.empty() && stat(path.c_str(), &info) == 0)
+        host().protectedFiles.push_back({info.st_dev, info.st_ino});
+    errno = saved;
+}
+
+void zfile_unprotectAll()
+{
+    host().protectedFiles.clear();
+}
+
 ZFile *fopenmemory(const void *bytes, size_t count)
 {
     if (count >= FILE_INPUT_LIMIT) {

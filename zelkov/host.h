@@ -9,7 +9,10 @@
 #ifndef ZELKOV_HOST_H
 #define ZELKOV_HOST_H
 
+#include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 struct ZFile;
 
@@ -24,6 +27,8 @@ struct Host {
     std::string temporaryParent;
     /* Does every message tell the source line that it comes from? */
     bool trace = false;
+    /* Bytes that a run may write; 0: what follows from its input, UINT64_MAX: no bound. */
+    uint64_t mostOutput = 0;
     /* Gets the lines for the user; null: nobody listens. */
     HostListener listener = nullptr;
     void *listenerContext = nullptr;
@@ -32,6 +37,8 @@ struct Host {
      * use; the inputs that are open, which must not be overwritten. */
     std::string privateDirectory;
     ZFile *openInputs = nullptr;
+    /* Files that will be read, as device and number, and must not be overwritten either. */
+    std::vector<std::pair<uint64_t, uint64_t>> protectedFiles;
 
     Host() = default;
     ~Host();

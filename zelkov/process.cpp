@@ -4,9 +4,12 @@
 #include "zelkov/process.h"
 
 #include <cerrno>
+#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <system_error>
 #include <unistd.h>
 
 #include "zelkov/cleanup.h"
@@ -71,6 +74,17 @@ template <typename... Names> std::string setting(Names... names)
     return "";
 }
 
+/* A number of bytes as the environment gives it: 0, no bound, is told as the greatest; nothing, or
+ * what is no number, as 0. */
+uint64_t byteCount(const std::string &text)
+{
+    uint64_t value = 0;
+    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || end != text.data() + text.size() || error == std::errc::invalid_argument)
+        return 0;
+    return value == 0 || error != std::errc() ? UINT64_MAX : value;
+}
+
 } // namespace
 
 void process_begin()
@@ -94,6 +108,7 @@ void process_readEnvironment()
     own.dataDirectory = setting("KV_DAT_PS");
     own.temporaryParent = setting("KV_TMP", "TMPDIR");
     own.trace = getenv("ZELKOV_TRACE") != nullptr;
+    own.mostOutput = byteCount(setting("KV_MAX_OUTPUT"));
 }
 
 void process_exit(int status)
@@ -104,5 +119,11 @@ void process_exit(int status)
 void process_fail(const std::string &line)
 {
     host_say(line);
+    process_exit(EXIT_FAILURE);
+}
+
+void process_failWithoutMemory(const char *line)
+{
+    [[maybe_unused]] ssize_t done = write(STDERR_FILENO, line, strlen(line));
     process_exit(EXIT_FAILURE);
 }

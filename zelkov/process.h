@@ -17,7 +17,7 @@
 void process_begin();
 
 /* Takes the settings of the environment: KV_DAT_PS (data), KV_TMP, else TMPDIR (temporary files),
- * ZELKOV_TRACE (source lines in messages). */
+ * ZELKOV_TRACE (source lines in messages), KV_MAX_OUTPUT (bytes of output; 0: no bound). */
 void process_readEnvironment();
 
 /* Ends the process, its temporary files removed. */
@@ -25,5 +25,8 @@ void process_readEnvironment();
 
 /* The same with status 1, behind a line on standard error. */
 [[noreturn]] void process_fail(const std::string &line);
+
+/* The same when there is no memory: the line has its end already and is written as it stands. */
+[[noreturn]] void process_failWithoutMemory(const char *line);
 
 #endif

@@ -77,7 +77,8 @@ double atod(const char *text)
     if (*text == '-' || *text == '+')
         text++;
     /* from_chars would also take a second sign, "inf" and "nan". */
-    if (*text != '.' && (*text < '0' || *text > '9'))
+    auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    if (!isDigit(*text) && (*text != '.' || !isDigit(text[1])))
         return 0.0;
 
     double value = 0.0;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "tests/compress/zlib_encoder.h"
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
 #include "tools/zolak1_3/pdf_to_ps/frame/zolak_class.h"
@@ -166,9 +167,88 @@ TEST(Driver, AMissingPrologStopsTheRunBeforeTheVersionIsRead)
     EXPECT_EQ(
         linesOf(result.err),
         (Texts{"./absent.ps: No such file or directory",
-               "ZOLAK-E-BADFOPEN: Error occurred while opening the file ./absent for reading.",
-               "ZOLAK-E-PDFVRSN: This is not a PDF file"}));
+               "ZOLAK-E-BADFOPEN: Error occurred while opening the file ./absent for reading."}));
     EXPECT_EQ(directory.names(), Texts{"doc.pdf"});
+}
+
+TEST(Driver, AnOutputThatAnyFileOfTheRunIsReadFromIsRefused)
+{
+    ScratchDirectory directory;
+    directory.write("doc.pdf", onePagePdf("n\n"));
+    directory.write("X.ps", "% mine\n");
+    for (const char *part : {"-PROLOG=./X", "-TRAILER=./X.ps"}) {
+        ProgramResult result = runIn(directory, {"doc", part, "-OUTSPEC=X"});
+        EXPECT_EQ(result.status, 1) << part;
+        EXPECT_EQ(result.err, "X.ps: File exists\n"
+                              "ZOLAK-E-BADFOPEN: Error occurred while opening the file X for "
+                              "writing.\n");
+        EXPECT_EQ(readFile(directory / "X.ps"), "% mine\n");
+    }
+}
+
+TEST(Driver, MoreOutputThanAllowedEndsTheRun)
+{
+    ScratchDirectory directory;
+    directory.write("doc.pdf", onePagePdf("n\n"));
+    directory.write("p.ps", std::string(5000, 'p'));
+    ProgramOptions options;
+    options.directory = directory.path;
+    auto run = [&](const std::string &most) {
+        options.environment["KV_MAX_OUTPUT"] = most;
+        return runProgram({programPath(), "doc", "-PROLOG=./p", "-TRAILER=./p", "-OUTSPEC=out"},
+                          options);
+    };
+    ASSERT_EQ(run("").status, 0);
+    const std::string whole = readFile(directory / "out.ps");
+    unlink((directory / "out.ps").c_str());
+    EXPECT_EQ(run(std::to_string(whole.size())).status, 0) << "exactly as much is allowed";
+    unlink((directory / "out.ps").c_str());
+    for (const std::string &most : {std::to_string(whole.size() - 1), std::string("1")}) {
+        ProgramResult result = run(most);
+        EXPECT_EQ(result.status, 1) << most;
+        EXPECT_EQ(linesOf(result.err).back(), "ZOLAK-E-BADFWRITE: Output is too large.");
+        EXPECT_FALSE(fileExists(directory / "out.ps")) << most;
+    }
+    EXPECT_EQ(run("0").status, 0) << "0 is no bound";
+    EXPECT_EQ(readFile(directory / "out.ps"), whole);
+}
+
+TEST(Driver, ThingsSharedFromManyPlacesDoNotFillTheDisk)
+{
+    /* One image under each of many keys: written for every one of them. */
+    PdfBuilder pdf;
+    int image = pdf.addStream("/Type /XObject /Subtype /Image /Width 1000 /Height 1000 "
+                              "/BitsPerComponent 8 /ColorSpace /DeviceGray",
+                              std::string(1000000, 'i'));
+    std::string entries;
+    for (int i = 0; i < 5000; i++)
+        entries += "/I" + std::to_string(i) + " " + ref(image) + " ";
+    int content = pdf.addStream("", "n");
+    pdf.addPage("/MediaBox [0 0 9 9] /Contents " + ref(content) + " /Resources << /XObject << " +
+                entries + ">> >>");
+    ScratchDirectory directory;
+    directory.write("doc.pdf", pdf.build());
+    ProgramResult result = runIn(directory, {"doc", "-OUTSPEC=/dev/null"});
+    EXPECT_EQ(result.status, 1) << "5 GB of 1 MB";
+    EXPECT_EQ(linesOf(result.err).back(), "ZOLAK-E-BADFWRITE: Output is too large.");
+}
+
+TEST(Driver, AStreamIsDecodedInto64MiBAnd200TimesTheInputAtMost)
+{
+    auto convert = [](size_t decoded) {
+        PdfBuilder pdf;
+        int content =
+            pdf.addStream("/Filter /FlateDecode", encodeFlate(std::string(decoded, 'n'), 9));
+        pdf.addPage("/MediaBox [0 0 9 9] /Contents " + ref(content));
+        std::string bytes = pdf.build();
+        EXPECT_LT(bytes.size(), decoded / 900);
+        return convertPdf(bytes, {"-DECODE"});
+    };
+    EXPECT_EQ(convert(64 << 20).status, 0);
+    Conversion c = convert(100 << 20);
+    EXPECT_EQ(c.status, 1);
+    EXPECT_EQ(c.messages.back(), "ZOLAK-E-FILTER: Stream data is too large.");
+    EXPECT_FALSE(c.hasOutput);
 }
 
 TEST(Driver, AMissingTrailerStopsTheRunAfterThePages)

@@ -373,6 +373,17 @@ TEST(PageContents, AnArrayReplacesAnInheritedStreamAndTheOtherWayRound)
     EXPECT_EQ(convertPdf(pdf.build()).pages, page + page);
 }
 
+TEST(PageDescription, TheSmallestRotationTurnsTheRightWay)
+{
+    /* 128 degrees more than full turns, counterclockwise, since /Rotate counts clockwise. */
+    std::string smallest = onePageText("/MediaBox [0 0 100 200] /Rotate -2147483648");
+    std::string small = onePageText("/MediaBox [0 0 100 200] /Rotate -128");
+    const std::string turn = "\n2147483648 rotate\n", same = "\n128 rotate\n";
+    ASSERT_NE(smallest.find(turn), std::string::npos) << smallest;
+    smallest.replace(smallest.find(turn), turn.size(), same);
+    EXPECT_EQ(smallest, small);
+}
+
 TEST(PageContents, TheWarningComesBeforeThePageIsTold)
 {
     Conversion c = onePage("/MediaBox [0 0 9 9] /Contents 5 /Resources << /Pattern << >> >>");

@@ -1,5 +1,6 @@
 /*
- * zolak_class_test.cpp - the converter as a class: attributes, defaults, messages that it listens to
+ * zolak_class_test.cpp - the converter as a class: attributes, defaults, messages that it listens
+ * to
  */
 #include "tools/zolak1_3/pdf_to_ps/frame/zolak_class.h"
 

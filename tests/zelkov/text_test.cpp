@@ -40,7 +40,7 @@ TEST(Text, NumberPrefix)
     EXPECT_EQ(atod("5x"), 5.0);
     EXPECT_EQ(atod("1e5"), 1.0) << "no exponents";
     for (const char *nothing : {"", "-", "+", "--5", "+-5", ".", "-.", "nan", "inf"})
-        EXPECT_EQ(atod(nothing), 0.0) << nothing;
+        EXPECT_EQ(std::to_string(atod(nothing)), "0.000000") << nothing << ", and never minus 0";
 }
 
 TEST(Text, NumbersAreTheNearestValues)

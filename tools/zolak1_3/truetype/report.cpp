@@ -38,8 +38,9 @@ void tt_reportTooLarge(ZelkovInstance *instance)
 
 void tt_reportOutOfMemory(ZelkovInstance *instance, TTReportLine line)
 {
-    control_report(instance->owner, MODULE, SOURCE, line, SEVERITY_ERROR, "out of memory",
-                   "Out of memory");
+    if (!tt_stopped(instance))
+        control_report(instance->owner, MODULE, SOURCE, line, SEVERITY_ERROR, "out of memory",
+                       "Out of memory");
 }
 
 void tt_reportReadError(ZelkovInstance *instance, TTReportLine line)

@@ -21,6 +21,10 @@ namespace {
  * kilobytes could otherwise fill every disk, or run for years and write nothing. */
 constexpr int64_t MAX_DECODED_BYTES = 1073741824;
 
+/* What a stream may be decoded into. */
+constexpr uint64_t RESULT_ALWAYS = 64 * 1024 * 1024;
+constexpr uint64_t RESULT_PER_FILE_BYTE = 200;
+
 constexpr int32_t COPY_BYTES = 64 * 1024;
 
 /* Passes in a row in which nothing moves: after the first, a decoder may still have something to
@@ -76,6 +80,7 @@ struct EncodedData {
     int32_t length;
     bool dropsSpace; /* white space is no data */
     int32_t readSoFar;
+    uint64_t written; /* decoded, in the output */
     int32_t fill;
     uint8_t bytes[FILTER_BUFFER_BYTES];
 };
@@ -108,6 +113,11 @@ void dropFront(EncodedData &data, int32_t count)
 
 enum PassResult { PASS_MORE, PASS_IDLE, PASS_ENDED };
 
+uint64_t mostDecoded(ZFile *input)
+{
+    return RESULT_ALWAYS + RESULT_PER_FILE_BYTE * fgeteof(input);
+}
+
 /* Reads, decodes and writes what fits into the buffers. */
 PassResult decodePass(PdfReader *reader, DecodingChain *chain, EncodedData &data, ZFile *output)
 {
@@ -124,7 +134,8 @@ PassResult decodePass(PdfReader *reader, DecodingChain *chain, EncodedData &data
         report(reader, LINE_WRITE, SEVERITY_ERROR, "Error writing decoded data to file.");
         return PASS_ENDED;
     }
-    if (chain->decoded > MAX_DECODED_BYTES) {
+    data.written += (uint64_t)count;
+    if (chain->decoded > MAX_DECODED_BYTES || data.written > mostDecoded(data.input)) {
         report(reader, LINE_TOO_LARGE, SEVERITY_ERROR, "Stream data is too large.");
         return PASS_ENDED;
     }
@@ -155,7 +166,7 @@ void copyDecoded(PdfReader *reader, const PdfStream *stream, int32_t count,
         report(reader, LINE_NO_CHAIN, SEVERITY_ERROR, "Can't create decoding chain.");
         return;
     }
-    EncodedData data = {reader->input, stream->length, isTextFilter(names[0]), 0, 0, {}};
+    EncodedData data = {reader->input, stream->length, isTextFilter(names[0]), 0, 0, 0, {}};
     decode(reader, chain, data, output);
     chainFree(chain);
 }

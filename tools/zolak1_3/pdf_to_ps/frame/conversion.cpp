@@ -17,10 +17,51 @@
 #include "tools/zolak1_3/pdf_to_ps/writer/pagetree.h"
 #include "zelkov/filespec.h"
 #include "zelkov/format.h"
+#include "zelkov/host.h"
 
 namespace {
 
 constexpr size_t COPY_BYTES = 1024;
+constexpr char PART_DEFAULTS[] = "KV_DAT_PS:.ps";
+
+/* What a run may write unless it is told otherwise.  Documents whose parts are shared from many
+ * places multiply; honest ones stay far below. */
+constexpr uint64_t OUTPUT_ALWAYS = (uint64_t)1 << 30;
+constexpr uint64_t OUTPUT_PER_INPUT_BYTE = 200;
+
+/* One file of the run, as messages call it. */
+struct WatchedFile {
+    ConversionRun *run;
+    const char *name;
+};
+
+/* Tells of a failure where it happens, before all that follows from it. */
+void reportTrouble(void *context, FileTrouble trouble)
+{
+    const WatchedFile *file = static_cast<const WatchedFile *>(context);
+    if (trouble == FileTrouble::LIMIT)
+        zolakReport(file->run, __LINE__, SEVERITY_ERROR, "BADFWRITE", "Output is too large.");
+    else if (errno == ENOMEM)
+        reportOutOfMemory(file->run, __LINE__);
+    else if (trouble == FileTrouble::READ)
+        zolakReport(file->run, __LINE__, SEVERITY_ERROR, "BADFREAD",
+                    "Error occurred while reading the file %s.", file->name);
+    else
+        zolakReport(file->run, __LINE__, SEVERITY_ERROR, "BADFWRITE",
+                    "Error occurred while writing the file %s.", file->name);
+}
+
+void watch(ZFile *handle, WatchedFile *file, uint64_t mostWritten)
+{
+    zfile_watch(handle, {reportTrouble, file, mostWritten});
+}
+
+uint64_t mostOutput(const ConversionRun *run)
+{
+    if (uint64_t told = host().mostOutput)
+        return told;
+    return OUTPUT_ALWAYS + OUTPUT_PER_INPUT_BYTE * fgeteof(run->input);
+}
 
 /* The name part of the input's name without what would end a PostScript string. */
 void deriveBaseName(ConversionRun *run, const char *name)
@@ -34,7 +75,11 @@ void deriveBaseName(ConversionRun *run, const char *name)
     *kept = 0;
 }
 
-bool openFiles(ConversionRun *run, const ConversionFiles &files)
+struct WatchedFiles {
+    WatchedFile input, output;
+};
+
+bool openFiles(ConversionRun *run, const ConversionFiles &files, WatchedFiles *watched)
 {
     run->input = files.openInput();
     if (errno) {
@@ -43,6 +88,10 @@ bool openFiles(ConversionRun *run, const ConversionFiles &files)
         return false;
     }
     deriveBaseName(run, files.inputName);
+    for (const PostScriptPart &part : {files.prolog, files.trailer})
+        if (!part.bytes)
+            zfile_protect("", part.name, PART_DEFAULTS);
+    errno = 0;
     run->output = files.openOutput();
     if (errno) {
         zolakReport(run, __LINE__, SEVERITY_ERROR, "BADFOPEN",
@@ -51,6 +100,9 @@ bool openFiles(ConversionRun *run, const ConversionFiles &files)
         run->input = nullptr;
         return false;
     }
+    *watched = {{run, files.inputName}, {run, files.outputName}};
+    watch(run->input, &watched->input, UINT64_MAX);
+    watch(run->output, &watched->output, mostOutput(run));
     return true;
 }
 
@@ -63,12 +115,14 @@ void copyPart(ConversionRun *run, const PostScriptPart &part)
         fputm(run->output, part.bytes, part.byteCount);
         return;
     }
-    ZFile *file = fopenr("", part.name, "KV_DAT_PS:.ps", 0);
+    ZFile *file = fopenr("", part.name, PART_DEFAULTS, 0);
     if (errno) {
         zolakReport(run, __LINE__, SEVERITY_ERROR, "BADFOPEN",
                     "Error occurred while opening the file %s for reading.", part.name);
         return;
     }
+    WatchedFile watched = {run, part.name};
+    watch(file, &watched, UINT64_MAX);
     char block[COPY_BYTES];
     size_t count;
     do {
@@ -99,25 +153,16 @@ void writeOutput(ConversionRun *run, const ConversionFiles &files)
     copyPart(run, files.trailer);
 }
 
-void reportWriting(ConversionRun *run, const ConversionFiles &files, int line)
-{
-    zolakReport(run, line, SEVERITY_ERROR, "BADFWRITE", "Error occurred while writing the file %s.",
-                files.outputName);
-}
-
-/* Keeps the output of a good run and removes that of a failed one.  A write that failed is what
- * the user must hear of, whatever was reported because of it. */
-void closeFiles(ConversionRun *run, const ConversionFiles &files)
+/* Keeps the output of a good run and throws that of a failed one away. */
+void closeFiles(ConversionRun *run)
 {
     fclosx(run->input);
     run->bytesWritten = zfile_written(run->output);
     stopWhenCancelled(run);
-    if (zfile_writeError(run->output))
-        reportWriting(run, files, __LINE__);
     if (run->errorFlag)
         fcldelete(run->output);
-    else if (fclosx(run->output) != 0)
-        reportWriting(run, files, __LINE__);
+    else
+        fclosx(run->output);
     run->input = run->output = nullptr;
 }
 
@@ -126,13 +171,15 @@ void closeFiles(ConversionRun *run, const ConversionFiles &files)
 void convertDocument(ConversionRun *run, const ConversionFiles &files)
 {
     resetRun(run);
-    if (!openFiles(run, files))
-        return;
+    WatchedFiles watched;
     try {
-        writeOutput(run, files);
+        if (openFiles(run, files, &watched))
+            writeOutput(run, files);
     } catch (const std::bad_alloc &) {
         reportOutOfMemory(run, __LINE__);
     }
+    zfile_unprotectAll();
     freeTable(run);
-    closeFiles(run, files);
+    if (run->output)
+        closeFiles(run);
 }

@@ -3,6 +3,7 @@
  */
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 
 #include "tools/zolak1_3/pdf_to_ps/frame/driver.h"
@@ -57,9 +58,12 @@ ConverterInstance *createInstance()
     return reinterpret_cast<ConverterInstance *>(cls ? zelkov_create_inst(cls) : nullptr);
 }
 
+/* A text that is too long is told of by the class and not stored; nothing is converted then. */
 void setOption(ConverterInstance *inst, const char *name, const void *value, ZelkovType type)
 {
     instanceMethod<SLOT_OPTION> (&inst->header)(&inst->header, name, value, type);
+    if (type == TYPE_TEXT && strlen(static_cast<const char *>(value)) >= TEXT_BYTES)
+        process_exit(EXIT_FAILURE);
 }
 
 void setOptions(ConverterInstance *inst, const std::string &file)
@@ -81,9 +85,7 @@ void setOptions(ConverterInstance *inst, const std::string &file)
         setOption(inst, "DECODE", &decodeValue, TYPE_FLAG);
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int convertAsTold(int argc, char **argv)
 {
     process_begin();
     ZelkovController *controller = findController();
@@ -108,4 +110,15 @@ int main(int argc, char **argv)
     runConversion(inst);
     control_endRun(controller);
     return inst->run.errorFlag ? EXIT_FAILURE : EXIT_SUCCESS;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return convertAsTold(argc, argv);
+    } catch (const std::bad_alloc &) {
+        process_failWithoutMemory("ZOLAK-E-out of memory: Out of memory\n");
+    }
 }

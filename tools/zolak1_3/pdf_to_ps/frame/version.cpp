@@ -83,6 +83,9 @@ void checkVersion(PdfReader *reader)
     int length = errno ? -1 : readHeader(reader, header);
     bool accepted = length >= 4 && strncmp(header, HEADER_START, NUMBER_START) == 0 &&
                     readVersion(header, length, &version);
+    /* After an error, the header is not what is wrong. */
+    if (!accepted && reader->errorFlag)
+        return;
     if (!accepted) {
         zolakReport(reader, __LINE__, SEVERITY_ERROR, "PDFVRSN", "This is not a PDF file");
         return;

@@ -39,7 +39,9 @@ void zolakReport(PdfReader *reader, int line, Severity severity, const char *key
 
 void reportOutOfMemory(PdfReader *reader, int line)
 {
-    zolakReport(reader, line, SEVERITY_ERROR, "out of memory", "Out of memory");
+    /* What is missing because the run has stopped is not missing for lack of memory. */
+    if (!reader->errorFlag)
+        zolakReport(reader, line, SEVERITY_ERROR, "out of memory", "Out of memory");
 }
 
 void stopWhenCancelled(PdfReader *reader)

@@ -44,7 +44,7 @@ Rectangle intersect(const Rectangle &a, const Rectangle &b)
 /* The visible part of the page as it lies on the paper. */
 Rectangle pageRectangle(const PageAttributes &attributes)
 {
-    double angle = attributes.rotation * 6.283185307179586 / 360.0;
+    double angle = (double)attributes.rotation * 6.283185307179586 / 360.0;
     Rectangle page = rotateBox(attributes.MediaBox, angle);
     if (attributes.hasCropBox)
         page = intersect(page, rotateBox(attributes.CropBox, angle));
@@ -82,7 +82,7 @@ void writePageDescription(ConversionRun *run, const PageAttributes &attributes)
     fputstr_arg(output, "<< /PageSize [ %lld %lld ] >> setpagedevice", (long long)width,
                 (long long)height);
     fputstr_arg(output, "%lld %lld translate", (long long)-page.x1, (long long)-page.y1);
-    fputstr_arg(output, "%d rotate", attributes.rotation);
+    fputstr_arg(output, "%lld rotate", (long long)attributes.rotation);
     if (attributes.contentArray && !writeContentArray(run, attributes.contentArray))
         return;
     if (attributes.contentStream)

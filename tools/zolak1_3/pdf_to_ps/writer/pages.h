@@ -18,7 +18,7 @@ struct PageAttributes {
     PageBox MediaBox;
     PageBox CropBox;
     int32_t hasCropBox;
-    int32_t rotation;             /* degrees counterclockwise: minus the /Rotate of the page */
+    int64_t rotation;             /* degrees counterclockwise: minus the /Rotate of the page */
     const PdfDict *resources;     /* or null */
     const PdfArray *contentArray; /* one of the two, or neither */
     const PdfStream *contentStream;

@@ -83,7 +83,7 @@ bool readNodeEntries(ConversionRun *run, NodeContent *content, PageAttributes *a
     if (run->errorFlag)
         return false;
     if (findKey(run, node, "/Rotate") >= 0)
-        attributes->rotation = (int32_t) - (uint32_t)readInteger(run);
+        attributes->rotation = -(int64_t)readInteger(run);
     return !run->errorFlag;
 }
 
