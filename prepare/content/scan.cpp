@@ -192,7 +192,8 @@ void scanNamed(Frame *frame, Kind kind, const std::string &name)
     case Kind::XOBJECT:
         return scanXObject(frame, name);
     case Kind::GSTATE:
-        use(frame, EXTGSTATE, name);
+        if (use(frame, EXTGSTATE, name).getKeyIfDict("/Font").isArray())
+            frame->page->needs |= NEED_COMPOSITE; /* the converter does not select it */
         return;
     case Kind::COLORSPACE:
         use(frame, COLORSPACE, name);

@@ -52,6 +52,10 @@ QPDFObjectHandle keptOf(Document *document, QPDFObjectHandle entries, int catego
             notice(document, "IMAGE", page, "A picture is left out: its kind of data is not read.");
             continue;
         }
+        if (category == EXTGSTATE && value.isDictionary() && value.hasKey("/Font")) {
+            value = value.shallowCopy(); /* content selects it */
+            value.removeKey("/Font");
+        }
         kept.replaceKey(name, value);
     }
     return kept;

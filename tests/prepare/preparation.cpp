@@ -1,0 +1,120 @@
+/*
+ * preparation.cpp - pdf_prepare, and two renderers
+ */
+#include "tests/prepare/preparation.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/postscript/print_job.h"
+#include "tests/support/conversion.h"
+#include "tests/support/picture.h"
+#include "tests/support/run_program.h"
+#include "tests/support/scratch_directory.h"
+
+namespace {
+
+constexpr int DPI = 100;
+
+std::vector<Picture> renderByGhostscript(const std::string &bytes)
+{
+    ScratchDirectory directory;
+    directory.write("doc.pdf", bytes);
+    ProgramOptions options;
+    options.directory = directory.path;
+    runProgram({"gs", "-dSAFER", "-dBATCH", "-dNOPAUSE", "-q", "-sDEVICE=ppmraw",
+                "-dTextAlphaBits=4", "-dGraphicsAlphaBits=4", "-dUseCropBox",
+                "-r" + std::to_string(DPI), "-sOutputFile=p-%03d.ppm", "doc.pdf"},
+               options);
+    std::vector<Picture> pages;
+    for (const std::string &name : directory.names())
+        if (name.compare(0, 2, "p-") == 0)
+            pages.push_back(readPicture(directory / name));
+    return pages;
+}
+
+void expectSame(const std::vector<Picture> &pages, const std::vector<Picture> &references,
+                const std::string &what)
+{
+    ASSERT_EQ(pages.size(), references.size()) << what;
+    for (size_t i = 0; i < pages.size(); i++) {
+        PictureDifference difference = comparePictures(pages[i], references[i]);
+        EXPECT_TRUE(isRight(difference))
+            << what << ", page " << i + 1 << ": " << describe(difference);
+        EXPECT_EQ(isBlank(pages[i]), isBlank(references[i])) << what << ", page " << i + 1;
+    }
+}
+
+} // namespace
+
+std::string preparePath()
+{
+    return PDF_PREPARE_PROGRAM;
+}
+
+Preparation preparePdf(const std::string &bytes, const std::vector<std::string> &options)
+{
+    ScratchDirectory directory;
+    directory.write("doc.pdf", bytes);
+    ProgramOptions settings;
+    settings.directory = directory.path;
+    std::vector<std::string> command = {preparePath(), "doc.pdf", "out.pdf"};
+    command.insert(command.end(), options.begin(), options.end());
+    ProgramResult result = runProgram(command, settings);
+    Preparation made = {result.status, linesOf(result.err), fileExists(directory / "out.pdf"), ""};
+    if (made.hasOutput)
+        made.pdf = readFile(directory / "out.pdf");
+    EXPECT_EQ(directory.names().size(), made.hasOutput ? 2u : 1u) << "something was left behind";
+    return made;
+}
+
+int probePdf(const std::string &bytes)
+{
+    ScratchDirectory directory;
+    return runProgram({preparePath(), "--probe", directory.write("doc.pdf", bytes)}).status;
+}
+
+void expectSamePages(const std::string &original, const std::string &prepared)
+{
+    std::vector<Picture> byMupdf = renderPdf(original, DPI);
+    std::vector<Picture> byGhostscript = renderByGhostscript(original);
+    expectSame(renderPdf(prepared, DPI), byMupdf, "prepared, by MuPDF");
+    expectSame(renderByGhostscript(prepared), byGhostscript, "prepared, by Ghostscript");
+    Conversion conversion = convertForPrinting(prepared);
+    ASSERT_EQ(conversion.status, 0);
+    PrintedJob job = printFile(conversion.output, DPI);
+    EXPECT_EQ(faultsOf(job), std::vector<std::string>());
+    expectSame(job.pages, byMupdf, "PostScript, against MuPDF");
+    expectSame(job.pages, byGhostscript, "PostScript, against Ghostscript");
+}
+
+std::string expectPrepared(const std::string &bytes)
+{
+    Preparation made = preparePdf(bytes);
+    EXPECT_EQ(made.status, 0);
+    EXPECT_EQ(made.messages, std::vector<std::string>());
+    expectSamePages(bytes, made.pdf);
+    Preparation again = preparePdf(made.pdf);
+    EXPECT_EQ(again.pdf, made.pdf) << "a prepared document needs nothing";
+    return made.pdf;
+}
+
+std::string inClear(const std::string &pdf)
+{
+    ScratchDirectory directory;
+    ProgramOptions options;
+    options.directory = directory.path;
+    directory.write("doc.pdf", pdf);
+    runProgram({"qpdf", "--qdf", "--object-streams=disable", "doc.pdf", "clear.pdf"}, options);
+    return readFile(directory / "clear.pdf");
+}
+
+std::string textOf(const std::string &pdf)
+{
+    ScratchDirectory directory;
+    return runProgram({"pdftotext", directory.write("doc.pdf", pdf), "-"}).out;
+}
+
+bool holds(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}

@@ -1,0 +1,40 @@
+/*
+ * preparation.h - runs pdf_prepare on a document and holds what comes out against the original
+ */
+#ifndef TESTS_PREPARE_PREPARATION_H
+#define TESTS_PREPARE_PREPARATION_H
+
+#include <string>
+#include <vector>
+
+struct Preparation {
+    int status;
+    std::vector<std::string> messages; /* lines of standard error */
+    bool hasOutput;
+    std::string pdf;
+};
+
+std::string preparePath();
+
+/* Prepares `bytes`, with these options. */
+Preparation preparePdf(const std::string &bytes, const std::vector<std::string> &options = {});
+
+/* The status of --probe: 0 nothing to do, 3 needed, 1 neither. */
+int probePdf(const std::string &bytes);
+
+/* Holds the prepared document, and the PostScript that the converter makes of it, against the
+ * original, as two renderers draw it.  The test fails where a page differs. */
+void expectSamePages(const std::string &original, const std::string &prepared);
+
+/* Prepares, expects status 0 and the same pages, and answers the prepared document. */
+std::string expectPrepared(const std::string &bytes);
+
+/* The document's streams in clear and its objects one by one, for looking at. */
+std::string inClear(const std::string &pdf);
+
+/* The text of the document as pdftotext finds it. */
+std::string textOf(const std::string &pdf);
+
+bool holds(const std::string &text, const std::string &part);
+
+#endif

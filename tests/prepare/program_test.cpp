@@ -1,0 +1,126 @@
+/*
+ * program_test.cpp - the command pdf_prepare
+ */
+#include <gtest/gtest.h>
+
+#include "tests/prepare/fonts.h"
+#include "tests/prepare/preparation.h"
+#include "tests/support/conversion.h"
+#include "tests/support/pdf_builder.h"
+#include "tests/support/run_program.h"
+#include "tests/support/scratch_directory.h"
+
+namespace {
+
+std::string pagesPdf(int count)
+{
+    PdfBuilder pdf;
+    for (int i = 1; i <= count; i++) {
+        int content = pdf.addStream("", "0 g 10 10 " + std::to_string(10 * i) + " 20 re f");
+        pdf.addPage("/MediaBox [0 0 200 " + std::to_string(100 + i) + "] /Contents " +
+                    ref(content));
+    }
+    return pdf.build();
+}
+
+std::vector<std::string> heights(const std::string &pdf)
+{
+    std::vector<std::string> found;
+    const std::string box = "/MediaBox [ 0 0 200 ";
+    for (size_t at = pdf.find(box); at != std::string::npos; at = pdf.find(box, at + 1))
+        found.push_back(pdf.substr(at + box.size(), 3));
+    return found;
+}
+
+} // namespace
+
+TEST(Program, TakesOnlyThePagesWanted)
+{
+    Preparation made = preparePdf(pagesPdf(9), {"--pages=2-3,7,9-"});
+    EXPECT_EQ(made.status, 0);
+    EXPECT_EQ(heights(made.pdf), (std::vector<std::string>{"102", "103", "107", "109"}));
+}
+
+TEST(Program, PagesThatDoNotExist)
+{
+    Preparation made = preparePdf(pagesPdf(2), {"--pages=3-"});
+    EXPECT_EQ(made.status, 1);
+    EXPECT_FALSE(made.hasOutput);
+    EXPECT_EQ(made.messages,
+              std::vector<std::string>{"PREPARE-W-DAMAGED: None of the pages wanted exists."});
+}
+
+TEST(Program, WrongUseIsStatusTwo)
+{
+    for (const std::vector<std::string> &options : {std::vector<std::string>{"--pages=3-2"},
+                                                    {"--pages=x"},
+                                                    {"--pages="},
+                                                    {"--unknown"},
+                                                    {"--annotations=some"},
+                                                    {"third.pdf"}}) {
+        Preparation made = preparePdf(pagesPdf(1), options);
+        EXPECT_EQ(made.status, 2) << options[0];
+        EXPECT_FALSE(made.hasOutput);
+    }
+}
+
+TEST(Program, HelpAndVersion)
+{
+    ProgramResult help = runProgram({preparePath(), "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_TRUE(holds(help.out, "--password-file"));
+    ProgramResult version = runProgram({preparePath(), "--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_TRUE(holds(version.out, "pdf_prepare "));
+}
+
+TEST(Program, InputThatIsMissingOrNoPdf)
+{
+    ProgramResult missing = runProgram({preparePath(), "/no/such.pdf", "/no/out.pdf"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.err, "/no/such.pdf: No such file or directory\n");
+    Preparation none = preparePdf("This is a text.\n");
+    EXPECT_EQ(none.status, 1);
+    EXPECT_FALSE(none.hasOutput);
+    EXPECT_EQ(none.messages.size(), 1u);
+}
+
+TEST(Program, OlderOutputStaysWhenNothingComes)
+{
+    ScratchDirectory directory;
+    std::string in = directory.write("in.pdf", "no pdf"), out = directory.write("out.pdf", "older");
+    EXPECT_EQ(runProgram({preparePath(), in, out}).status, 1);
+    EXPECT_EQ(readFile(out), "older");
+    EXPECT_EQ(directory.names(), (std::vector<std::string>{"in.pdf", "out.pdf"}));
+}
+
+TEST(Program, WritesIntoADevice)
+{
+    ScratchDirectory directory;
+    ProgramResult result =
+        runProgram({preparePath(), directory.write("in.pdf", pagesPdf(2)), "/dev/stdout"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out.substr(0, 5), "%PDF-");
+}
+
+TEST(Program, SameInputGivesTheSameBytes)
+{
+    std::string pdf = compositePdf("BT /F1 20 Tf 10 100 Td " + codes("same") + " Tj ET");
+    EXPECT_EQ(preparePdf(pdf).pdf, preparePdf(pdf).pdf);
+}
+
+TEST(Program, OnePageThatCannotBeReadDoesNotStopTheOthers)
+{
+    PdfBuilder pdf;
+    int good = pdf.addStream("", "0 g 10 10 50 50 re f");
+    int broken = pdf.add("<< /Length 5 /Filter /NoSuchFilter >>\nstream\nabcde\nendstream");
+    pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(broken));
+    pdf.addPage("/MediaBox [0 0 200 200] /UserUnit 2 /Contents " + ref(good));
+    Preparation made = preparePdf(pdf.build());
+    EXPECT_EQ(made.status, 0);
+    EXPECT_TRUE(holds(made.pdf, "/MediaBox [ 0 0 400 400 ]"));
+    ASSERT_EQ(made.messages.size(), 1u);
+    EXPECT_EQ(made.messages[0],
+              "PREPARE-W-DAMAGED: Page 1: Part of the page's content cannot be decoded.");
+    EXPECT_EQ(convertForPrinting(made.pdf).status, 0);
+}
