@@ -57,11 +57,11 @@ TEST(CompositeFonts, ArrayMayBeginWithANumberOrHoldNothingElse)
 
 TEST(CompositeFonts, ThreeHundredGlyphsOnOnePage)
 {
-    std::string content = "BT /F1 45 Tf 60 TL 20 760 Td ";
+    std::string content = "BT /F1 25 Tf 60 TL 20 760 Td ";
     for (int line = 0; line < 12; line++)
         content += codeRange(36 + 25 * line, 25) + " ' ";
     expectSimple(compositePdf(content + "ET",
-                              {"/Identity-H", "/W [36 335 1000]", "", true, "0 0 1200 800"}));
+                              {"/Identity-H", "/W [36 335 1700]", "", true, "0 0 1200 800"}));
 }
 
 TEST(CompositeFonts, SelectionFollowsSavedStates)
