@@ -63,7 +63,7 @@ PrintedJob run(const ScratchDirectory &directory, const PrintOptions &options)
 {
     std::vector<std::string> command = {"gs",
                                         "-q",
-                                        "-dSAFER",
+                                        options.safer ? "-dSAFER" : "-dNOSAFER",
                                         "-dBATCH",
                                         "-dNOPAUSE",
                                         "-sDEVICE=ppmraw",
@@ -80,10 +80,15 @@ PrintedJob run(const ScratchDirectory &directory, const PrintOptions &options)
         program.input = readFile(directory / "job.ps");
     command.push_back(options.pipe ? "-" : directory / "job.ps");
     program.memoryMegabytes = options.memoryMegabytes;
+    program.timeoutSeconds = options.timeoutSeconds;
+    program.directory = directory.path;
     ProgramResult result = runProgram(command, program);
-    PrintedJob job = {result.status, linesOf(result.out + "\n" + result.err), {}};
+    PrintedJob job = {result.status, linesOf(result.out + "\n" + result.err), {}, {}};
     for (int page = 1; fileExists(directory / ("p-" + std::to_string(page) + ".ppm")); page++)
         job.pages.push_back(readPicture(directory / ("p-" + std::to_string(page) + ".ppm")));
+    for (const std::string &name : directory.names())
+        if (!name.starts_with("p-") && name != "job.ps" && name != "level2.ps")
+            job.files.push_back(name);
     return job;
 }
 

@@ -21,6 +21,8 @@ struct PrintOptions {
     std::string afterProlog;  /* and behind it, with the prolog's dictionary as the current one */
     std::string after;        /* and behind the trailer */
     bool trailer = true;      /* it is there */
+    bool safer = true;        /* Ghostscript keeps away from files */
+    int timeoutSeconds = 120; /* then it is killed */
 };
 
 /* What came out of a job. */
@@ -28,6 +30,7 @@ struct PrintedJob {
     int status;
     std::vector<std::string> lines; /* what the job printed, its errors included */
     std::vector<Picture> pages;
+    std::vector<std::string> files; /* what it has made beside them */
 };
 
 /* Prints the text of page descriptions, what stands between the "/TmpFont" line and the trailer. */

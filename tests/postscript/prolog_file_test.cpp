@@ -85,4 +85,31 @@ TEST(PrologFile, PrintsWhatItsSourcePrints)
         EXPECT_TRUE(built.pages[i].rgb == source.pages[i].rgb) << "page " << i + 1;
 }
 
+/* A `restore` gives a string no old content back, so that a font program of a page could change
+ * what the next pages do: all strings of the prolog are read-only but those that are written to. */
+TEST(PrologFile, KeepsItsTextsOutOfReach)
+{
+    for (const PrologPart &part : prologParts())
+        for (const PostScriptToken &token : postScriptTokens(part.text))
+            if (token.kind == TokenKind::STRING && token.depth > 0 &&
+                part.file != "00_settings.ps") { /* whose procedures run while it is read */
+                EXPECT_EQ(token.name, "()") << "in a procedure it can be written to";
+            }
+    const char *program = R"(
+/Shown 20 dict def
+[ /Scratch /ContentBuffer /LineBuffer /OneChar /SegmentHeader ] { Shown exch true put } forall
+/Look {
+    dup type /stringtype eq { dup length 0 gt 1 index wcheck and { (WRITABLE ) print == } { pop } ifelse } {
+        dup type /arraytype eq 1 index xcheck not and { { Look } forall } { pop } ifelse
+    } ifelse
+} def
+Prolog { exch Shown exch known { pop } { Look } ifelse } forall
+(LOOKED) =
+)";
+    ProgramOptions options;
+    options.input = builtOf("pdf_psprolog.ps") + program;
+    ProgramResult result = runProgram({"gs", "-q", "-dSAFER", "-dNODISPLAY", "-"}, options);
+    EXPECT_EQ(result.out, "LOOKED\n");
+}
+
 } // namespace

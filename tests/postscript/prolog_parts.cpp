@@ -104,8 +104,9 @@ std::vector<PostScriptToken> postScriptTokens(const std::string &text)
         } else if (c == '%') {
             at = std::min(text.find('\n', at), text.size());
         } else if (c == '(') {
-            at = behindString(text, at);
-            tokens.push_back({TokenKind::STRING, "", depth});
+            size_t end = behindString(text, at);
+            tokens.push_back({TokenKind::STRING, text.substr(at, end - at), depth});
+            at = end;
         } else if (c == '{' || c == '}') {
             TokenKind kind = c == '{' ? TokenKind::OPEN : TokenKind::CLOSE;
             depth += c == '{' ? 1 : -1;

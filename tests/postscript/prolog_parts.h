@@ -25,7 +25,7 @@ std::vector<PrologPart> prologParts();
 /* All parts joined: the prolog with its comments. */
 std::string prologSource();
 
-/* What a token of PostScript is; strings and numbers among them have no name. */
+/* What a token of PostScript is.  The name of a string is its text with the parentheses. */
 enum class TokenKind { EXECUTABLE, IMMEDIATE, LITERAL, OPEN, CLOSE, STRING, NUMBER };
 
 struct PostScriptToken {

@@ -160,7 +160,8 @@ std::map<std::string, Tokens> procedureBodies()
         }
         if (token.name == "Op" || token.name == "PageOp")
             owner = token.name == "Op" ? "ContentOps" : "PageOps";
-        bodies[owner].insert(bodies[owner].end(), statement.begin(), statement.end());
+        if (!owner.empty()) /* else it runs while the prolog is loaded */
+            bodies[owner].insert(bodies[owner].end(), statement.begin(), statement.end());
         if (token.name == "end")
             region.clear();
         statement.clear();
