@@ -305,6 +305,33 @@ TEST(TrueTypeFonts, MapsAndEncodings)
     set.expectRight();
 }
 
+/* Fonts name their glyphs badly; what tells them apart is their number and their code. */
+TEST(TrueTypeFonts, GlyphsThatShareANameOrHaveNone)
+{
+    PageSet set;
+    const std::string widths = "/FirstChar 65 /LastChar 67 /Widths [700 600 300] ";
+    const std::vector<std::string> namings[] = {
+        {".notdef", ".notdef", ".notdef", ".notdef", ".notdef"},
+        {".notdef", "same", "same", "same", "same"},
+        {".notdef", "UNKN", "UNKN", "UNKN", "UNKN"},
+        {".notdef", "A", "A", "B", "B"},
+    };
+    for (const std::vector<std::string> &names : namings) {
+        FontBuilder symbol = sampleFont();
+        symbol.names = names;
+        symbol.replaced["cmap"] = cmap(3, 0, cmapFormat4({{0xF041, 0xF043, 1 - 0xF041}}));
+        set.add("symbol map, " + names[1], SHOW,
+                font(trueType(&set.pdf, symbol, "Shared" + names[1].substr(1), 4) + widths));
+        FontBuilder mac = symbol;
+        std::vector<unsigned> codes(256, 0);
+        codes[65] = 1, codes[66] = 2, codes[67] = 3;
+        mac.replaced["cmap"] = cmap(1, 0, cmapFormat0(codes));
+        set.add("Macintosh map, " + names[1], SHOW,
+                font(trueType(&set.pdf, mac, "Mac" + names[1].substr(1), 4) + widths));
+    }
+    set.expectRight();
+}
+
 TEST(TrueTypeFonts, InAllRenderModes)
 {
     PageSet set;
