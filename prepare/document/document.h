@@ -67,6 +67,7 @@ struct FormCopy {
 };
 
 struct Document {
+    std::string mendedFile; /* what `pdf` reads instead of the file, when not empty */
     QPDF pdf;
     Options options;
     std::vector<Notice> *notices = nullptr;

@@ -6,6 +6,10 @@
  */
 #include "prepare/document/load.h"
 
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
 #include <qpdf/QPDFExc.hh>
 #include <qpdf/QPDFLogger.hh>
 
@@ -22,6 +26,42 @@ std::string reason(const std::exception &error, const std::string &path)
     return text.substr(0, text.find('\n'));
 }
 
+/* A file that has lost its end is given a trailer that names its catalogue; empty: it has its end,
+ * or no catalogue.  A trailer that can be read still comes first. */
+std::string withTrailer(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    constexpr long TAIL = 2048, LARGEST = 256l << 20;
+    long size = file ? (long)file.tellg() : 0;
+    if (size <= 0 || size > LARGEST)
+        return "";
+    file.seekg(std::max(0l, size - TAIL));
+    std::string tail(std::istreambuf_iterator<char>(file), {});
+    if (tail.find("startxref") != std::string::npos)
+        return "";
+    file.clear();
+    file.seekg(0);
+    std::string text(std::istreambuf_iterator<char>(file), {});
+    size_t catalog = text.rfind("/Catalog");
+    size_t object = catalog == std::string::npos ? catalog : text.rfind("obj", catalog);
+    if (text.find("/XRef") != std::string::npos || object == std::string::npos)
+        return "";
+    size_t line = text.find_last_of("\r\n", object);
+    size_t begin = line == std::string::npos ? 0 : line + 1;
+    return text + "\ntrailer << /Root " + text.substr(begin, object - begin) + " R >>\n";
+}
+
+void process(Document *document, const std::string &path)
+{
+    const char *password = document->options.password.c_str();
+    document->mendedFile = withTrailer(path);
+    if (document->mendedFile.empty())
+        document->pdf.processFile(path.c_str(), password);
+    else
+        document->pdf.processMemoryFile(path.c_str(), document->mendedFile.data(),
+                                        document->mendedFile.size(), password);
+}
+
 bool openFile(Document *document, const std::string &path)
 {
     QPDF &pdf = document->pdf;
@@ -29,7 +69,7 @@ bool openFile(Document *document, const std::string &path)
     pdf.setLogger(QPDFLogger::create());
     pdf.getLogger()->setError(pdf.getLogger()->discard());
     try {
-        pdf.processFile(path.c_str(), document->options.password.c_str());
+        process(document, path);
         return true;
     } catch (const QPDFExc &error) {
         if (error.getErrorCode() == qpdf_e_password)

@@ -249,3 +249,11 @@ TEST(Structure, UnusedResourcesAreDroppedWhereSomethingElseIsMended)
                 std::string(FONTS) + " /XObject << /Unused " + ref(image) + " >> >>");
     EXPECT_FALSE(holds(expectPrepared(pdf.build()), "/JPXDecode"));
 }
+
+TEST(Structure, FileWithoutAnyTrailerIsRead)
+{
+    std::string pdf = plainPdf();
+    Preparation made = preparePdf(pdf.substr(0, pdf.find("xref")));
+    EXPECT_EQ(made.status, 0);
+    expectSamePages(pdf, made.pdf);
+}
