@@ -47,6 +47,7 @@ void replaceTree(Document *document)
         if (!isInfo && key != "/Root" && key != "/Size" && key != "/ID" && key != "/Encrypt")
             trailer.removeKey(key);
     }
+    trailer.replaceKey("/Size", QPDFObjectHandle::newInteger(0)); /* the writer sets it right */
     pdf.updateAllPagesCache();
 }
 
