@@ -178,4 +178,19 @@ TEST(Colours, AnUnknownSpaceIsOneErrorAndThePageGoesOn)
     set.expectRight();
 }
 
+/* The second space is the first one with red and blue exchanged; MuPDF reads no matrix. */
+TEST(Colours, SpacesThatDifferInTheirMatrixAlone)
+{
+    PageSet set;
+    const std::string common = "[/CalRGB << /WhitePoint [0.9505 1 1.089] /Gamma [2.2 2.2 2.2] "
+                               "/Matrix [";
+    set.addLike("two of them", "/A cs 1 0 0 sc 20 20 70 160 re f /B cs 1 0 0 sc 110 20 70 160 re f",
+                "/Resources << /ColorSpace << /A " + common +
+                    "0.4124 0.2126 0.0193 0.3576 0.7152 0.1192 0.1805 0.0722 0.9505] >>] /B " +
+                    common +
+                    "0.1805 0.0722 0.9505 0.3576 0.7152 0.1192 0.4124 0.2126 0.0193] >>] >> >>",
+                "1 0 0 rg 20 20 70 160 re f 0 0 1 rg 110 20 70 160 re f");
+    set.expectRight();
+}
+
 } // namespace

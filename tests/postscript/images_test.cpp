@@ -419,4 +419,20 @@ TEST(Images, AreReadInPieces)
     EXPECT_NEAR(job.pages[0].at(70, 50)[0], 0xB0, 3);
 }
 
+TEST(InlineImages, TheShortKeysCountWhereBothAreGiven)
+{
+    PageSet set;
+    const std::string data = " ID \x20\xC0\x60\xA0 EI Q";
+    const std::string place = "q 160 0 0 160 20 20 cm BI ";
+    const std::string right = "/W 2 /H 2 /BPC 8 /CS /G";
+    for (const char *wrong : {"/Width 1", "/Height 1", "/BitsPerComponent 1", "/ColorSpace /RGB",
+                              "/Decode [1 0] /D [0 1]"}) {
+        set.addLike(std::string("before, ") + wrong, place + wrong + " " + right + data, "",
+                    place + right + data);
+        set.addLike(std::string("behind, ") + wrong, place + right + " " + wrong + data, "",
+                    place + right + data);
+    }
+    set.expectRight();
+}
+
 } // namespace

@@ -171,6 +171,19 @@ TEST(DamagedContent, NumbersThatSomeWritersProduce)
     expectPage(job, 0, "1 0 0 rg 40 40 120 -60 re f 0 0 1 rg 151 150 30 30 re f");
 }
 
+TEST(DamagedContent, NumbersWithoutADigitAreZero)
+{
+    PrintOptions options;
+    PrintedJob job = printPages(pageDescription("1 0 0 rg 40 40 m 160 40 l 160 160 l h f 1 . - rg "
+                                                "inf nan 20 20 re f -. +. 10 10 re f -inf + 1 rg "
+                                                "0 180 20 20 re f"),
+                                options);
+    EXPECT_EQ(faultsOf(job), Lines{});
+    expectPage(job, 0,
+               "1 0 0 rg 40 40 m 160 40 l 160 160 l h f 0 0 20 20 re f 0 0 1 rg "
+               "0 180 20 20 re f");
+}
+
 TEST(DamagedContent, ThousandsOfErrorsEnd)
 {
     std::string content = BOX;
