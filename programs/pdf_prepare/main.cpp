@@ -6,13 +6,18 @@
  * a library, the parent says so and no output is left.
  */
 #include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <string>
 
+#include <fcntl.h>
 #include <getopt.h>
+#include <sys/random.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -220,21 +225,47 @@ int work(const Arguments &arguments, const std::string &temporary)
     return outcome == Outcome::REFUSED ? STATUS_FAILED : STATUS_DONE;
 }
 
+/* ---- ended by a signal: the child goes too, and the temporary file */
+
+volatile pid_t worker;
+char temporaryPath[PATH_MAX];
+
+extern "C" void endAll(int number)
+{
+    if (worker > 0)
+        kill(worker, SIGKILL);
+    unlink(temporaryPath);
+    signal(number, SIG_DFL);
+    raise(number);
+}
+
+void removeWhenEnded(const std::string &path)
+{
+    snprintf(temporaryPath, sizeof temporaryPath, "%s", path.c_str());
+    for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
+        if (signal(number, endAll) == SIG_IGN)
+            signal(number, SIG_IGN);
+}
+
 /* Runs the work in a child; answers its status, 1 when it did not end by itself. */
 int supervise(const Arguments &arguments, const std::string &temporary, rlim_t inputBytes)
 {
     pid_t child = fork();
     if (child == 0) {
+        for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
+            signal(number, SIG_DFL);
         setLimits(inputBytes);
         int status = work(arguments, temporary);
         fflush(stderr);
         _exit(status);
     }
+    worker = child;
     int status = 0;
     if (child < 0 || waitpid(child, &status, 0) != child) {
         perror("pdf_prepare");
         return STATUS_FAILED;
     }
+    worker = 0;
     if (WIFEXITED(status))
         return WEXITSTATUS(status);
     bool isTime = WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGKILL;
@@ -243,12 +274,29 @@ int supervise(const Arguments &arguments, const std::string &temporary, rlim_t i
     return STATUS_FAILED;
 }
 
-/* The hidden file beside the output that becomes it. */
-std::string temporaryName(const std::string &out)
+/* Makes an empty file under a name that nobody can guess; empty, with errno set, when that cannot
+ * be.  The mode is that of any new file. */
+std::string newFile(const std::string &prefix)
+{
+    uint64_t bits = 0;
+    if (getrandom(&bits, sizeof bits, 0) != (ssize_t)sizeof bits)
+        return "";
+    char suffix[17];
+    snprintf(suffix, sizeof suffix, "%016llx", (unsigned long long)bits);
+    std::string name = prefix + suffix;
+    int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (file < 0)
+        return "";
+    close(file);
+    return name;
+}
+
+/* The prefix of the hidden file beside the output that becomes it. */
+std::string hiddenPrefix(const std::string &out)
 {
     size_t slash = out.rfind('/');
     size_t base = slash == std::string::npos ? 0 : slash + 1;
-    return out.substr(0, base) + "." + out.substr(base) + "." + std::to_string(getpid());
+    return out.substr(0, base) + "." + out.substr(base, 200) + ".";
 }
 
 bool isSpecial(const std::string &path)
@@ -267,15 +315,10 @@ bool place(const std::string &temporary, const std::string &out)
     return good;
 }
 
-std::string scratchName()
+std::string scratchPrefix()
 {
     const char *directory = getenv("TMPDIR");
-    std::string name =
-        std::string(directory && *directory ? directory : "/tmp") + "/pdf_prepXXXXXX";
-    int file = mkstemp(name.data());
-    if (file >= 0)
-        close(file);
-    return name;
+    return std::string(directory && *directory ? directory : "/tmp") + "/pdf_prepare.";
 }
 
 } // namespace
@@ -289,8 +332,15 @@ int main(int argc, char **argv)
         return STATUS_FAILED;
     }
     std::string temporary;
-    if (!arguments.probe)
-        temporary = isSpecial(arguments.out) ? scratchName() : temporaryName(arguments.out);
+    if (!arguments.probe) {
+        bool isPipe = isSpecial(arguments.out);
+        temporary = newFile(isPipe ? scratchPrefix() : hiddenPrefix(arguments.out));
+        if (temporary.empty()) {
+            fprintf(stderr, "%s: %s\n", arguments.out.c_str(), strerror(errno));
+            return STATUS_FAILED;
+        }
+        removeWhenEnded(temporary);
+    }
     int status = supervise(arguments, temporary, (rlim_t)info.st_size);
     if (arguments.probe)
         return status;

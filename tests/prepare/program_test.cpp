@@ -124,3 +124,17 @@ TEST(Program, OnePageThatCannotBeReadDoesNotStopTheOthers)
               "PREPARE-W-DAMAGED: Page 1: Part of the page's content cannot be decoded.");
     EXPECT_EQ(convertForPrinting(made.pdf).status, 0);
 }
+
+TEST(Program, EndedByASignalLeavesNothing)
+{
+    /* Nobody ever writes into the pipe that is its input. */
+    ScratchDirectory directory;
+    ProgramResult result = runProgram(
+        {"sh", "-c",
+         "cd " + directory.path + " && mkfifo in.pdf && { " + preparePath() +
+             " in.pdf out.pdf & } && p=$! && "
+             "until ls -A | grep -q '^[.]out'; do sleep 0.05; done; kill -TERM $p; wait $p; "
+             "echo $?"});
+    EXPECT_EQ(result.out, "143\n") << result.err;
+    EXPECT_EQ(directory.names(), std::vector<std::string>{"in.pdf"});
+}
