@@ -4,6 +4,7 @@
  * A page goes through all of them before the next one is looked at:
  *
  *   structure     attributes, content and resources in order       (page/structure)
+ *   annotations   appearances as forms                           (page/annotations)
  *   boxes         one box, quarter turns, unit                     (page/boxes)
  *   scan          what the content uses and needs                  (content/scan)
  *   content       the passes that rewrite content, in their order  (content/rewrite)
@@ -21,7 +22,9 @@
 #include "prepare/document/probe.h"
 #include "prepare/document/write.h"
 #include "prepare/fonts/store.h"
+#include "prepare/page/annotations.h"
 #include "prepare/page/boxes.h"
+#include "prepare/page/layers.h"
 #include "prepare/page/resources.h"
 #include "prepare/page/structure.h"
 
@@ -53,12 +56,14 @@ void scanPass(Document *document, Page *page)
 /* ORDER: each may rely on those before it. */
 constexpr PagePass lookPasses[] = {
     {"structure", mendPage},
+    {"annotations", drawAnnotations},
     {"boxes", boxPass},
     {"scan", scanPass},
 };
 
-/* ORDER: fonts behind everything that adds or changes text. */
-const ContentPass *const contentPasses[] = {&fontPass};
+/* ORDER: layers first, so that nothing is done for what is off; fonts behind everything that adds
+ * or changes text. */
+const ContentPass *const contentPasses[] = {&layerPass, &fontPass};
 
 void runContentPasses(Document *document, Page *page)
 {
@@ -117,6 +122,7 @@ bool open(Document *document, const std::string &in, const Options &options,
         return false;
     if (!hasPlainTables(in) || document->pdf.isEncrypted())
         document->needs |= NEED_STRUCTURE;
+    loadLayers(document);
     noteDamage(document);
     return true;
 }

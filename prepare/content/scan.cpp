@@ -10,6 +10,7 @@
 
 #include "prepare/content/state.h"
 #include "prepare/fonts/store.h"
+#include "prepare/page/layers.h"
 
 namespace prepare {
 
@@ -31,6 +32,14 @@ struct Frame {
 
 void scanStream(Frame *frame, const std::string &content);
 
+/* Content that is off needs silencing. */
+void noteLayer(Frame *frame, int category, QPDFObjectHandle found)
+{
+    if ((category == PROPERTIES && isOff(frame->document, found)) ||
+        (category == XOBJECT && isPaintOff(frame->document, found)))
+        frame->page->needs |= NEED_LAYERS;
+}
+
 /* The resource of a name; counts it as used. */
 QPDFObjectHandle use(Frame *frame, int category, const std::string &name)
 {
@@ -42,6 +51,7 @@ QPDFObjectHandle use(Frame *frame, int category, const std::string &name)
         f->own.names[category].insert(name);
         for (Frame *inner = frame; inner != f; inner = inner->outer)
             inner->leaked.names[category].insert(name);
+        noteLayer(frame, category, found);
         return found;
     }
     return QPDFObjectHandle::newNull();

@@ -61,6 +61,12 @@ QPDFObjectHandle entryOf(const Page &page, const char *key)
     return object.getKeyIfDict(key);
 }
 
+QPDFObjectHandle entryOf(QPDFObjectHandle object, const char *key)
+{
+    bool isDictionary = object.isInitialized() && object.isDictionary();
+    return isDictionary ? object.getKey(key) : QPDFObjectHandle::newNull();
+}
+
 std::map<std::string, QPDFObjectHandle> entriesOf(QPDFObjectHandle object)
 {
     if (!object.isInitialized() || !object.isDictionary())

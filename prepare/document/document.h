@@ -23,6 +23,7 @@
 namespace prepare {
 
 struct FontStore; /* fonts/store.h */
+struct Layers;    /* page/layers.cpp */
 
 /* What a page needs; each pass looks at its own bits. */
 enum Need : uint32_t {
@@ -75,6 +76,7 @@ struct Document {
     uint32_t needs = 0;      /* of the file itself, and of the pages scanned so far */
 
     std::unique_ptr<FontStore, void (*)(FontStore *)> fonts{nullptr, nullptr};
+    std::shared_ptr<Layers> layers; /* null: there are none */
 
     /* Objects that a pass has been through, so that shared ones are done once. */
     std::set<QPDFObjGen> structured;
@@ -91,6 +93,9 @@ struct Document {
 
 /* An entry of the page's dictionary, or null. */
 QPDFObjectHandle entryOf(const Page &page, const char *key);
+
+/* An entry of a dictionary; null of anything else. */
+QPDFObjectHandle entryOf(QPDFObjectHandle object, const char *key);
 
 /* The entries of a dictionary; none of anything else. */
 std::map<std::string, QPDFObjectHandle> entriesOf(QPDFObjectHandle object);

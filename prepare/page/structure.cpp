@@ -335,4 +335,10 @@ void mendPage(Document *document, Page *page)
     mendResources(&mending, resources, 1);
 }
 
+bool mendPainted(Document *document, Page *page, QPDFObjectHandle object)
+{
+    Mending mending{document, page};
+    return mendXObject(&mending, object, 1);
+}
+
 } // namespace prepare

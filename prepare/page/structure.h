@@ -14,6 +14,9 @@ namespace prepare {
  * stop at or print wrong. */
 void mendPage(Document *document, Page *page);
 
+/* The same for a form or image that is to become part of the page; false: it cannot. */
+bool mendPainted(Document *document, Page *page, QPDFObjectHandle object);
+
 } // namespace prepare
 
 #endif

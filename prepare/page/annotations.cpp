@@ -1,0 +1,335 @@
+/*
+ * annotations.cpp - which annotations are painted, where, and how they become content
+ *
+ * An appearance is a form.  It is placed as every viewer does it: its box, turned by its matrix,
+ * is fitted into the annotation's rectangle.  A marker whose paint multiplies with what is below is
+ * painted before the page's content, which on white paper comes to the same without transparency.
+ */
+#include "prepare/page/annotations.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "prepare/content/scan.h"
+#include "prepare/content/state.h"
+#include "prepare/page/appearances.h"
+#include "prepare/page/fields.h"
+#include "prepare/page/layers.h"
+#include "prepare/page/structure.h"
+
+namespace prepare {
+
+namespace {
+
+/* Bits of /F. */
+enum Flag { INVISIBLE = 1, HIDDEN = 2, PRINTED = 4, NO_ROTATE = 16, NO_VIEW = 32 };
+
+/* The page while annotations are put on it. */
+struct Overlay {
+    Document *document;
+    Page *page;
+    QPDFObjectHandle resources, xobjects;
+    std::map<QPDFObjGen, std::string> names; /* of appearances used so far */
+    std::set<QPDFObjGen> seen;
+    std::string front, back; /* content before and behind the page's */
+    size_t drawnBytes = 0;
+};
+
+bool isKnownType(const std::string &type)
+{
+    static const std::set<std::string> types = {
+        "/Text",    "/Link",     "/FreeText",  "/Line",      "/Square",      "/Circle",
+        "/Polygon", "/PolyLine", "/Highlight", "/Underline", "/Squiggly",    "/StrikeOut",
+        "/Stamp",   "/Caret",    "/Ink",       "/Popup",     "/Watermark",   "/FileAttachment",
+        "/Sound",   "/Movie",    "/Widget",    "/Screen",    "/PrinterMark", "/TrapNet",
+        "/Redact",  "/3D",       "/RichMedia"};
+    return types.count(type) > 0;
+}
+
+bool isShown(const Overlay &overlay, QPDFObjectHandle annotation)
+{
+    int flags = integerOr(annotation.getKey("/F"), 0);
+    std::string type = nameOr(annotation.getKey("/Subtype"));
+    if (type == "/Popup" || (flags & HIDDEN) || ((flags & INVISIBLE) && !isKnownType(type)))
+        return false;
+    bool forPrint = overlay.document->options.annotations == Annotations::PRINT;
+    if (forPrint ? !(flags & PRINTED) : (flags & NO_VIEW) != 0)
+        return false;
+    return !isOff(overlay.document, annotation.getKey("/OC"));
+}
+
+/* The stream of the normal appearance, in its state; null: it has none. */
+QPDFObjectHandle normalAppearance(QPDFObjectHandle annotation)
+{
+    QPDFObjectHandle normal = entryOf(annotation.getKey("/AP"), "/N");
+    if (normal.isDictionary())
+        normal = normal.getKey(nameOr(annotation.getKey("/AS"), "/Off"));
+    return normal.isStream() ? normal : QPDFObjectHandle::newNull();
+}
+
+/* Does a state of the marker let what is below shine through? */
+bool isTransparent(QPDFObjectHandle form)
+{
+    QPDFObjectHandle states = entryOf(form.getDict().getKey("/Resources"), "/ExtGState");
+    for (auto &[name, state] : entriesOf(states)) {
+        if (!state.isDictionary())
+            continue;
+        QPDFObjectHandle mode = state.getKey("/BM");
+        if (mode.isArray() && mode.getArrayNItems() > 0)
+            mode = mode.getArrayItem(0);
+        bool blends =
+            mode.isName() && mode.getName() != "/Normal" && mode.getName() != "/Compatible";
+        if (blends || numberOr(state.getKey("/ca"), 1) < 1 || numberOr(state.getKey("/CA"), 1) < 1)
+            return true;
+    }
+    return false;
+}
+
+/* The state may stand in a form inside, as most programs write it. */
+bool isMarker(QPDFObjectHandle annotation, QPDFObjectHandle form)
+{
+    if (nameOr(annotation.getKey("/Subtype")) != "/Highlight")
+        return false;
+    if (isTransparent(form) || numberOr(annotation.getKey("/CA"), 1) < 1)
+        return true;
+    QPDFObjectHandle inner = entryOf(form.getDict().getKey("/Resources"), "/XObject");
+    for (auto &[name, object] : entriesOf(inner))
+        if (object.isStream() && isTransparent(object))
+            return true;
+    return false;
+}
+
+std::optional<Matrix> readMatrix(QPDFObjectHandle object)
+{
+    if (!object.isArray())
+        return Matrix();
+    double v[6];
+    for (int i = 0; i < 6; i++) {
+        if (i >= object.getArrayNItems() || !object.getArrayItem(i).isNumber())
+            return std::nullopt;
+        v[i] = numberOr(object.getArrayItem(i), 0);
+    }
+    return Matrix{v[0], v[1], v[2], v[3], v[4], v[5]};
+}
+
+Rect boundsOf(const Rect &box, const Matrix &m)
+{
+    double xs[4], ys[4];
+    for (int i = 0; i < 4; i++) {
+        double x = i & 1 ? box.x2 : box.x1, y = i & 2 ? box.y2 : box.y1;
+        xs[i] = x * m.a + y * m.c + m.e;
+        ys[i] = x * m.b + y * m.d + m.f;
+    }
+    return {*std::min_element(xs, xs + 4), *std::min_element(ys, ys + 4),
+            *std::max_element(xs, xs + 4), *std::max_element(ys, ys + 4)};
+}
+
+/* Turns about the upper left corner against the page's rotation. */
+Matrix uprightMatrix(const Rect &rect, int degrees)
+{
+    double radians = degrees * std::acos(-1.0) / 180;
+    double c = std::round(std::cos(radians)), s = std::round(std::sin(radians));
+    return Matrix{1, 0, 0, 1, -rect.x1, -rect.y2} * Matrix{c, s, -s, c, 0, 0} *
+           Matrix{1, 0, 0, 1, rect.x1, rect.y2};
+}
+
+/* The matrix in front of the form; nothing: there is nothing to see. */
+std::optional<Matrix> placement(const Overlay &overlay, QPDFObjectHandle annotation,
+                                QPDFObjectHandle form)
+{
+    std::optional<Rect> box = readRect(form.getDict().getKey("/BBox"));
+    std::optional<Rect> rect = readRect(annotation.getKey("/Rect"));
+    std::optional<Matrix> matrix = readMatrix(form.getDict().getKey("/Matrix"));
+    if (!box || !rect || !matrix)
+        return std::nullopt;
+    Rect bounds = boundsOf(*box, *matrix);
+    constexpr double MIN_SIDE = 1e-4, MAX_SCALE = 1e6;
+    double width = bounds.x2 - bounds.x1, height = bounds.y2 - bounds.y1;
+    if (!(width > MIN_SIDE) || !(height > MIN_SIDE) || !std::isfinite(width * height))
+        return std::nullopt;
+    double sx = (rect->x2 - rect->x1) / width, sy = (rect->y2 - rect->y1) / height;
+    if (!(sx > 0) || !(sy > 0) || sx > MAX_SCALE || sy > MAX_SCALE)
+        return std::nullopt;
+    Matrix fitted = {sx, 0, 0, sy, rect->x1 - bounds.x1 * sx, rect->y1 - bounds.y1 * sy};
+    int turn = integerOr(entryOf(*overlay.page, "/Rotate"), 0) % 360;
+    if (integerOr(annotation.getKey("/F"), 0) & NO_ROTATE)
+        fitted = fitted * uprightMatrix(*rect, turn);
+    return fitted;
+}
+
+/* A copy of the page's resources that can be added to. */
+void openResources(Overlay *overlay)
+{
+    if (overlay->xobjects.isInitialized())
+        return;
+    QPDFObjectHandle page = overlay->page->object;
+    QPDFObjectHandle resources = page.getKey("/Resources");
+    overlay->resources =
+        resources.isDictionary() ? resources.shallowCopy() : QPDFObjectHandle::newDictionary();
+    QPDFObjectHandle xobjects = overlay->resources.getKey("/XObject");
+    overlay->xobjects =
+        xobjects.isDictionary() ? xobjects.shallowCopy() : QPDFObjectHandle::newDictionary();
+}
+
+std::string nameOf(Overlay *overlay, QPDFObjectHandle form)
+{
+    openResources(overlay);
+    std::string &name = overlay->names[form.getObjGen()];
+    while (name.empty()) {
+        std::string next = "/PfA" + std::to_string(++overlay->document->uniqueNames);
+        if (!overlay->xobjects.hasKey(next))
+            name = next;
+    }
+    overlay->xobjects.replaceKey(name, form);
+    return name;
+}
+
+std::string matrixText(const Matrix &matrix)
+{
+    std::string text;
+    for (double v : {matrix.a, matrix.b, matrix.c, matrix.d, matrix.e, matrix.f})
+        text += numberText(v) + " ";
+    return text;
+}
+
+void paint(Overlay *overlay, QPDFObjectHandle form, const Matrix &matrix, bool isBelow)
+{
+    form.getDict().replaceKey("/Subtype", QPDFObjectHandle::newName("/Form"));
+    if (!mendPainted(overlay->document, overlay->page, form))
+        return;
+    std::string &content = isBelow ? overlay->front : overlay->back;
+    content += "q " + matrixText(matrix) + "cm " + nameOf(overlay, form) + " Do Q\n";
+}
+
+/* A form of ours already is where it belongs. */
+void paintDrawn(Overlay *overlay, QPDFObjectHandle annotation, bool hasText)
+{
+    DrawnForm drawn = drawAppearance(overlay->document, annotation, hasText,
+                                     MAX_DRAWN_BYTES - overlay->drawnBytes);
+    overlay->drawnBytes += drawn.bytes;
+    if (drawn.bytes > 0)
+        paint(overlay, drawn.form, Matrix(), nameOr(annotation.getKey("/Subtype")) == "/Highlight");
+}
+
+void paintAnnotation(Overlay *overlay, QPDFObjectHandle annotation)
+{
+    if (!annotation.isDictionary() || !isShown(*overlay, annotation))
+        return;
+    if (annotation.isIndirect() && !overlay->seen.insert(annotation.getObjGen()).second)
+        return;
+    bool isField = nameOr(annotation.getKey("/Subtype")) == "/Widget";
+    bool hadAppearance = !entryOf(annotation.getKey("/AP"), "/N").isNull();
+    bool hasText = isField && completeField(overlay->document, annotation);
+    if (!hadAppearance)
+        paintDrawn(overlay, annotation, hasText);
+    QPDFObjectHandle form = normalAppearance(annotation);
+    if (form.isNull())
+        return;
+    if (auto matrix = placement(*overlay, annotation, form))
+        paint(overlay, form, *matrix, isMarker(annotation, form));
+}
+
+/* One that is damaged costs only itself; false: no more of them can be drawn. */
+bool paintGuarded(Overlay *overlay, QPDFObjectHandle annotation)
+{
+    try {
+        paintAnnotation(overlay, annotation);
+    } catch (const LimitReached &limit) {
+        notice(overlay->document, "LIMIT", overlay->page->number, limit.text);
+        return false;
+    } catch (const std::bad_alloc &) {
+        throw;
+    } catch (const std::exception &) {
+        notice(overlay->document, "DAMAGED", overlay->page->number, "An annotation is left out.");
+    }
+    return true;
+}
+
+/* How far content is from closing what it opens. */
+struct Balance {
+    size_t saves = 0, marks = 0, lostRestores = 0;
+    bool inText = false;
+    std::string kept; /* the content without restores that restore nothing, if it has any */
+};
+
+Balance balanceOf(const std::string &content)
+{
+    Balance balance;
+    ContentReader reader{content};
+    Operation operation;
+    while (readOperation(&reader, &operation)) {
+        std::string_view name = operation.name;
+        bool isLost = name == "Q" && balance.saves == 0;
+        balance.lostRestores += isLost;
+        balance.saves += name == "q";
+        balance.saves -= name == "Q" && !isLost;
+        balance.marks += name == "BMC" || name == "BDC";
+        balance.marks -= name == "EMC" && balance.marks > 0;
+        if (name == "BT" || name == "ET")
+            balance.inText = name == "BT";
+        if (isLost)
+            balance.kept.push_back('\n');
+        else
+            balance.kept += operation.source;
+    }
+    balance.kept += operation.source;
+    return balance;
+}
+
+std::string repeated(const char *text, size_t count)
+{
+    std::string all;
+    for (size_t i = 0; i < count; i++)
+        all += text;
+    return all;
+}
+
+/* Puts what is painted around the page's content, which is closed first. */
+void attach(Overlay *overlay)
+{
+    QPDF *pdf = &overlay->document->pdf;
+    QPDFObjectHandle page = overlay->page->object, contents = page.getKey("/Contents");
+    std::vector<QPDFObjectHandle> streams;
+    if (contents.isStream())
+        streams.push_back(contents);
+    else if (contents.isArray())
+        streams = contents.getArrayAsVector();
+    if (!overlay->back.empty()) {
+        bool damaged = false; /* the scan says so, if it is */
+        Balance balance = balanceOf(readContent(contents, MAX_CONTENT_BYTES, &damaged));
+        if (balance.lostRestores > 0)
+            streams = {newFlateStream(pdf, balance.kept)};
+        overlay->front += "q\n";
+        overlay->back = std::string(balance.inText ? "\nET\n" : "\n") +
+                        repeated("EMC\n", balance.marks) + repeated("Q\n", balance.saves + 1) +
+                        overlay->back;
+        streams.push_back(newFlateStream(pdf, overlay->back));
+    }
+    streams.insert(streams.begin(), newFlateStream(pdf, overlay->front));
+    overlay->resources.replaceKey("/XObject", overlay->xobjects);
+    page.replaceKey("/Resources", overlay->resources);
+    page.replaceKey("/Contents", QPDFObjectHandle::newArray(streams));
+    overlay->page->needs |= NEED_ANNOTATIONS;
+}
+
+} // namespace
+
+void drawAnnotations(Document *document, Page *page)
+{
+    QPDFObjectHandle annotations = entryOf(*page, "/Annots");
+    if (document->options.annotations == Annotations::NONE || !annotations.isArray())
+        return;
+    std::vector<QPDFObjectHandle> all = annotations.getArrayAsVector();
+    if (all.size() > MAX_ANNOTATIONS) {
+        notice(document, "LIMIT", page->number, "The page has too many annotations.");
+        all.resize(MAX_ANNOTATIONS);
+    }
+    Overlay overlay{document, page, {}, {}, {}, {}, {}, {}, 0};
+    for (QPDFObjectHandle annotation : all)
+        if (!paintGuarded(&overlay, annotation))
+            break;
+    if (!overlay.front.empty() || !overlay.back.empty())
+        attach(&overlay);
+}
+
+} // namespace prepare
