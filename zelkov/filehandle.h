@@ -82,4 +82,13 @@ bool filehandle_isInput(dev_t device, ino_t node);
 /* Empties the buffer; -1 on failure, which is remembered. */
 int filehandle_flush(ZFile *file);
 
+/* From writing to reading: what was written can be seen. */
+void filehandle_endWriting(ZFile *file);
+
+/* Remembers the first failure, whose cause errno tells, and tells of it. */
+void filehandle_writeFailed(ZFileBody *body);
+
+/* Lets the handle's watch hear of it; errno is left as it was. */
+void filehandle_tellWatch(const ZFileBody *body, FileTrouble trouble);
+
 #endif
