@@ -9,9 +9,8 @@
 
 #include <vector>
 
-#include <qpdf/QPDFObjectHandle.hh>
-
 #include "prepare/content/tokens.h"
+#include "prepare/document/qpdf.h"
 
 namespace prepare {
 

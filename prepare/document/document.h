@@ -7,7 +7,6 @@
 #ifndef PREPARE_DOCUMENT_DOCUMENT_H
 #define PREPARE_DOCUMENT_DOCUMENT_H
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -15,9 +14,7 @@
 #include <tuple>
 #include <vector>
 
-#include <qpdf/QPDF.hh>
-#include <qpdf/QPDFObjectHandle.hh>
-
+#include "prepare/document/qpdf.h"
 #include "prepare/prepare.h"
 
 namespace prepare {

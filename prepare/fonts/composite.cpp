@@ -310,7 +310,7 @@ Subfont *chooseSubfont(Document *document, CompositeFont *font, const Choice &ch
     subfont.origin = choice.origin;
     subfont.face = choice.face;
     subfont.taken.assign(256, false);
-    for (size_t never : {0, 10, 13, 32, 127})
+    for (size_t never : {0u, 10u, 13u, 32u, 127u})
         subfont.taken[never] = true;
     if (code >= 0)
         subfont.taken[(size_t)code] = false;

@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-#include <qpdf/QPDFObjectHandle.hh>
-
+#include "prepare/document/qpdf.h"
 #include "prepare/fonts/program.h"
 
 namespace prepare {
