@@ -524,6 +524,11 @@ TEST(MissingFonts, AreReplacedByOneOfTheirStyle)
         {"FranklinSomething-Heavy", "Helvetica-Bold"},
         {"SomethingMono-Oblique", "Courier-Oblique"},
         {"NothingKnown", "Helvetica"},
+        {"SegoeUISymbol", "Helvetica"},
+        {"SymbolMT", "Symbol"},
+        {"ABCDEF+Symbol,Bold", "Symbol"},
+        {"BrushScriptMT", "Helvetica-Oblique"},
+        {"GillHandwriting-Bold", "Helvetica-BoldOblique"},
     };
     for (auto [missing, standard] : styles)
         set.addLike(missing, show, font("/Subtype /TrueType /BaseFont /" + std::string(missing)),
@@ -539,10 +544,11 @@ TEST(MissingFonts, AreScaledToTheirWidths)
         widths += "390 ";
     widths += "] ";
     /* Helvetica's small letters have 12726 units together, these 10140: 79.7 %. */
-    set.addLike("narrow", "BT /F1 60 Tf 10 100 Td (mmm) Tj ET",
-                font("/Subtype /Type1 /BaseFont /Unknown-Sans " + widths),
-                "BT /F1 60 Tf 79.7 Tz 10 100 Td [(m) 344 (m) 344 (m)] TJ ET",
-                font("/Subtype /Type1 /BaseFont /Helvetica"));
+    for (const char *name : {"Unknown-Sans", "ArialNarrow", "ABCDEF+Arial-Condensed", "ArialCond"})
+        set.addLike(name, "BT /F1 60 Tf 10 100 Td (mmm) Tj ET",
+                    font("/Subtype /Type1 /BaseFont /" + std::string(name) + " " + widths),
+                    "BT /F1 60 Tf 79.7 Tz 10 100 Td [(m) 344 (m) 344 (m)] TJ ET",
+                    font("/Subtype /Type1 /BaseFont /Helvetica"));
     set.expectRight();
 }
 
