@@ -19,6 +19,19 @@ namespace {
 /* Bits of a field's /Ff. */
 enum FieldFlag { MULTILINE = 1 << 12, PASSWORD = 1 << 13, PUSH_BUTTON = 1 << 16, COMB = 1 << 24 };
 
+constexpr int MAX_FIELD_DEPTH = 64;
+
+/* Each inherited value walks the field's ancestors, so there may not be many. */
+bool isTooDeep(QPDFObjectHandle field)
+{
+    for (int depth = 0; depth < MAX_FIELD_DEPTH; depth++) {
+        field = entryOf(field, "/Parent");
+        if (!field.isDictionary())
+            return false;
+    }
+    return true;
+}
+
 QPDFObjectHandle formOf(Document *document)
 {
     try {
@@ -117,6 +130,8 @@ FieldText readFieldText(QPDFObjectHandle widget)
 
 bool completeField(Document *document, QPDFObjectHandle widget)
 {
+    if (isTooDeep(widget))
+        return true;
     QPDFFormFieldObjectHelper field(widget);
     if (field.getFieldType() == "/Btn")
         setState(document, &field, widget);

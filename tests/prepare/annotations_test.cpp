@@ -164,8 +164,9 @@ TEST(Annotations, StateSelectsTheAppearance)
     Annotated document;
     std::string on = document.appearance("0 0.5 0 rg 0 0 10 10 re f");
     std::string off = document.appearance("1 w 1 1 8 8 re S");
-    std::string states = "/Subtype /Widget /FT /Btn /T (box) /Rect [20 20 60 60] /F 4 /AP << /N << /Yes " +
-                         on + " /Off " + off + " >> >> ";
+    std::string states =
+        "/Subtype /Widget /FT /Btn /T (box) /Rect [20 20 60 60] /F 4 /AP << /N << /Yes " + on +
+        " /Off " + off + " >> >> ";
     document.addPage(TEXT, document.annotation(states + "/AS /Yes"));
     document.addPage(TEXT, document.annotation(states + "/AS /Off"));
     expectPrepared(document.pdf.build());
@@ -475,6 +476,26 @@ TEST(Annotations, FieldsInALoopEnd)
         "/Subtype /Widget /F 4 /Rect [20 20 80 80] /MK << /BG [1 0 0] >> /Parent " + ref(field)));
     EXPECT_EQ(made.status, 0);
     expectSamePages(plainPage(TEXT + std::string("1 0 0 rg 20 20 60 60 re f")), made.pdf);
+}
+
+TEST(Annotations, FieldsFarBelowTheirParentsAreNotWalkedUp)
+{
+    /* What a field inherits is asked for once for each ancestor; the values of these 2,000 widgets
+     * would be looked for 2,000 levels up. */
+    Annotated document;
+    std::string parent = ref(document.pdf.add("<< /FT /Tx /T (top) /V (deep) >>"));
+    const std::string shallow = parent;
+    for (int i = 0; i < 2000; i++)
+        parent = ref(document.pdf.add("<< /T (t) /Parent " + parent + " >>"));
+    std::string widget = "/Subtype /Widget /Rect [20 20 80 40] /DA (/Helv 12 Tf) /Parent ";
+    std::string annotations = document.annotation(widget + shallow);
+    for (int i = 0; i < 2000; i++)
+        annotations += " " + document.annotation(widget + parent);
+    document.addPage(TEXT, annotations);
+    Preparation made = preparePdf(document.pdf.build());
+    EXPECT_EQ(made.status, 0);
+    for (const std::string &line : made.messages)
+        EXPECT_EQ(line.find("LIMIT"), std::string::npos) << line;
 }
 
 TEST(Annotations, ManyOfThemAreBounded)
