@@ -399,6 +399,14 @@ TEST(TypeThreeFonts, GlyphsAreContent)
                 return entries.replace(widths, entries.find("]", widths) - widths + 1,
                                        "/Widths [10 10]");
             }()));
+    for (const char *matrix : {"0.001 0.0003 0 0.001", "0.0008 -0.0006 0.0006 0.0008"}) {
+        std::string entries = typeThree(&set.pdf, {box, "1000 0 d0 0 0 500 500 re f"});
+        entries.replace(entries.find("0.001 0 0 0.001"), 15, matrix);
+        set.add(std::string("the advance stays on the baseline, ") + matrix,
+                "BT /F1 30 Tf 3 Tc 20 100 Td (ABA) Tj [(A) -300 (B)] TJ ET", font(entries));
+        set.add(std::string("the same in turned text, ") + matrix,
+                "BT /F1 30 Tf 0.8 0.6 -0.6 0.8 50 20 Tm (ABAB) Tj ET", font(entries));
+    }
     set.add("character and word spacing", "BT /F1 40 Tf 5 Tc 10 100 Td (AB) Tj ET",
             font(typeThree(&set.pdf, {box, box})));
     set.add("an empty box in d1 does not hide the glyph", show,
@@ -443,6 +451,17 @@ TEST(TypeThreeFonts, WhatIsMissingIsSurvived)
                 "26 106 42 42 re f 86 106 42 42 re f" + rest);
     set.addLike("a glyph without a width", "BT /F1 60 Tf 20 100 Td (AB) Tj ET" + rest,
                 font(typeThree(&set.pdf, {box, ""})), "26 106 42 42 re f" + rest);
+    set.expectRight();
+}
+
+TEST(TypeThreeFonts, ACodeWithoutAGlyphDoesNotAdvance)
+{
+    PageSet set;
+    const std::string box = "1000 0 0 0 900 900 d1 100 100 700 700 re f";
+    set.add("no name in the encoding", "BT /F1 40 Tf 20 100 Td (AZZB) Tj ET",
+            font(typeThree(&set.pdf, {box, box})));
+    set.add("character spacing counts", "BT /F1 40 Tf 10 Tc 20 100 Td (AZZB) Tj ET",
+            font(typeThree(&set.pdf, {box, box})));
     set.expectRight();
 }
 

@@ -127,6 +127,27 @@ TEST(Forms, AFormWithoutResourcesUsesThePages)
     set.expectRight();
 }
 
+TEST(Forms, AClipThatAFormLeavesWaitingAppliesToTheNextPath)
+{
+    PageSet set;
+    set.dpi = 216;
+    const std::string rest = "/Fm Do 40 40 120 120 re 80 80 40 40 re f 1 0 0 rg 0 0 200 200 re f";
+    for (const char *rule : {"W", "W*"}) {
+        std::string alone = xobjects("/Fm " + ref(form(&set.pdf, rule)));
+        set.add(rule, rest, alone);
+        /* the path stays in the form */
+        int path = form(&set.pdf, "10 10 80 80 re " + std::string(rule));
+        set.addLike(rule + std::string(" behind a path"), rest, xobjects("/Fm " + ref(path)), rest,
+                    alone);
+    }
+    int nested = form(&set.pdf, "/Fm Do",
+                      " /BBox [0 0 200 200] " + xobjects("/Fm " + ref(form(&set.pdf, "W"))));
+    set.add("of a form inside the form", rest, xobjects("/Fm " + ref(nested)));
+    set.add("a form without one changes nothing", rest,
+            xobjects("/Fm " + ref(form(&set.pdf, "10 10 80 80 re W n"))));
+    set.expectRight();
+}
+
 TEST(Forms, AFormThatNamesItselfIsNotPaintedInsideItself)
 {
     PageSet set;

@@ -86,6 +86,29 @@ TEST(Text, AllRenderModes)
     set.expectRight();
 }
 
+/* The path is no part of the text object; what waits for a painting operator still waits. */
+TEST(Text, APathSurvivesTheTextThatComesBeforeItsPainting)
+{
+    PageSet set;
+    set.dpi = 216;
+    const std::string text = " BT /F1 24 Tf 20 150 Td (Text) Tj 0 -30 Td [(wo) 20 (rd)] TJ ET ";
+    set.add("closed behind the text", "8 w 20 20 m 180 20 l 100 90 l" + text + "s", FONTS);
+    set.add("continued behind the text", "8 w 20 20 m 100 90 l" + text + "180 20 l S", FONTS);
+    set.add("a curve", "20 20 m 20 100 180 100 180 20 c" + text + "f", FONTS);
+    set.add("a clip that waits", "20 20 160 80 re W" + text + "n 0 0 200 60 re f", FONTS);
+    set.add("begun and painted inside of BT and ET",
+            "8 w BT /F1 24 Tf 20 20 m 180 20 l 100 90 l 20 150 Td (Text) Tj s (more) Tj ET", FONTS);
+    set.add("begun inside of BT and ET",
+            "8 w BT /F1 24 Tf 20 20 m 180 20 l 100 90 l 20 150 Td (Text) Tj ET s", FONTS);
+    set.add("text outlines", "20 20 160 60 re 1 Tr" + text + "f", FONTS);
+    set.add("text that is clipped with",
+            "20 20 160 40 re 7 Tr BT /F2 90 Tf 10 80 Td (Te) Tj (xt) Tj ET f "
+            "1 0 0 rg 0 0 200 200 re f",
+            FONTS);
+    set.add("text of size zero", "20 20 160 60 re BT /F1 0 Tf 20 150 Td (Text) Tj ET f", FONTS);
+    set.expectRight();
+}
+
 TEST(Text, AMissingFontResourceIsReplaced)
 {
     PageSet set;
