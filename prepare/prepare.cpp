@@ -25,6 +25,7 @@
 #include "prepare/page/annotations.h"
 #include "prepare/page/boxes.h"
 #include "prepare/page/layers.h"
+#include "prepare/page/names.h"
 #include "prepare/page/resources.h"
 #include "prepare/page/structure.h"
 
@@ -62,8 +63,8 @@ constexpr PagePass lookPasses[] = {
 };
 
 /* ORDER: layers first, so that nothing is done for what is off; fonts behind everything that adds
- * or changes text. */
-const ContentPass *const contentPasses[] = {&layerPass, &fontPass};
+ * or changes text; names last. */
+const ContentPass *const contentPasses[] = {&layerPass, &fontPass, &namePass};
 
 void runContentPasses(Document *document, Page *page)
 {

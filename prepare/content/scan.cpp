@@ -11,6 +11,7 @@
 #include "prepare/content/state.h"
 #include "prepare/fonts/store.h"
 #include "prepare/page/layers.h"
+#include "prepare/page/names.h"
 
 namespace prepare {
 
@@ -52,6 +53,9 @@ QPDFObjectHandle use(Frame *frame, int category, const std::string &name)
         for (Frame *inner = frame; inner != f; inner = inner->outer)
             inner->leaked.names[category].insert(name);
         noteLayer(frame, category, found);
+        bool isWritten = category != PATTERN && category != SHADING && category != PROPERTIES;
+        if (isWritten && !found.isNull() && isOddName(name))
+            frame->page->needs |= NEED_NAMES;
         return found;
     }
     return QPDFObjectHandle::newNull();

@@ -32,6 +32,7 @@ enum Need : uint32_t {
     NEED_CONTENT = 1u << 5,     /* content that is damaged or names things badly */
     NEED_ANNOTATIONS = 1u << 6, /* annotations to be drawn */
     NEED_LAYERS = 1u << 7,      /* optional content that is off */
+    NEED_NAMES = 1u << 8,       /* resources whose names cannot stand in PostScript */
 };
 
 /* The kinds of resources that content names. */
@@ -86,6 +87,7 @@ struct Document {
     std::map<FormCopyKey, FormCopy> formCopyNames;
     int formCopies = 0;
     int uniqueNames = 0;
+    std::map<std::string, std::string> plainNames; /* of resources, by their odd ones */
 };
 
 /* An entry of the page's dictionary, or null. */

@@ -257,3 +257,30 @@ TEST(Structure, FileWithoutAnyTrailerIsRead)
     EXPECT_EQ(made.status, 0);
     expectSamePages(pdf, made.pdf);
 }
+
+TEST(Structure, ResourcesWithOddNamesGetPlainOnes)
+{
+    PdfBuilder pdf;
+    int square =
+        pdf.addStream("/Type /XObject /Subtype /Form /BBox [0 0 50 50]", "1 0 0 rg 0 0 50 50 re f");
+    int inner = pdf.addStream("/Type /XObject /Subtype /Form /BBox [0 0 200 200] /Resources << "
+                              "/XObject << /A#20B " +
+                                  ref(square) + " >> >>",
+                              "q 1 0 0 1 120 20 cm /A#20B Do Q");
+    /* Names with a blank, with delimiters, and with words that mean something. */
+    int content = pdf.addStream(
+        "", "/CS#28x#29 cs 0.5 scn 10 10 40 20 re f q 1 0 0 1 20 60 cm /A#20B Do Q /F#2F1 Do "
+            "BT /#20quit#20 24 Tf 20 140 Td (Text) Tj ET /G#5B gs 10 120 180 4 re f");
+    pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(content) +
+                " /Resources << /XObject << /A#20B " + ref(square) + " /F#2F1 " + ref(inner) +
+                " >> /ColorSpace << /CS#28x#29 /DeviceGray >> /ExtGState << /G#5B << /SA true >> "
+                ">> /Font << /#20quit#20 << /Type /Font /Subtype /Type1 /BaseFont /Helvetica >> "
+                ">> >>");
+    std::string original = pdf.build();
+    EXPECT_EQ(probePdf(original), 3);
+    std::string prepared = expectPrepared(original);
+    std::string clear = inClear(prepared);
+    for (const char *odd : {"#20", "#28", "#2f", "#2F", "#5b", "#5B"})
+        EXPECT_FALSE(holds(clear, odd)) << odd;
+    EXPECT_EQ(probePdf(prepared), 0) << "and that is all there was to do";
+}

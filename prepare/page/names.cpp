@@ -1,0 +1,95 @@
+/*
+ * names.cpp - plain names for resources
+ */
+#include "prepare/page/names.h"
+
+#include <algorithm>
+
+namespace prepare {
+
+namespace {
+
+constexpr size_t MAX_NAME = 127; /* bytes of a PostScript name */
+
+bool isPlain(char c)
+{
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '.' || c == '-';
+}
+
+/* Where an operator names a resource: what kind, and how many operands stand behind the name. */
+struct Naming {
+    std::string_view op;
+    int category;
+    size_t behind;
+};
+
+constexpr Naming namings[] = {
+    {"Do", XOBJECT, 0},    {"gs", EXTGSTATE, 0},  {"Tf", FONT, 1},
+    {"cs", COLORSPACE, 0}, {"CS", COLORSPACE, 0},
+};
+
+/* The odd name stands for nothing any more; what goes by it in other content keeps it there. */
+void forgetUse(Rewriter *rewriter, int category, const std::string &name)
+{
+    QPDFObjectHandle resources = rewriter->scope.resources;
+    if (rewriter->depth == 0)
+        rewriter->page->usage.names[category].erase(name);
+    else if (resources.isIndirect())
+        rewriter->document->formUsage[resources.getObjGen()].names[category].erase(name);
+}
+
+/* The plain name that stands for an odd one all over the document. */
+std::string plainName(Document *document, const std::string &name)
+{
+    std::string &plain = document->plainNames[name];
+    if (plain.empty())
+        plain = "/Pn" + std::to_string(++document->uniqueNames);
+    return plain;
+}
+
+struct NameHandler : Handler {
+    bool take(Rewriter *rewriter, const Operation &operation) override
+    {
+        for (const Naming &naming : namings)
+            if (operation.name == naming.op)
+                return rename(rewriter, operation, naming);
+        return false;
+    }
+
+    static bool rename(Rewriter *rewriter, const Operation &operation, const Naming &naming)
+    {
+        if (operation.operands.size() <= naming.behind)
+            return false;
+        size_t at = operation.operands.size() - 1 - naming.behind;
+        if (operation.operands[at].kind != TokenKind::NAME)
+            return false;
+        std::string name = nameValue(operation.operands[at].source);
+        if (!isOddName(name))
+            return false;
+        QPDFObjectHandle resource = findResource(rewriter->scope, naming.category, name);
+        if (resource.isNull())
+            return false;
+        std::string plain = plainName(rewriter->document, name);
+        putResource(rewriter, naming.category, plain, resource);
+        forgetUse(rewriter, naming.category, name);
+        std::string written;
+        for (size_t i = at; i < operation.operands.size(); i++)
+            written += (i == at ? plain : std::string(operation.operands[i].source)) + " ";
+        emit(rewriter, written + std::string(operation.name));
+        return true;
+    }
+};
+
+} // namespace
+
+bool isOddName(const std::string &name)
+{
+    return name.size() < 2 || name.size() > MAX_NAME ||
+           !std::all_of(name.begin() + 1, name.end(), isPlain);
+}
+
+const ContentPass namePass = {"names", NEED_NAMES,
+                              [] { return std::unique_ptr<Handler>(new NameHandler); }};
+
+} // namespace prepare

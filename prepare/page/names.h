@@ -1,0 +1,23 @@
+/*
+ * names.h - names of resources that cannot stand in PostScript as they are
+ *
+ * The converter writes resource names as they are stored.  A name with a blank or a delimiter in it
+ * falls into several words in PostScript; such a resource gets another name, in content too.
+ */
+#ifndef PREPARE_PAGE_NAMES_H
+#define PREPARE_PAGE_NAMES_H
+
+#include "prepare/content/rewrite.h"
+
+namespace prepare {
+
+/* Does the name (with its slash) hold anything but letters, digits, '_', '.' and '-', or more bytes
+ * than a name may have in PostScript? */
+bool isOddName(const std::string &name);
+
+/* Gives resources with odd names plain ones.  Stands behind the passes that look names up. */
+extern const ContentPass namePass;
+
+} // namespace prepare
+
+#endif
