@@ -114,7 +114,8 @@ TypeOneProgram typeOneProgram(const std::string &name, const std::vector<Polygon
     return program;
 }
 
-std::string compactProgram(const std::string &name, const std::vector<PolygonGlyph> &glyphs)
+std::string compactProgram(const std::string &name, const std::vector<PolygonGlyph> &glyphs,
+                           const std::string &privateEntries)
 {
     std::vector<std::string> names, codes;
     std::string charset(1, '\0'), encoding = {'\0', (char)(glyphs.size() - 1)};
@@ -126,7 +127,8 @@ std::string compactProgram(const std::string &name, const std::vector<PolygonGly
         charset += u16(390 + i); /* the names that are not standard come behind 390 */
         encoding += (char)(64 + i);
     }
-    std::string privateDict = number(0) + '\x14' + number(0) + '\x15'; /* default, nominal width */
+    std::string privateDict = number(0) + '\x14' + number(0) + '\x15' + /* default, */
+                              privateEntries;                           /* nominal width */
     std::string head = std::string("\x01\x00\x04\x02", 4) + indexOf({name});
     std::string top(5 * 3 + 4, '\0'); /* five numbers, four operators */
     std::string tail = indexOf(names) + indexOf({});
@@ -136,4 +138,14 @@ std::string compactProgram(const std::string &name, const std::vector<PolygonGly
     top = offset(charsetAt) + '\x0F' + offset(encodingAt) + '\x10' + offset(codesAt) + '\x11' +
           offset(privateDict.size()) + offset(privateAt) + '\x12';
     return head + indexOf({top}) + tail + charset + encoding + indexOf(codes) + privateDict;
+}
+
+std::string openTypeProgram(const std::string &compact)
+{
+    auto u32 = [](size_t value) { return u16(value >> 16) + u16(value & 0xFFFF); };
+    const size_t head = 12 + 2 * 16, headSize = 54;
+    return "OTTO" + u16(2) + u16(32) + u16(1) + u16(0) +                  /* */
+           "head" + u32(0) + u32(head) + u32(headSize) +                  /* */
+           "CFF " + u32(0) + u32(head + headSize) + u32(compact.size()) + /* */
+           std::string(headSize, '\0') + compact;
 }

@@ -29,7 +29,11 @@ TypeOneProgram typeOneProgram(const std::string &name, const std::vector<Polygon
                               const std::string &encoding);
 
 /* A compact font, its glyphs named, its encoding giving codes 65, 66, ... to the glyphs behind the
- * first one. */
-std::string compactProgram(const std::string &name, const std::vector<PolygonGlyph> &glyphs);
+ * first one.  `privateEntries` is put into its Private dictionary. */
+std::string compactProgram(const std::string &name, const std::vector<PolygonGlyph> &glyphs,
+                           const std::string &privateEntries = "");
+
+/* An OpenType font with the tables "CFF " and "head", which holds nothing of use. */
+std::string openTypeProgram(const std::string &compact);
 
 #endif

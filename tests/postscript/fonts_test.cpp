@@ -161,15 +161,19 @@ TEST(TypeOneFonts, ADamagedProgramCostsItsShapesAndNotThePage)
 
 /* ---- compact */
 
+std::string compactFile(PdfBuilder *pdf, const std::string &name, const std::string &data,
+                        const std::string &filter = "")
+{
+    int file = pdf->addStream("/Subtype /Type1C " + filter, data);
+    return "/Subtype /Type1 /BaseFont /" + name + " " + WIDTHS +
+           descriptor(pdf, name, 4, "/FontFile3 " + ref(file) + " /CharSet (/box/tri/bar)");
+}
+
 std::string compact(PdfBuilder *pdf, const std::string &name, const std::string &inside,
                     const std::string &filter = "")
 {
     std::string data = compactProgram(inside, sampleGlyphs());
-    if (!filter.empty())
-        data = encodeASCIIHex(data);
-    int file = pdf->addStream("/Subtype /Type1C " + filter, data);
-    return "/Subtype /Type1 /BaseFont /" + name + " " + WIDTHS +
-           descriptor(pdf, name, 4, "/FontFile3 " + ref(file) + " /CharSet (/box/tri/bar)");
+    return compactFile(pdf, name, filter.empty() ? data : encodeASCIIHex(data), filter);
 }
 
 TEST(CompactFonts, AreDefinedByFontSetInit)
@@ -184,6 +188,81 @@ TEST(CompactFonts, AreDefinedByFontSetInit)
             font(compact(&set.pdf, "Turned", "Turned") +
                  "/Encoding << /Differences [65 /bar /tri /box] >>"));
     set.expectRight();
+}
+
+TEST(CompactFonts, AreFoundInOpenTypeFonts)
+{
+    PageSet set;
+    set.levelThree = true;
+    std::string program = openTypeProgram(compactProgram("Wrapped", sampleGlyphs()));
+    set.add("OTTO", SHOW, font(compactFile(&set.pdf, "Wrapped", program)));
+    set.expectRight();
+}
+
+/* Programs that interpreters refuse for what lies in the Private dictionary: of the glyphs'
+ * shapes nothing lies there unless they have subroutines. */
+TEST(CompactFonts, AreReadWithoutAPrivateDictionaryThatIsDamaged)
+{
+    PageSet set;
+    set.levelThree = true;
+    const std::string whole = font(compact(&set.pdf, "Whole", "Whole"));
+    const std::pair<const char *, std::string> damages[] = {
+        {"OperatorWithoutOperands", "\x0A"},
+        {"OperatorOfAnotherDictionary", "\x8B\x8B\x0C\x1E"},
+        {"ReservedByte", "\x1F\x0A"},
+        {"NumberThatIsNone", "\x1E\xAB\x0A"},
+        {"TooManyOperands", std::string(60, '\x8B') + "\x06"},
+    };
+    for (const auto &[name, damage] : damages) {
+        std::string program = compactProgram(name, sampleGlyphs(), damage);
+        set.addLike(name, SHOW, font(compactFile(&set.pdf, name, program)), SHOW, whole);
+        set.addLike(name + std::string(" of an OpenType font"), SHOW,
+                    font(compactFile(&set.pdf, name, openTypeProgram(program))), SHOW, whole);
+    }
+    set.expectRight();
+}
+
+TEST(CompactFonts, KeepAPrivateDictionaryThatHasSubroutines)
+{
+    PdfBuilder pdf;
+    std::string program = compactProgram("Subroutines", sampleGlyphs(), "\xF7\x01\x13\x0A");
+    pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(pdf.addStream("", SHOW)) + " " +
+                font(compactFile(&pdf, "Subroutines", program)));
+    PrintOptions options;
+    options.strict = false;
+    PrintedJob job = printPages(convertPdf(pdf.build()).pages, options);
+    EXPECT_EQ(std::count(job.lines.begin(), job.lines.end(),
+                         "%%[ pdf_to_ps: 1 errors in page content, 1 fonts replaced ]%%"),
+              1);
+}
+
+/* Whatever a program says about itself, its page and the next one come out. */
+TEST(CompactFonts, ThatAreDamagedAnywhereCostNoPage)
+{
+    PdfBuilder pdf;
+    const std::string program = openTypeProgram(compactProgram("Damaged", sampleGlyphs(), "\x0A"));
+    size_t pages = 0;
+    for (size_t at = 0; at < program.size(); at += at < 44 || at >= 98 ? 1 : 54) {
+        std::string damaged = program;
+        damaged[at] = at % 2 ? '\xFF' : '\x1E';
+        pdf.addPage("/MediaBox [0 0 20 20] /Contents " +
+                    ref(pdf.addStream("", "BT /F1 20 Tf 0 4 Td (A) Tj ET 0 0 20 4 re f")) + " " +
+                    font(compactFile(&pdf, "Damaged", damaged)));
+        pages++;
+    }
+    for (size_t size : {0, 4, 11, 12, 43, 44, 98, 110, 150}) {
+        pdf.addPage("/MediaBox [0 0 20 20] /Contents " +
+                    ref(pdf.addStream("", "BT /F1 20 Tf 0 4 Td (A) Tj ET 0 0 20 4 re f")) + " " +
+                    font(compactFile(&pdf, "Short", program.substr(0, size))));
+        pages++;
+    }
+    PrintOptions options;
+    options.strict = false;
+    PrintedJob job = printPages(convertPdf(pdf.build()).pages, options);
+    EXPECT_EQ(job.status, 0);
+    ASSERT_EQ(job.pages.size(), pages);
+    for (const Picture &page : job.pages)
+        EXPECT_FALSE(isBlank(page));
 }
 
 TEST(CompactFonts, WithoutLevelThreeAReplacementIsUsedAndCounted)
