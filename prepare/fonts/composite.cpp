@@ -138,12 +138,26 @@ void openEmbedded(Document *document, CompositeFont *font, QPDFObjectHandle desc
         font->cidToGlyph = decodeStream(map, 2 * (MAX_CID + 1) + 4096, nullptr);
 }
 
+/* What the ranges of one array may cover together: ranges over ranges would take for ever. */
+constexpr size_t MAX_COVERED = 16 * (MAX_CID + 1);
+
+/* The end of a range that may still be covered. */
+int coveredTo(int first, int last, size_t *room)
+{
+    if (first < 0 || last < first)
+        return last;
+    size_t count = std::min((size_t)(last - first) + 1, *room);
+    *room -= count;
+    return first + (int)count - 1;
+}
+
 /* "c [w w w]" and "c1 c2 w". */
 void readWidths(CompositeFont *font, QPDFObjectHandle array)
 {
     if (!array.isArray())
         return;
     std::vector<QPDFObjectHandle> items = array.getArrayAsVector();
+    size_t room = MAX_COVERED;
     for (size_t i = 0; i + 1 < items.size();) {
         int first = integerOr(items[i], -1);
         if (items[i + 1].isArray()) {
@@ -156,7 +170,7 @@ void readWidths(CompositeFont *font, QPDFObjectHandle array)
         }
         if (i + 2 >= items.size())
             return;
-        int last = std::min(integerOr(items[i + 1], -1), (int)MAX_CID);
+        int last = coveredTo(first, std::min(integerOr(items[i + 1], -1), (int)MAX_CID), &room);
         double width = numberOr(items[i + 2], 0);
         for (int cid = std::max(first, 0); first >= 0 && cid <= last; cid++)
             font->widths[(unsigned)cid] = width;
@@ -170,6 +184,7 @@ void readVerticals(CompositeFont *font, QPDFObjectHandle array)
     if (!array.isArray())
         return;
     std::vector<QPDFObjectHandle> items = array.getArrayAsVector();
+    size_t room = MAX_COVERED;
     for (size_t i = 0; i + 1 < items.size();) {
         int first = integerOr(items[i], -1);
         if (items[i + 1].isArray()) {
@@ -184,7 +199,7 @@ void readVerticals(CompositeFont *font, QPDFObjectHandle array)
         }
         if (i + 4 >= items.size())
             return;
-        int last = std::min(integerOr(items[i + 1], -1), (int)MAX_CID);
+        int last = coveredTo(first, std::min(integerOr(items[i + 1], -1), (int)MAX_CID), &room);
         VerticalMetrics metrics = {numberOr(items[i + 2], 0), numberOr(items[i + 3], 0),
                                    numberOr(items[i + 4], 0)};
         for (int cid = std::max(first, 0); first >= 0 && cid <= last; cid++)

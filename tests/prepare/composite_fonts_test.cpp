@@ -278,3 +278,22 @@ TEST(CompositeFonts, SelectedByAGraphicsState)
                 " /Resources << /ExtGState << /G << /Font [" + ref(font) + " 25] >> >> >>");
     expectSimple(pdf.build());
 }
+
+TEST(CompositeFonts, RangesOverRangesOfWidthsEnd)
+{
+    /* 200,000 ranges of all 65,536 numbers: some 13,000 million widths. */
+    std::string ranges;
+    for (int i = 0; i < 200000; i++)
+        ranges += "0 65535 500 ";
+    PdfBuilder pdf;
+    int below = pdf.add("<< /Type /Font /Subtype /CIDFontType2 /BaseFont /Helvetica /CIDSystemInfo "
+                        "<< /Registry (Adobe) /Ordering (Identity) /Supplement 0 >> /W [" +
+                        ranges + "] >>");
+    int font = pdf.add("<< /Type /Font /Subtype /Type0 /BaseFont /Helvetica /Encoding /Identity-H "
+                       "/DescendantFonts [" +
+                       ref(below) + "] >>");
+    int content = pdf.addStream("", "BT /F1 12 Tf 10 10 Td <00410042> Tj ET");
+    pdf.addPage("/MediaBox [0 0 100 100] /Contents " + ref(content) +
+                " /Resources << /Font << /F1 " + ref(font) + " >> >>");
+    EXPECT_EQ(preparePdf(pdf.build()).status, 0);
+}
