@@ -3,19 +3,15 @@
  */
 #include "prepare/content/state.h"
 
+#include <algorithm>
+#include <cmath>
+#include <iterator>
 #include <string_view>
 #include <unordered_map>
 
 #include "prepare/document/document.h"
 
 namespace prepare {
-
-Matrix operator*(const Matrix &first, const Matrix &second)
-{
-    const Matrix &m = first, &n = second;
-    return {m.a * n.a + m.b * n.c, m.a * n.b + m.b * n.d,       m.c * n.a + m.d * n.c,
-            m.c * n.b + m.d * n.d, m.e * n.a + m.f * n.c + n.e, m.e * n.b + m.f * n.d + n.f};
-}
 
 QPDFObjectHandle findResource(const ResourceScope &scope, int category, const std::string &name)
 {
@@ -31,6 +27,32 @@ QPDFObjectHandle findResource(const ResourceScope &scope, int category, const st
 }
 
 namespace {
+
+/* ORDER: that of Blend. */
+constexpr const char *blendNames[] = {
+    "/Normal",     "/Multiply",   "/Screen",    "/Overlay",    "/Darken",     "/Lighten",
+    "/ColorDodge", "/ColorBurn",  "/HardLight", "/SoftLight",  "/Difference", "/Exclusion",
+    "/Hue",        "/Saturation", "/Color",     "/Luminosity",
+};
+
+/* A name, or the first known one of an array. */
+Blend blendOf(QPDFObjectHandle object)
+{
+    if (!object.isArray()) {
+        for (size_t i = 0; i < std::size(blendNames); i++)
+            if (nameOr(object) == blendNames[i])
+                return (Blend)i;
+        return Blend::NORMAL;
+    }
+    constexpr int MOST = 32;
+    for (int i = 0; i < std::min(object.getArrayNItems(), MOST); i++) {
+        QPDFObjectHandle item = object.getArrayItem(i);
+        Blend blend = item.isArray() ? Blend::NORMAL : blendOf(item);
+        if (blend != Blend::NORMAL || nameOr(item) == "/Normal" || nameOr(item) == "/Compatible")
+            return blend;
+    }
+    return Blend::NORMAL;
+}
 
 using Tracker = void (*)(ContentState *, const Operation &);
 
@@ -116,13 +138,72 @@ void setGraphicsState(ContentState *state, const Operation &operation)
 {
     if (operation.operands.empty() || operation.operands.back().kind != TokenKind::NAME)
         return;
-    QPDFObjectHandle font =
-        findResource(*state->scope, EXTGSTATE, nameValue(operation.operands.back().source))
-            .getKeyIfDict("/Font");
+    QPDFObjectHandle dict =
+        findResource(*state->scope, EXTGSTATE, nameValue(operation.operands.back().source));
+    applyTransparency(dict, state->now.ctm, &state->now.transparency);
+    state->now.lineWidth = numberOr(entryOf(dict, "/LW"), state->now.lineWidth);
+    QPDFObjectHandle font = entryOf(dict, "/Font");
     if (!font.isArray() || font.getArrayNItems() < 2)
         return;
     state->now.text.font = font.getArrayItem(0);
     state->now.text.size = numberOr(font.getArrayItem(1), 0);
+}
+
+void setLineWidth(ContentState *state, const Operation &operation)
+{
+    double value;
+    if (numbersOf(operation, &value, 1))
+        state->now.lineWidth = std::abs(value);
+}
+
+/* ---- paths ---- */
+
+void addPoints(ContentState *state, const Operation &operation, size_t points)
+{
+    double v[6];
+    if (!numbersOf(operation, v, 2 * points))
+        return;
+    for (size_t i = 0; i < points; i++)
+        addPoint(&state->path, state->now.ctm, v[2 * i], v[2 * i + 1]);
+}
+
+void moveTo(ContentState *state, const Operation &operation)
+{
+    if (state->path.points > 0 || state->path.rectangles > 0)
+        state->path.isPolygon = false;
+    addPoints(state, operation, 1);
+}
+
+void lineTo(ContentState *state, const Operation &operation)
+{
+    addPoints(state, operation, 1);
+}
+
+void curveTo(ContentState *state, const Operation &operation)
+{
+    state->path.isPolygon = false;
+    addPoints(state, operation, operation.name == "c" ? 3 : 2);
+}
+
+void rectangle(ContentState *state, const Operation &operation)
+{
+    double v[4];
+    if (numbersOf(operation, v, 4))
+        addRectangle(&state->path, state->now.ctm, v);
+}
+
+void markClip(ContentState *state, const Operation &)
+{
+    state->path.isClip = true;
+}
+
+void endPath(ContentState *state, const Operation &)
+{
+    if (state->path.isClip) {
+        state->now.isClipRectangle &= isRectangle(state->path) || isEmpty(state->path.box);
+        state->now.clip = intersection(state->now.clip, state->path.box);
+    }
+    state->path = Path();
 }
 
 void nextLine(ContentState *state, const Operation &)
@@ -165,6 +246,25 @@ const std::unordered_map<std::string_view, Tracker> trackers = {
     {"Tr", setMode},
     {"Tf", setFont},
     {"gs", setGraphicsState},
+    {"w", setLineWidth},
+    {"m", moveTo},
+    {"l", lineTo},
+    {"c", curveTo},
+    {"v", curveTo},
+    {"y", curveTo},
+    {"re", rectangle},
+    {"W", markClip},
+    {"W*", markClip},
+    {"n", endPath},
+    {"f", endPath},
+    {"F", endPath},
+    {"f*", endPath},
+    {"S", endPath},
+    {"s", endPath},
+    {"B", endPath},
+    {"B*", endPath},
+    {"b", endPath},
+    {"b*", endPath},
     {"Td", moveBy},
     {"TD", moveBy},
     {"T*", nextLine},
@@ -173,6 +273,29 @@ const std::unordered_map<std::string_view, Tracker> trackers = {
 };
 
 } // namespace
+
+bool isOpaque(const Transparency &transparency)
+{
+    return transparency.fillAlpha >= 1 && transparency.strokeAlpha >= 1 &&
+           transparency.blend == Blend::NORMAL && !transparency.softMask.isInitialized();
+}
+
+void applyTransparency(QPDFObjectHandle graphicsState, const Matrix &ctm, Transparency *now)
+{
+    auto alpha = [&](const char *key, double before) {
+        return std::clamp(numberOr(entryOf(graphicsState, key), before), 0.0, 1.0);
+    };
+    now->fillAlpha = alpha("/ca", now->fillAlpha);
+    now->strokeAlpha = alpha("/CA", now->strokeAlpha);
+    QPDFObjectHandle mode = entryOf(graphicsState, "/BM");
+    if (!mode.isNull())
+        now->blend = blendOf(mode);
+    QPDFObjectHandle mask = entryOf(graphicsState, "/SMask");
+    if (mask.isNull())
+        return;
+    now->softMask = mask.isDictionary() ? mask : QPDFObjectHandle();
+    now->softMaskMatrix = ctm;
+}
 
 void moveLine(ContentState *state, double x, double y)
 {

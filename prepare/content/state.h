@@ -2,24 +2,19 @@
  * state.h - the graphics state while content is read
  *
  * What handlers ask for: the matrix, the text state with the font object itself, the text and line
- * matrix.  The state is that before the operation a handler looks at.
+ * matrix, boxes of the path and the clip, what makes paint transparent.  The state is that before
+ * the operation a handler looks at.
  */
 #ifndef PREPARE_CONTENT_STATE_H
 #define PREPARE_CONTENT_STATE_H
 
 #include <vector>
 
+#include "prepare/content/path.h"
 #include "prepare/content/tokens.h"
 #include "prepare/document/qpdf.h"
 
 namespace prepare {
-
-struct Matrix {
-    double a = 1, b = 0, c = 0, d = 1, e = 0, f = 0;
-};
-
-/* What `first` does and then `second`. */
-Matrix operator*(const Matrix &first, const Matrix &second);
 
 struct TextState {
     QPDFObjectHandle font; /* uninitialized: none yet */
@@ -29,9 +24,43 @@ struct TextState {
     int mode = 0;
 };
 
+/* ORDER: separable modes first; that of blendNames in state.cpp. */
+enum class Blend : unsigned char {
+    NORMAL,
+    MULTIPLY,
+    SCREEN,
+    OVERLAY,
+    DARKEN,
+    LIGHTEN,
+    COLOR_DODGE,
+    COLOR_BURN,
+    HARD_LIGHT,
+    SOFT_LIGHT,
+    DIFFERENCE,
+    EXCLUSION,
+    HUE,
+    SATURATION,
+    COLOR,
+    LUMINOSITY,
+};
+
+/* What makes paint transparent. */
+struct Transparency {
+    double fillAlpha = 1, strokeAlpha = 1; /* 0 to 1; that of fills is that of images too */
+    Blend blend = Blend::NORMAL;
+    QPDFObjectHandle softMask; /* its dictionary; uninitialized: none */
+    Matrix softMaskMatrix;     /* the matrix when it was set */
+};
+
+bool isOpaque(const Transparency &transparency);
+
 struct GraphicsState {
     Matrix ctm;
     TextState text;
+    Transparency transparency;
+    double lineWidth = 1;
+    Box clip = EVERYTHING; /* in the outermost space, as is the path */
+    bool isClipRectangle = true;
 };
 
 /* Resources, and those around them, where names are looked for that the inner ones lack. */
@@ -48,6 +77,7 @@ struct ContentState {
     std::vector<GraphicsState> saved;
     size_t savedBeyond = 0; /* saves past MAX_SAVED, which are counted only */
     Matrix textMatrix, lineMatrix;
+    Path path;
     const ResourceScope *scope = nullptr;
 };
 
@@ -55,6 +85,9 @@ constexpr size_t MAX_SAVED = 4096;
 
 /* Applies an operation; text that is shown does not move the text matrix here. */
 void track(ContentState *state, const Operation &operation);
+
+/* Applies the entries of a graphics state's dictionary that make paint transparent. */
+void applyTransparency(QPDFObjectHandle graphicsState, const Matrix &ctm, Transparency *now);
 
 /* To the next line: the line matrix moved by (x, y), and the text matrix with it. */
 void moveLine(ContentState *state, double x, double y);

@@ -1,0 +1,123 @@
+/*
+ * path.cpp - boxes around what is painted
+ */
+#include "prepare/content/path.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace prepare {
+
+Matrix operator*(const Matrix &first, const Matrix &second)
+{
+    const Matrix &m = first, &n = second;
+    return {m.a * n.a + m.b * n.c, m.a * n.b + m.b * n.d,       m.c * n.a + m.d * n.c,
+            m.c * n.b + m.d * n.d, m.e * n.a + m.f * n.c + n.e, m.e * n.b + m.f * n.d + n.f};
+}
+
+bool keepsRectangles(const Matrix &m)
+{
+    double close = 1e-6 * (std::abs(m.a) + std::abs(m.b) + std::abs(m.c) + std::abs(m.d));
+    return (std::abs(m.b) <= close && std::abs(m.c) <= close) ||
+           (std::abs(m.a) <= close && std::abs(m.d) <= close);
+}
+
+double scaleOf(const Matrix &m)
+{
+    return std::sqrt(std::abs(m.a * m.d - m.b * m.c));
+}
+
+bool isEmpty(const Box &box)
+{
+    return !(box.left <= box.right && box.bottom <= box.top);
+}
+
+bool contains(const Box &outer, const Box &inner)
+{
+    return outer.left <= inner.left && outer.bottom <= inner.bottom && outer.right >= inner.right &&
+           outer.top >= inner.top;
+}
+
+Box intersection(const Box &a, const Box &b)
+{
+    return {std::max(a.left, b.left), std::max(a.bottom, b.bottom), std::min(a.right, b.right),
+            std::min(a.top, b.top)};
+}
+
+Box unionOf(const Box &a, const Box &b)
+{
+    if (isEmpty(a))
+        return b;
+    if (isEmpty(b))
+        return a;
+    return {std::min(a.left, b.left), std::min(a.bottom, b.bottom), std::max(a.right, b.right),
+            std::max(a.top, b.top)};
+}
+
+double areaOf(const Box &box)
+{
+    return isEmpty(box) ? 0 : (box.right - box.left) * (box.top - box.bottom);
+}
+
+Box grown(const Box &box, double by)
+{
+    if (isEmpty(box))
+        return box;
+    return {box.left - by, box.bottom - by, box.right + by, box.top + by};
+}
+
+Box transformed(const Matrix &m, const Box &box)
+{
+    Box moved;
+    if (isEmpty(box))
+        return moved;
+    for (double x : {box.left, box.right})
+        for (double y : {box.bottom, box.top}) {
+            double u = m.a * x + m.c * y + m.e, v = m.b * x + m.d * y + m.f;
+            if (std::isfinite(u) && std::isfinite(v))
+                moved = unionOf(moved, {u, v, u, v});
+        }
+    return intersection(moved, EVERYTHING);
+}
+
+bool isRectangle(const Path &path)
+{
+    if (path.rectangles > 0)
+        return path.rectangles == 1 && path.points == 0 && path.areParallelToAxes;
+    if (!path.isPolygon || path.points < 4 || path.points > 5)
+        return false;
+    double close = 1e-3 + 1e-4 * (path.box.right - path.box.left + path.box.top - path.box.bottom);
+    auto isNear = [&](double a, double b) { return std::abs(a - b) <= close; };
+    for (int i = 0; i < path.points; i++) {
+        const double *p = path.corners[i], *q = path.corners[(i + 1) % 4];
+        bool isCorner = (isNear(p[0], path.box.left) || isNear(p[0], path.box.right)) &&
+                        (isNear(p[1], path.box.bottom) || isNear(p[1], path.box.top));
+        if (!isCorner || (i < 4 && isNear(p[0], q[0]) == isNear(p[1], q[1])))
+            return false;
+    }
+    return true;
+}
+
+void addPoint(Path *path, const Matrix &m, double x, double y)
+{
+    double u = m.a * x + m.c * y + m.e, v = m.b * x + m.d * y + m.f;
+    if (!std::isfinite(u) || !std::isfinite(v))
+        return;
+    path->box = intersection(unionOf(path->box, {u, v, u, v}), EVERYTHING);
+    if (path->points < 5) {
+        path->corners[path->points][0] = u;
+        path->corners[path->points][1] = v;
+    }
+    path->points++;
+}
+
+void addRectangle(Path *path, const Matrix &ctm, const double *sides)
+{
+    Box box = {std::min(sides[0], sides[0] + sides[2]), std::min(sides[1], sides[1] + sides[3]),
+               std::max(sides[0], sides[0] + sides[2]), std::max(sides[1], sides[1] + sides[3])};
+    path->areParallelToAxes &= keepsRectangles(ctm);
+    path->box = unionOf(path->box, transformed(ctm, box));
+    path->rectangles++;
+}
+
+} // namespace prepare
