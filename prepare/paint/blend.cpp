@@ -14,7 +14,7 @@ namespace prepare {
 namespace {
 
 /* The same in CMYK; only of gray and CMYK. */
-Colour toCmyk(const Colour &colour)
+FlatColour toCmyk(const FlatColour &colour)
 {
     if (colour.components == 4)
         return colour;
@@ -22,7 +22,7 @@ Colour toCmyk(const Colour &colour)
 }
 
 /* Brings two colours to one kind. */
-void unite(Colour *a, Colour *b)
+void unite(FlatColour *a, FlatColour *b)
 {
     if (a->components == b->components)
         return;
@@ -99,7 +99,7 @@ double saturation(const double *c)
 }
 
 /* Moves a colour to this lightness, and towards gray as far as it leaves the range. */
-Colour withLight(Colour c, double wanted)
+FlatColour withLight(FlatColour c, double wanted)
 {
     double by = wanted - light(c.value);
     for (int i = 0; i < 3; i++)
@@ -116,7 +116,7 @@ Colour withLight(Colour c, double wanted)
     return c;
 }
 
-Colour withSaturation(Colour c, double wanted)
+FlatColour withSaturation(FlatColour c, double wanted)
 {
     double least = std::min({c.value[0], c.value[1], c.value[2]}), range = saturation(c.value);
     for (int i = 0; i < 3; i++)
@@ -124,7 +124,7 @@ Colour withSaturation(Colour c, double wanted)
     return c;
 }
 
-Colour inseparable(Blend mode, const Colour &b, const Colour &s)
+FlatColour inseparable(Blend mode, const FlatColour &b, const FlatColour &s)
 {
     switch (mode) {
     case Blend::HUE:
@@ -140,7 +140,7 @@ Colour inseparable(Blend mode, const Colour &b, const Colour &s)
 
 } // namespace
 
-Colour toRgb(const Colour &colour)
+FlatColour toRgb(const FlatColour &colour)
 {
     const double *v = colour.value;
     if (colour.components == 1)
@@ -151,10 +151,10 @@ Colour toRgb(const Colour &colour)
     return {3, {ink(0), ink(1), ink(2), 0}};
 }
 
-bool isSame(const Colour &a, const Colour &b)
+bool isSame(const FlatColour &a, const FlatColour &b)
 {
     constexpr double CLOSE = 0.5 / 255;
-    Colour x = a, y = b;
+    FlatColour x = a, y = b;
     unite(&x, &y);
     for (int i = 0; i < x.components; i++)
         if (std::abs(x.value[i] - y.value[i]) > CLOSE)
@@ -162,32 +162,32 @@ bool isSame(const Colour &a, const Colour &b)
     return true;
 }
 
-bool isWhite(const Colour &colour)
+bool isWhite(const FlatColour &colour)
 {
     return isSame(colour, WHITE);
 }
 
-double luminosity(const Colour &colour)
+double luminosity(const FlatColour &colour)
 {
     return light(toRgb(colour).value);
 }
 
-Colour mix(const Colour &a, const Colour &b, double t)
+FlatColour mix(const FlatColour &a, const FlatColour &b, double t)
 {
-    Colour x = a, y = b;
+    FlatColour x = a, y = b;
     unite(&x, &y);
     for (int i = 0; i < x.components; i++)
         x.value[i] += (y.value[i] - x.value[i]) * t;
     return x;
 }
 
-Colour blend(Blend mode, const Colour &backdrop, const Colour &source)
+FlatColour blend(Blend mode, const FlatColour &backdrop, const FlatColour &source)
 {
     if (mode == Blend::NORMAL)
         return source;
     if (mode >= Blend::HUE)
         return inseparable(mode, toRgb(backdrop), toRgb(source));
-    Colour b = backdrop, s = source;
+    FlatColour b = backdrop, s = source;
     unite(&b, &s);
     bool isInk = s.components == 4;
     for (int i = 0; i < s.components; i++)
@@ -202,19 +202,19 @@ Layer composite(const Layer &below, const Layer &above, Blend mode)
         return above;
     if (above.alpha <= 0)
         return below;
-    Colour source = above.colour;
+    FlatColour source = above.colour;
     if (mode != Blend::NORMAL)
         source = mix(source, blend(mode, below.colour, source), below.alpha);
     double alpha = below.alpha + above.alpha - below.alpha * above.alpha;
     return {mix(below.colour, source, above.alpha / alpha), alpha};
 }
 
-Colour onWhite(const Layer &layer)
+FlatColour onWhite(const Layer &layer)
 {
     return layer.alpha >= 1 ? layer.colour : mix(WHITE, layer.colour, layer.alpha);
 }
 
-std::string colourText(const Colour &colour, bool isStroke)
+std::string colourText(const FlatColour &colour, bool isStroke)
 {
     static const char *const operators[2][5] = {{"", "g", "", "rg", "k"}, {"", "G", "", "RG", "K"}};
     std::string text;

@@ -14,39 +14,39 @@
 namespace prepare {
 
 /* A device colour: 1, 3 or 4 components. */
-struct Colour {
+struct FlatColour {
     int components = 1;
     double value[4] = {0, 0, 0, 0};
 };
 
-constexpr Colour WHITE = {1, {1, 0, 0, 0}};
-constexpr Colour BLACK = {1, {0, 0, 0, 0}};
+constexpr FlatColour WHITE = {1, {1, 0, 0, 0}};
+constexpr FlatColour BLACK = {1, {0, 0, 0, 0}};
 
 /* A colour and how much of it there is: 0 is nothing. */
 struct Layer {
-    Colour colour;
+    FlatColour colour;
     double alpha = 0;
 };
 
-Colour toRgb(const Colour &colour);
-bool isSame(const Colour &a, const Colour &b);
-bool isWhite(const Colour &colour);
-double luminosity(const Colour &colour);
+FlatColour toRgb(const FlatColour &colour);
+bool isSame(const FlatColour &a, const FlatColour &b);
+bool isWhite(const FlatColour &colour);
+double luminosity(const FlatColour &colour);
 
 /* a where t is 0, b where it is 1. */
-Colour mix(const Colour &a, const Colour &b, double t);
+FlatColour mix(const FlatColour &a, const FlatColour &b, double t);
 
 /* The mode's function of an opaque backdrop and source. */
-Colour blend(Blend mode, const Colour &backdrop, const Colour &source);
+FlatColour blend(Blend mode, const FlatColour &backdrop, const FlatColour &source);
 
 /* What is to be seen of `above` painted over `below`. */
 Layer composite(const Layer &below, const Layer &above, Blend mode);
 
 /* The layer on white paper. */
-Colour onWhite(const Layer &layer);
+FlatColour onWhite(const Layer &layer);
 
 /* "0.5 g", "1 0 0 rg", "0 0 0 1 k", or the operators of strokes. */
-std::string colourText(const Colour &colour, bool isStroke);
+std::string colourText(const FlatColour &colour, bool isStroke);
 
 } // namespace prepare
 

@@ -9,22 +9,22 @@ using namespace prepare;
 
 namespace {
 
-Colour gray(double g)
+FlatColour gray(double g)
 {
     return {1, {g, 0, 0, 0}};
 }
 
-Colour rgb(double r, double g, double b)
+FlatColour rgb(double r, double g, double b)
 {
     return {3, {r, g, b, 0}};
 }
 
-Colour cmyk(double c, double m, double y, double k)
+FlatColour cmyk(double c, double m, double y, double k)
 {
     return {4, {c, m, y, k}};
 }
 
-void expectColour(const Colour &colour, const Colour &expected)
+void expectColour(const FlatColour &colour, const FlatColour &expected)
 {
     ASSERT_EQ(colour.components, expected.components);
     for (int i = 0; i < colour.components; i++)
@@ -55,7 +55,7 @@ TEST(Blend, SeparableModes)
 
 TEST(Blend, ModesOfHueAndLight)
 {
-    Colour red = rgb(1, 0, 0), blue = rgb(0, 0, 1);
+    FlatColour red = rgb(1, 0, 0), blue = rgb(0, 0, 1);
     expectColour(blend(Blend::HUE, red, blue), rgb(0.213483, 0.213483, 1));
     expectColour(blend(Blend::SATURATION, red, blue), red);
     expectColour(blend(Blend::COLOR, red, blue), rgb(0.213483, 0.213483, 1));
