@@ -1,0 +1,255 @@
+/*
+ * program.cpp - fork, limits, exec; waiting with a deadline
+ */
+#include "prepare/document/program.h"
+
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace prepare {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/* Everything that ever stands in the directory, so that it can be removed without looking. */
+constexpr const char *fileNames[] = {"0", "1", "out"};
+constexpr char OUTPUT[] = "out";
+
+constexpr int STATUS_MISSING = 127; /* what the child answers when there is nothing to run */
+constexpr int STATUS_NO_START = 126;
+
+/* The directory of one run. */
+class Scratch {
+  public:
+    explicit Scratch(const std::string &wanted);
+    ~Scratch();
+    Scratch(const Scratch &) = delete;
+    Scratch &operator=(const Scratch &) = delete;
+
+    bool isMade() const { return !path.empty(); }
+    std::string operator/(const std::string &name) const { return path + "/" + name; }
+
+  private:
+    std::string path;
+};
+
+Scratch::Scratch(const std::string &wanted)
+{
+    const char *parent = getenv("TMPDIR");
+    std::string made = wanted;
+    if (wanted.empty())
+        made = std::string(parent && *parent ? parent : "/tmp") + "/pdf_prepare.XXXXXX";
+    bool isThere =
+        wanted.empty() ? mkdtemp(made.data()) != nullptr : mkdir(made.c_str(), S_IRWXU) == 0;
+    char absolute[PATH_MAX]; /* the child changes its directory */
+    if (isThere && realpath(made.c_str(), absolute))
+        path = absolute;
+}
+
+Scratch::~Scratch()
+{
+    if (isMade())
+        removeScratch(path.c_str());
+}
+
+bool writeFile(const std::string &path, const std::string &data)
+{
+    int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (file < 0)
+        return false;
+    size_t done = 0;
+    while (done < data.size()) {
+        ssize_t size = write(file, data.data() + done, data.size() - done);
+        if (size < 0 && errno != EINTR)
+            break;
+        done += size > 0 ? (size_t)size : 0;
+    }
+    return close(file) == 0 && done == data.size();
+}
+
+std::string readOutput(const std::string &path, uint64_t limit)
+{
+    struct stat info;
+    if (stat(path.c_str(), &info) != 0 || (uint64_t)info.st_size > limit)
+        return "";
+    std::ifstream file(path, std::ios::binary);
+    std::string data((size_t)info.st_size, '\0');
+    file.read(data.data(), (std::streamsize)data.size());
+    data.resize((size_t)file.gcount());
+    return data;
+}
+
+std::string withPaths(const std::string &argument, const Scratch &scratch)
+{
+    bool isPlace = argument.size() == 3 && argument[0] == '{' && argument[2] == '}';
+    return isPlace ? scratch / argument.substr(1, 1) : argument;
+}
+
+/* ---- in the child: nothing here allocates */
+
+void limitTo(int resource, rlim_t value)
+{
+    rlimit now;
+    if (getrlimit(resource, &now) == 0 && now.rlim_max != RLIM_INFINITY && now.rlim_max < value)
+        value = now.rlim_max;
+    rlimit wanted = {value, value};
+    setrlimit(resource, &wanted);
+}
+
+void setLimits(const ProgramCall &call)
+{
+    limitTo(RLIMIT_CPU, (rlim_t)call.seconds);
+    limitTo(RLIMIT_AS, call.memoryBytes);
+    limitTo(RLIMIT_FSIZE, call.outputBytes);
+    limitTo(RLIMIT_CORE, 0);
+}
+
+/* Standard input is empty, output the file, messages go nowhere; nothing else is open. */
+bool arrangeFiles(const char *output)
+{
+    int null = open("/dev/null", O_RDWR);
+    int out = open(output, O_WRONLY | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR);
+    if (null < 0 || out < 0 || dup2(null, STDIN_FILENO) < 0 || dup2(out, STDOUT_FILENO) < 0 ||
+        dup2(null, STDERR_FILENO) < 0)
+        return false;
+    return close_range(STDERR_FILENO + 1, UINT_MAX, 0) == 0;
+}
+
+void resetSignals()
+{
+    for (int number = 1; number < NSIG; number++)
+        signal(number, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+struct Prepared {
+    std::vector<char *> arguments, environment; /* with a null at the end */
+    const char *output;
+    const char *directory; /* to run in */
+};
+
+[[noreturn]] void runChild(const ProgramCall &call, const Prepared &prepared)
+{
+    setpgid(0, 0);
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    resetSignals();
+    setLimits(call);
+    if (!arrangeFiles(prepared.output) || chdir(prepared.directory) != 0)
+        _exit(STATUS_NO_START);
+    execvpe(prepared.arguments[0], prepared.arguments.data(), prepared.environment.data());
+    _exit(errno == ENOENT || errno == EACCES || errno == ENOTDIR ? STATUS_MISSING
+                                                                 : STATUS_NO_START);
+}
+
+/* ---- and in the parent */
+
+/* Waits for the child; past the deadline it is killed with all that it started. */
+int await(pid_t child, Clock::time_point deadline)
+{
+    constexpr long SHORTEST = 500'000, LONGEST = 20'000'000; /* nanoseconds */
+    long pause = SHORTEST;
+    bool isKilled = false;
+    for (;;) {
+        siginfo_t ended = {};
+        if (waitid(P_PID, (id_t)child, &ended, WEXITED | WNOHANG | WNOWAIT) != 0 && errno != EINTR)
+            return -1;
+        if (ended.si_pid == child)
+            break;
+        if (!isKilled && Clock::now() > deadline) {
+            kill(-child, SIGKILL);
+            kill(child, SIGKILL);
+            isKilled = true;
+        }
+        timespec time = {0, pause};
+        nanosleep(&time, nullptr);
+        pause = pause * 2 > LONGEST ? LONGEST : pause * 2;
+    }
+    kill(-child, SIGKILL); /* what it has left running */
+    int status = 0;
+    return waitpid(child, &status, 0) == child ? status : -1;
+}
+
+std::vector<char *> pointersTo(std::vector<std::string> *texts)
+{
+    std::vector<char *> pointers;
+    for (std::string &text : *texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+ProgramStatus meaningOf(int status)
+{
+    if (status == -1 || !WIFEXITED(status))
+        return ProgramStatus::FAILED;
+    switch (WEXITSTATUS(status)) {
+    case 0:
+        return ProgramStatus::DONE;
+    case STATUS_MISSING:
+        return ProgramStatus::MISSING;
+    case STATUS_NO_START:
+        return ProgramStatus::NO_START;
+    default:
+        return ProgramStatus::FAILED;
+    }
+}
+
+} // namespace
+
+ProgramOutcome runLimited(const ProgramCall &call, const std::string &scratchPath)
+{
+    ProgramOutcome outcome;
+    Scratch scratch(scratchPath);
+    if (!scratch.isMade() || call.command.empty() || call.inputs.size() > MAX_INPUTS)
+        return outcome;
+    for (size_t i = 0; i < call.inputs.size(); i++)
+        if (!writeFile(scratch / fileNames[i], call.inputs[i]))
+            return outcome;
+    std::vector<std::string> arguments;
+    for (const std::string &argument : call.command)
+        arguments.push_back(withPaths(argument, scratch));
+    const char *path = getenv("PATH");
+    std::vector<std::string> environment = {"LC_ALL=C", "HOME=/nonexistent",
+                                            "PATH=" + std::string(path ? path : "/usr/bin:/bin")};
+    std::string output = scratch / OUTPUT, directory = scratch / ".";
+    Prepared prepared = {pointersTo(&arguments), pointersTo(&environment), output.c_str(),
+                         directory.c_str()};
+    Clock::time_point deadline = Clock::now() + std::chrono::seconds(2 * call.seconds);
+    pid_t child = fork();
+    if (child == 0)
+        runChild(call, prepared);
+    if (child < 0)
+        return outcome;
+    outcome.status = meaningOf(await(child, deadline));
+    outcome.output = readOutput(output, call.outputBytes);
+    return outcome;
+}
+
+void removeScratch(const char *directory)
+{
+    int at = open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW);
+    if (at < 0)
+        return;
+    for (const char *name : fileNames)
+        unlinkat(at, name, 0);
+    close(at);
+    rmdir(directory);
+}
+
+} // namespace prepare
