@@ -232,6 +232,44 @@ void spacedLine(ContentState *state, const Operation &operation)
     nextLine(state, operation);
 }
 
+/* The colour that an operator in capitals, or not, sets. */
+Colour *colourOf(ContentState *state, const Operation &operation)
+{
+    bool isStroke = operation.name[0] >= 'A' && operation.name[0] <= 'Z';
+    return isStroke ? &state->now.stroke : &state->now.fill;
+}
+
+void setSpace(ContentState *state, const Operation &operation)
+{
+    if (operation.operands.empty() || operation.operands.back().kind != TokenKind::NAME)
+        return;
+    *colourOf(state, operation) = {nameValue(operation.operands.back().source), {}, ""};
+}
+
+void setColour(ContentState *state, const Operation &operation)
+{
+    Colour *colour = colourOf(state, operation);
+    std::vector<double> values;
+    std::string pattern;
+    for (const Token &token : operation.operands) {
+        if (token.kind == TokenKind::NUMBER && values.size() < MAX_COLORANTS)
+            values.push_back(numberValue(token));
+        if (token.kind == TokenKind::NAME)
+            pattern = nameValue(token.source);
+    }
+    colour->values = std::move(values);
+    colour->pattern = std::move(pattern);
+}
+
+template <size_t count> void setDeviceColour(ContentState *state, const Operation &operation)
+{
+    std::vector<double> values(count);
+    if (!numbersOf(operation, values.data(), count))
+        return;
+    static const char *const names[] = {"", "/DeviceGray", "", "/DeviceRGB", "/DeviceCMYK"};
+    *colourOf(state, operation) = {names[count], std::move(values), ""};
+}
+
 const std::unordered_map<std::string_view, Tracker> trackers = {
     {"q", save},
     {"Q", restore},
@@ -270,6 +308,18 @@ const std::unordered_map<std::string_view, Tracker> trackers = {
     {"T*", nextLine},
     {"'", nextLine},
     {"\"", spacedLine},
+    {"cs", setSpace},
+    {"CS", setSpace},
+    {"sc", setColour},
+    {"SC", setColour},
+    {"scn", setColour},
+    {"SCN", setColour},
+    {"g", setDeviceColour<1>},
+    {"G", setDeviceColour<1>},
+    {"rg", setDeviceColour<3>},
+    {"RG", setDeviceColour<3>},
+    {"k", setDeviceColour<4>},
+    {"K", setDeviceColour<4>},
 };
 
 } // namespace
@@ -295,6 +345,25 @@ void applyTransparency(QPDFObjectHandle graphicsState, const Matrix &ctm, Transp
         return;
     now->softMask = mask.isDictionary() ? mask : QPDFObjectHandle();
     now->softMaskMatrix = ctm;
+}
+
+SpacePtr spaceOf(ContentState *state, const Colour &colour)
+{
+    auto known = state->spaces.find(colour.space);
+    if (known != state->spaces.end())
+        return known->second;
+    SpacePtr space;
+    if (state->scope)
+        space = readSpace(*state->scope, QPDFObjectHandle::newName(colour.space));
+    if (!space)
+        space = deviceSpace(1);
+    return state->spaces[colour.space] = space;
+}
+
+DeviceColour deviceColourOf(ContentState *state, const Colour &colour)
+{
+    SpacePtr space = spaceOf(state, colour);
+    return toDevice(*space, colour.values.empty() ? initialColour(*space) : colour.values);
 }
 
 void moveLine(ContentState *state, double x, double y)

@@ -2,15 +2,19 @@
  * state.h - the graphics state while content is read
  *
  * What handlers ask for: the matrix, the text state with the font object itself, the text and line
- * matrix, boxes of the path and the clip, what makes paint transparent.  The state is that before
- * the operation a handler looks at.
+ * matrix, the two colours, boxes of the path and the clip, what makes paint transparent.  The state
+ * is that before the operation a handler looks at.
  */
 #ifndef PREPARE_CONTENT_STATE_H
 #define PREPARE_CONTENT_STATE_H
 
+#include <map>
+#include <string>
 #include <vector>
 
+#include "prepare/colour/space.h"
 #include "prepare/content/path.h"
+#include "prepare/content/scope.h"
 #include "prepare/content/tokens.h"
 #include "prepare/document/qpdf.h"
 
@@ -22,6 +26,13 @@ struct TextState {
     double charSpace = 0, wordSpace = 0, leading = 0, rise = 0;
     double scale = 1; /* Tz / 100 */
     int mode = 0;
+};
+
+/* A colour as it was selected: a space by name, and values in it. */
+struct Colour {
+    std::string space = "/DeviceGray"; /* of a device space, or of a resource */
+    std::vector<double> values;        /* empty: the space's initial colour */
+    std::string pattern;               /* its name; empty: none */
 };
 
 /* ORDER: separable modes first; that of blendNames in state.cpp. */
@@ -57,20 +68,12 @@ bool isOpaque(const Transparency &transparency);
 struct GraphicsState {
     Matrix ctm;
     TextState text;
+    Colour fill, stroke;
     Transparency transparency;
     double lineWidth = 1;
     Box clip = EVERYTHING; /* in the outermost space, as is the path */
     bool isClipRectangle = true;
 };
-
-/* Resources, and those around them, where names are looked for that the inner ones lack. */
-struct ResourceScope {
-    QPDFObjectHandle resources;
-    const ResourceScope *outer = nullptr;
-};
-
-/* The resource of a name, or null. */
-QPDFObjectHandle findResource(const ResourceScope &scope, int category, const std::string &name);
 
 struct ContentState {
     GraphicsState now;
@@ -79,7 +82,14 @@ struct ContentState {
     Matrix textMatrix, lineMatrix;
     Path path;
     const ResourceScope *scope = nullptr;
+    std::map<std::string, SpacePtr> spaces; /* those that were asked for, by name */
 };
+
+/* The space of a colour; DeviceGray when it is not known.  The colour is one of the state's. */
+SpacePtr spaceOf(ContentState *state, const Colour &colour);
+
+/* The colour as a device colour; that of a pattern is what its cells are painted in. */
+DeviceColour deviceColourOf(ContentState *state, const Colour &colour);
 
 constexpr size_t MAX_SAVED = 4096;
 
