@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <stdexcept>
 
 #include <qpdf/Pipeline.hh>
 #include <zlib.h>
@@ -117,8 +118,12 @@ std::string decodeStream(QPDFObjectHandle stream, size_t limit, bool *damaged)
 double numberOr(QPDFObjectHandle object, double otherwise)
 {
     double value = otherwise;
-    if (object.isNumber())
-        value = object.getNumericValue();
+    try {
+        if (object.isNumber())
+            value = object.getNumericValue();
+    } catch (const std::range_error &) { /* more digits than libqpdf's integers have */
+        return otherwise;
+    }
     return std::isfinite(value) ? value : otherwise;
 }
 
