@@ -8,6 +8,7 @@
  *   boxes         one box, quarter turns, unit                     (page/boxes)
  *   scan          what the content uses and needs                  (content/scan)
  *   content       the passes that rewrite content, in their order  (content/rewrite)
+ *   regions       what these have asked to be drawn                (paint/region)
  *
  * and when all pages are done: the fonts' programs (fonts/store), unused resources (page/resources)
  * and the file (document/write).  A pass that adds to a page by its dictionary stands before the
@@ -28,6 +29,7 @@
 #include "prepare/page/names.h"
 #include "prepare/page/resources.h"
 #include "prepare/page/structure.h"
+#include "prepare/paint/region.h"
 
 namespace prepare {
 
@@ -170,6 +172,7 @@ Outcome prepareFile(const std::string &in, const std::string &out, const Options
         for (Page &page : document.pages) {
             lookAt(&document, &page);
             guarded(&document, &page, [&] { runContentPasses(&document, &page); });
+            guarded(&document, &page, [&] { paintRegions(&document, &page); });
             page.content = {};
         }
         noteDamage(&document);

@@ -24,8 +24,9 @@ struct Options {
     std::vector<std::pair<int, int>> pages;
     std::string password;
     Annotations annotations = Annotations::PRINT;
-    std::string scratch; /* path of a directory that does not exist, for the files of other
-                          * programs; empty: each makes one of its own */
+    int resolution = 300; /* pixels per inch of what becomes pixels, 36 to 2400 */
+    std::string scratch;  /* path of a directory that does not exist, for the files of other
+                           * programs; empty: each makes one of its own */
 };
 
 /* Bounds of one document; a page that meets one is written as it stands. */

@@ -14,6 +14,7 @@
 #include <tuple>
 #include <vector>
 
+#include "prepare/content/path.h"
 #include "prepare/document/qpdf.h"
 #include "prepare/prepare.h"
 
@@ -21,6 +22,7 @@ namespace prepare {
 
 struct FontStore; /* fonts/store.h */
 struct Layers;    /* page/layers.cpp */
+struct Original;  /* paint/region.cpp */
 
 /* What a page needs; each pass looks at its own bits. */
 enum Need : uint32_t {
@@ -55,6 +57,9 @@ struct Page {
     Usage usage;
     std::string content; /* decoded and joined, once the scan has read it */
     bool contentRead = false;
+
+    std::vector<Box> regions; /* to become pixels, in points */
+    std::set<std::string> regionReasons;
 };
 
 /* A form as it is painted in one context, and its copy for that context. */
@@ -66,6 +71,7 @@ struct FormCopy {
 };
 
 struct Document {
+    std::string file;       /* its path */
     std::string mendedFile; /* what `pdf` reads instead of the file, when not empty */
     QPDF pdf;
     Options options;
@@ -74,7 +80,8 @@ struct Document {
     uint32_t needs = 0;      /* of the file itself, and of the pages scanned so far */
 
     std::unique_ptr<FontStore, void (*)(FontStore *)> fonts{nullptr, nullptr};
-    std::shared_ptr<Layers> layers; /* null: there are none */
+    std::shared_ptr<Layers> layers;     /* null: there are none */
+    std::shared_ptr<Original> original; /* the document opened again; null: not needed so far */
 
     /* Objects that a pass has been through, so that shared ones are done once. */
     std::set<QPDFObjGen> structured;

@@ -125,6 +125,7 @@ bool isWanted(const Options &options, int number)
 
 bool loadDocument(Document *document, const std::string &path)
 {
+    document->file = path;
     if (!openFile(document, path))
         return false;
     std::vector<QPDFObjectHandle> pages = pagesOfTree(document);

@@ -16,6 +16,7 @@
 #include "prepare/page/fields.h"
 #include "prepare/page/layers.h"
 #include "prepare/page/structure.h"
+#include "prepare/page/overlay.h"
 
 namespace prepare {
 
@@ -245,70 +246,12 @@ bool paintGuarded(Overlay *overlay, QPDFObjectHandle annotation)
     return true;
 }
 
-/* How far content is from closing what it opens. */
-struct Balance {
-    size_t saves = 0, marks = 0, lostRestores = 0;
-    bool inText = false;
-    std::string kept; /* the content without restores that restore nothing, if it has any */
-};
-
-Balance balanceOf(const std::string &content)
-{
-    Balance balance;
-    ContentReader reader{content};
-    Operation operation;
-    while (readOperation(&reader, &operation)) {
-        std::string_view name = operation.name;
-        bool isLost = name == "Q" && balance.saves == 0;
-        balance.lostRestores += isLost;
-        balance.saves += name == "q";
-        balance.saves -= name == "Q" && !isLost;
-        balance.marks += name == "BMC" || name == "BDC";
-        balance.marks -= name == "EMC" && balance.marks > 0;
-        if (name == "BT" || name == "ET")
-            balance.inText = name == "BT";
-        if (isLost)
-            balance.kept.push_back('\n');
-        else
-            balance.kept += operation.source;
-    }
-    balance.kept += operation.source;
-    return balance;
-}
-
-std::string repeated(const char *text, size_t count)
-{
-    std::string all;
-    for (size_t i = 0; i < count; i++)
-        all += text;
-    return all;
-}
-
-/* Puts what is painted around the page's content, which is closed first. */
+/* Puts what is painted around the page's content. */
 void attach(Overlay *overlay)
 {
-    QPDF *pdf = &overlay->document->pdf;
-    QPDFObjectHandle page = overlay->page->object, contents = page.getKey("/Contents");
-    std::vector<QPDFObjectHandle> streams;
-    if (contents.isStream())
-        streams.push_back(contents);
-    else if (contents.isArray())
-        streams = contents.getArrayAsVector();
-    if (!overlay->back.empty()) {
-        bool damaged = false; /* the scan says so, if it is */
-        Balance balance = balanceOf(readContent(contents, MAX_CONTENT_BYTES, &damaged));
-        if (balance.lostRestores > 0)
-            streams = {newFlateStream(pdf, balance.kept)};
-        overlay->front += "q\n";
-        overlay->back = std::string(balance.inText ? "\nET\n" : "\n") +
-                        repeated("EMC\n", balance.marks) + repeated("Q\n", balance.saves + 1) +
-                        overlay->back;
-        streams.push_back(newFlateStream(pdf, overlay->back));
-    }
-    streams.insert(streams.begin(), newFlateStream(pdf, overlay->front));
     overlay->resources.replaceKey("/XObject", overlay->xobjects);
-    page.replaceKey("/Resources", overlay->resources);
-    page.replaceKey("/Contents", QPDFObjectHandle::newArray(streams));
+    overlay->page->object.replaceKey("/Resources", overlay->resources);
+    surroundContent(overlay->document, overlay->page, overlay->front, overlay->back);
     overlay->page->needs |= NEED_ANNOTATIONS;
 }
 

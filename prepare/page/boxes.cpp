@@ -16,10 +16,6 @@ namespace prepare {
 
 namespace {
 
-struct Box {
-    double x1, y1, x2, y2;
-};
-
 constexpr Box LETTER = {0, 0, 612, 792};
 constexpr double MAX_SIDE = 1e6; /* units */
 
@@ -37,8 +33,8 @@ std::optional<Box> readBox(QPDFObjectHandle object)
     }
     Box box = {std::min(v[0], v[2]), std::min(v[1], v[3]), std::max(v[0], v[2]),
                std::max(v[1], v[3])};
-    bool hasArea = box.x2 - box.x1 >= 1 && box.y2 - box.y1 >= 1;
-    bool isSmall = std::max({-box.x1, -box.y1, box.x2, box.y2}) <= MAX_SIDE;
+    bool hasArea = box.right - box.left >= 1 && box.top - box.bottom >= 1;
+    bool isSmall = std::max({-box.left, -box.bottom, box.right, box.top}) <= MAX_SIDE;
     return hasArea && isSmall ? std::optional(box) : std::nullopt;
 }
 
@@ -48,15 +44,9 @@ Box visibleBox(const Page &page)
     std::optional<Box> crop = readBox(entryOf(page, "/CropBox"));
     if (!crop)
         return media;
-    Box both = {std::max(media.x1, crop->x1), std::max(media.y1, crop->y1),
-                std::min(media.x2, crop->x2), std::min(media.y2, crop->y2)};
-    return both.x2 - both.x1 >= 1 && both.y2 - both.y1 >= 1 ? both : media;
-}
-
-double unitOf(const Page &page)
-{
-    double unit = numberOr(entryOf(page, "/UserUnit"), 1);
-    return unit > 0 && unit <= 1000 ? unit : 1;
+    Box both = {std::max(media.left, crop->left), std::max(media.bottom, crop->bottom),
+                std::min(media.right, crop->right), std::min(media.top, crop->top)};
+    return both.right - both.left >= 1 && both.top - both.bottom >= 1 ? both : media;
 }
 
 int quarterTurns(const Page &page)
@@ -85,6 +75,19 @@ void scaleContent(Document *document, Page *page, double unit)
 
 } // namespace
 
+double unitOf(const Page &page)
+{
+    double unit = numberOr(entryOf(page, "/UserUnit"), 1);
+    return unit > 0 && unit <= 1000 ? unit : 1;
+}
+
+Box paperBox(const Page &page)
+{
+    Box box = visibleBox(page);
+    double unit = unitOf(page);
+    return {box.left * unit, box.bottom * unit, box.right * unit, box.top * unit};
+}
+
 bool boxesNeedWork(const Page &page)
 {
     QPDFObjectHandle rotate = entryOf(page, "/Rotate");
@@ -98,8 +101,8 @@ bool boxesNeedWork(const Page &page)
     if (!box)
         return true;
     Box media = *readBox(entryOf(page, "/MediaBox"));
-    return std::min(media.x2, box->x2) - std::max(media.x1, box->x1) < 1 ||
-           std::min(media.y2, box->y2) - std::max(media.y1, box->y1) < 1;
+    return std::min(media.right, box->right) - std::max(media.left, box->left) < 1 ||
+           std::min(media.top, box->top) - std::max(media.bottom, box->bottom) < 1;
 }
 
 void mendBoxes(Document *document, Page *page)
@@ -108,9 +111,9 @@ void mendBoxes(Document *document, Page *page)
     double unit = unitOf(*page);
     if (unit != 1)
         scaleContent(document, page, unit);
-    double x = std::round(box.x1 * unit), y = std::round(box.y1 * unit);
-    double width = std::max(1.0, std::round((box.x2 - box.x1) * unit));
-    double height = std::max(1.0, std::round((box.y2 - box.y1) * unit));
+    double x = std::round(box.left * unit), y = std::round(box.bottom * unit);
+    double width = std::max(1.0, std::round((box.right - box.left) * unit));
+    double height = std::max(1.0, std::round((box.top - box.bottom) * unit));
     std::vector<QPDFObjectHandle> corners;
     for (double value : {x, y, x + width, y + height})
         corners.push_back(QPDFObjectHandle::newInteger((long long)value));

@@ -4,9 +4,16 @@
 #ifndef PREPARE_PAGE_BOXES_H
 #define PREPARE_PAGE_BOXES_H
 
+#include "prepare/content/path.h"
 #include "prepare/document/document.h"
 
 namespace prepare {
+
+/* /UserUnit: points for each unit of the page's space. */
+double unitOf(const Page &page);
+
+/* What is seen of the page, in points. */
+Box paperBox(const Page &page);
 
 /* Does the converter take the page's boxes as they are?  Needs inherited attributes in place. */
 bool boxesNeedWork(const Page &page);

@@ -23,6 +23,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "prepare/document/program.h"
+#include "prepare/paint/region.h"
 #include "prepare/prepare.h"
 
 namespace {
@@ -38,6 +40,7 @@ constexpr char HELP[] =
     "\n"
     "  --pages=LIST            only these pages, such as 2-5,9,12-\n"
     "  --annotations=WHICH     print (default), screen or none\n"
+    "  --resolution=N          pixels per inch of what can only be drawn: 300, or 36 to 2400\n"
     "  --password-file=FILE    the document's password is the first line of FILE\n"
     "  --probe                 only say whether there is something to do: status 3; 0 if not\n"
     "  --help, --version\n"
@@ -92,6 +95,16 @@ Annotations readAnnotations(const std::string &which)
     misuse("Not print, screen or none: " + which);
 }
 
+int readResolution(const std::string &text)
+{
+    bool isNumber = !text.empty() && text.size() <= 4 &&
+                    text.find_first_not_of("0123456789") == std::string::npos;
+    int resolution = isNumber ? std::stoi(text) : 0;
+    if (resolution < MIN_RESOLUTION || resolution > MAX_RESOLUTION)
+        misuse("Not a resolution of 36 to 2400 pixels per inch: " + text);
+    return resolution;
+}
+
 std::string readPassword(const char *path)
 {
     std::ifstream file(path);
@@ -113,6 +126,9 @@ void readOption(int option, Arguments *arguments)
         return;
     case 'a':
         arguments->options.annotations = readAnnotations(optarg);
+        return;
+    case 'r':
+        arguments->options.resolution = readResolution(optarg);
         return;
     case 'w':
         arguments->options.password = readPassword(optarg);
@@ -137,6 +153,7 @@ Arguments readArguments(int argc, char **argv)
     static const option options[] = {
         {"pages", required_argument, nullptr, 'p'},
         {"annotations", required_argument, nullptr, 'a'},
+        {"resolution", required_argument, nullptr, 'r'},
         {"password-file", required_argument, nullptr, 'w'},
         {"probe", no_argument, nullptr, 'q'},
         {"help", no_argument, nullptr, 'h'},
@@ -225,23 +242,25 @@ int work(const Arguments &arguments, const std::string &temporary)
     return outcome == Outcome::REFUSED ? STATUS_FAILED : STATUS_DONE;
 }
 
-/* ---- ended by a signal: the child goes too, and the temporary file */
+/* ---- ended by a signal: the child goes too, and the temporary files */
 
 volatile pid_t worker;
-char temporaryPath[PATH_MAX];
+char temporaryPath[PATH_MAX], scratchPath[PATH_MAX];
 
 extern "C" void endAll(int number)
 {
     if (worker > 0)
         kill(worker, SIGKILL);
     unlink(temporaryPath);
+    removeScratch(scratchPath);
     signal(number, SIG_DFL);
     raise(number);
 }
 
-void removeWhenEnded(const std::string &path)
+void removeWhenEnded(const std::string &path, const std::string &scratch)
 {
     snprintf(temporaryPath, sizeof temporaryPath, "%s", path.c_str());
+    snprintf(scratchPath, sizeof scratchPath, "%s", scratch.c_str());
     for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
         if (signal(number, endAll) == SIG_IGN)
             signal(number, SIG_IGN);
@@ -266,6 +285,7 @@ int supervise(const Arguments &arguments, const std::string &temporary, rlim_t i
         return STATUS_FAILED;
     }
     worker = 0;
+    removeScratch(scratchPath); /* a child that was stopped could not */
     if (WIFEXITED(status))
         return WEXITSTATUS(status);
     bool isTime = WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGKILL;
@@ -274,16 +294,24 @@ int supervise(const Arguments &arguments, const std::string &temporary, rlim_t i
     return STATUS_FAILED;
 }
 
-/* Makes an empty file under a name that nobody can guess; empty, with errno set, when that cannot
- * be.  The mode is that of any new file. */
-std::string newFile(const std::string &prefix)
+/* A name that nobody can guess; empty, with errno set, when there is none to be had. */
+std::string newName(const std::string &prefix)
 {
     uint64_t bits = 0;
     if (getrandom(&bits, sizeof bits, 0) != (ssize_t)sizeof bits)
         return "";
     char suffix[17];
     snprintf(suffix, sizeof suffix, "%016llx", (unsigned long long)bits);
-    std::string name = prefix + suffix;
+    return prefix + suffix;
+}
+
+/* Makes an empty file under such a name; empty, with errno set, when that cannot be.  The mode is
+ * that of any new file. */
+std::string newFile(const std::string &prefix)
+{
+    std::string name = newName(prefix);
+    if (name.empty())
+        return "";
     int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (file < 0)
         return "";
@@ -339,7 +367,8 @@ int main(int argc, char **argv)
             fprintf(stderr, "%s: %s\n", arguments.out.c_str(), strerror(errno));
             return STATUS_FAILED;
         }
-        removeWhenEnded(temporary);
+        arguments.options.scratch = newName(scratchPrefix());
+        removeWhenEnded(temporary, arguments.options.scratch);
     }
     int status = supervise(arguments, temporary, (rlim_t)info.st_size);
     if (arguments.probe)

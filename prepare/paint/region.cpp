@@ -1,0 +1,362 @@
+/*
+ * region.cpp - the list of boxes, the page that the renderer sees, and its pictures on the page
+ *
+ * The renderer gets a file with the one page whose box is the region, made from the document opened
+ * a second time.  So it needs no password, finds the page without counting, and cropping, rotation
+ * and unit of the page play no part.
+ */
+#include "prepare/paint/region.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <qpdf/Buffer.hh>
+#include <qpdf/QPDFLogger.hh>
+#include <qpdf/QPDFWriter.hh>
+
+#include "prepare/content/rewrite.h"
+#include "prepare/content/scan.h"
+#include "prepare/content/tokens.h"
+#include "prepare/document/load.h"
+#include "prepare/document/program.h"
+#include "prepare/fonts/store.h"
+#include "prepare/images/encode.h"
+#include "prepare/page/annotations.h"
+#include "prepare/page/boxes.h"
+#include "prepare/page/layers.h"
+#include "prepare/page/overlay.h"
+#include "prepare/page/structure.h"
+
+namespace prepare {
+
+/* The document opened again; nothing of it is written but pages for the renderer. */
+struct Original {
+    Document document;
+    std::vector<Notice> notices; /* for nobody: they are those of the document itself */
+};
+
+namespace {
+
+constexpr double POINTS_PER_INCH = 72;
+constexpr double MARGIN = 0.5;        /* points around a region, for edges of strokes and glyphs */
+constexpr double MERGED_GROWTH = 1.1; /* boxes are merged when that costs less than this */
+constexpr int RENDER_SECONDS = 60;
+constexpr uint64_t RENDER_MEMORY = 2u << 30;
+
+/* ---- the list ---- */
+
+double sumOf(const std::vector<Box> &boxes)
+{
+    double sum = 0;
+    for (const Box &box : boxes)
+        sum += areaOf(box);
+    return sum;
+}
+
+double growthOf(const Box &a, const Box &b)
+{
+    return areaOf(unionOf(a, b)) / std::max(areaOf(a) + areaOf(b), 1e-9);
+}
+
+/* Merges boxes that cover about the same together as apart, and the closest while there are too
+ * many. */
+void mergeBoxes(std::vector<Box> *boxes)
+{
+    for (;;) {
+        size_t first = 0, second = 0;
+        double least = HUGE_VAL;
+        for (size_t i = 0; i < boxes->size(); i++)
+            for (size_t j = i + 1; j < boxes->size(); j++)
+                if (double growth = growthOf((*boxes)[i], (*boxes)[j]); growth < least) {
+                    least = growth;
+                    first = i;
+                    second = j;
+                }
+        if (least > MERGED_GROWTH && boxes->size() <= MAX_REGIONS)
+            return;
+        (*boxes)[first] = unionOf((*boxes)[first], (*boxes)[second]);
+        boxes->erase(boxes->begin() + (long)second);
+    }
+}
+
+/* ---- the page for the renderer ---- */
+
+Original *originalOf(Document *document)
+{
+    if (document->original)
+        return document->original.get();
+    auto original = std::make_shared<Original>();
+    original->document.options = document->options;
+    original->document.notices = &original->notices;
+    original->document.fonts = newFontStore();
+    if (!loadDocument(&original->document, document->file))
+        return nullptr;
+    loadLayers(&original->document);
+    document->original = std::move(original);
+    return document->original.get();
+}
+
+/* Takes a page through the passes that decide what is printed, and no other. */
+Page *pageOfOriginal(Document *document, const Page &page)
+{
+    Original *original = originalOf(document);
+    if (!original)
+        return nullptr;
+    std::vector<Page> &pages = original->document.pages;
+    auto found = std::find_if(pages.begin(), pages.end(),
+                              [&](const Page &other) { return other.number == page.number; });
+    if (found == pages.end())
+        return nullptr;
+    Document *copy = &original->document;
+    mendPage(copy, &*found);
+    drawAnnotations(copy, &*found);
+    if (page.needs & NEED_LAYERS) {
+        scanPage(copy, &*found);
+        rewritePage(copy, &*found, {&layerPass});
+        found->content = {};
+    }
+    return &*found;
+}
+
+QPDFObjectHandle arrayOf(const Box &box)
+{
+    QPDFObjectHandle array = QPDFObjectHandle::newArray();
+    for (double value : {box.left, box.bottom, box.right, box.top})
+        array.appendItem(QPDFObjectHandle::newReal(value, 6));
+    return array;
+}
+
+/* A file of the page alone, with this box. */
+std::string singlePage(QPDFObjectHandle page, const Box &box)
+{
+    QPDFObjectHandle plain = QPDFObjectHandle::newDictionary();
+    plain.replaceKey("/Type", QPDFObjectHandle::newName("/Page"));
+    for (const char *key : {"/Resources", "/Contents", "/Group"})
+        if (page.hasKey(key))
+            plain.replaceKey(key, page.getKey(key));
+    plain.replaceKey("/MediaBox", arrayOf(box));
+    QPDF pdf;
+    pdf.emptyPDF();
+    pdf.setSuppressWarnings(true);
+    pdf.setLogger(QPDFLogger::create());
+    pdf.getLogger()->setError(pdf.getLogger()->discard());
+    QPDFObjectHandle foreign = page.getOwningQPDF()->makeIndirectObject(plain);
+    pdf.addPage(pdf.copyForeignObject(foreign), false);
+    QPDFWriter writer(pdf);
+    writer.setOutputMemory();
+    writer.setStreamDataMode(qpdf_s_preserve);
+    writer.setDeterministicID(true);
+    writer.write();
+    auto buffer = writer.getBufferSharedPointer();
+    return std::string(reinterpret_cast<const char *>(buffer->getBuffer()), buffer->getSize());
+}
+
+/* ---- its picture ---- */
+
+/* A grid of square pixels from the upper left corner of a region. */
+struct Grid {
+    double left, top; /* points */
+    double pixel;     /* points */
+    int width, height;
+};
+
+Grid gridOf(const Box &box, int resolution)
+{
+    double width = box.right - box.left, height = box.top - box.bottom;
+    double pixel = POINTS_PER_INCH / resolution;
+    pixel = std::max(pixel, std::sqrt(width * height / MAX_PIXELS) * 1.001);
+    return {box.left, box.top, pixel, std::max(1, (int)std::ceil(width / pixel)),
+            std::max(1, (int)std::ceil(height / pixel))};
+}
+
+/* The grid's area on a page whose unit is that many points.  It ends within its last pixels, so
+ * that no rounding gives the renderer one more. */
+Box boxOf(const Grid &grid, double unit)
+{
+    constexpr double SHORT = 0.01; /* pixels */
+    return {grid.left / unit, (grid.top - (grid.height - SHORT) * grid.pixel) / unit,
+            (grid.left + (grid.width - SHORT) * grid.pixel) / unit, grid.top / unit};
+}
+
+/* The next number of a pixmap's header; -1: there is none. */
+long headerNumber(const std::string &pixmap, size_t *at)
+{
+    while (*at < pixmap.size() && isWhite(pixmap[*at]))
+        ++*at;
+    long value = -1;
+    for (; *at < pixmap.size() && pixmap[*at] >= '0' && pixmap[*at] <= '9'; ++*at)
+        value = std::min(std::max(value, 0l) * 10 + (pixmap[*at] - '0'), 1l << 30);
+    return value;
+}
+
+/* Pixels of red, green and blue; nothing when they are not what was asked for. */
+std::string pixelsOf(const std::string &pixmap, const Grid &grid)
+{
+    if (pixmap.compare(0, 2, "P6") != 0)
+        return "";
+    size_t at = 2;
+    long width = headerNumber(pixmap, &at), height = headerNumber(pixmap, &at);
+    bool isRight = width == grid.width && height == grid.height && headerNumber(pixmap, &at) == 255;
+    size_t size = (size_t)grid.width * (size_t)grid.height * 3;
+    if (!isRight || pixmap.size() < at + 1 || pixmap.size() - at - 1 < size)
+        return "";
+    return pixmap.substr(at + 1, size);
+}
+
+bool isGray(const std::string &pixels)
+{
+    for (size_t i = 0; i + 2 < pixels.size(); i += 3)
+        if (pixels[i] != pixels[i + 1] || pixels[i] != pixels[i + 2])
+            return false;
+    return true;
+}
+
+QPDFObjectHandle imageOf(Document *document, const std::string &pixels, const Grid &grid)
+{
+    PackedImage image;
+    image.width = grid.width;
+    image.height = grid.height;
+    bool gray = isGray(pixels);
+    image.components = gray ? 1 : 3;
+    image.space = QPDFObjectHandle::newName(gray ? "/DeviceGray" : "/DeviceRGB");
+    if (!gray) {
+        image.bytes = pixels;
+    } else {
+        image.bytes.reserve(pixels.size() / 3);
+        for (size_t i = 0; i < pixels.size(); i += 3)
+            image.bytes.push_back(pixels[i]);
+    }
+    return newImage(document, image, ImageCode::FLATE);
+}
+
+struct Rendering {
+    Document *document;
+    QPDFObjectHandle page; /* of the original */
+    double unit;
+    bool isMissing = false;
+};
+
+/* The region as an image; null when the renderer does not do it. */
+QPDFObjectHandle render(Rendering *rendering, const Grid &grid)
+{
+    ProgramCall call;
+    double resolution = POINTS_PER_INCH / grid.pixel * rendering->unit;
+    call.command = {"pdftoppm", "-q", "-r", numberText(resolution), "-hide-annotations", "{0}"};
+    call.inputs = {singlePage(rendering->page, boxOf(grid, rendering->unit))};
+    call.seconds = RENDER_SECONDS;
+    call.memoryBytes = RENDER_MEMORY;
+    call.outputBytes = (uint64_t)grid.width * (uint64_t)grid.height * 3 + 1024;
+    ProgramOutcome outcome = runLimited(call, rendering->document->options.scratch);
+    rendering->isMissing |= outcome.status == ProgramStatus::MISSING;
+    std::string pixels = pixelsOf(outcome.output, grid);
+    return pixels.empty() ? QPDFObjectHandle::newNull()
+                          : imageOf(rendering->document, pixels, grid);
+}
+
+/* ---- on the page ---- */
+
+/* Adds images to resources that may be other pages' too. */
+void addImages(Page *page, const std::map<std::string, QPDFObjectHandle> &images)
+{
+    QPDFObjectHandle resources = page->object.getKey("/Resources");
+    resources =
+        resources.isDictionary() ? resources.shallowCopy() : QPDFObjectHandle::newDictionary();
+    QPDFObjectHandle entries = resources.getKey("/XObject");
+    entries = entries.isDictionary() ? entries.shallowCopy() : QPDFObjectHandle::newDictionary();
+    for (auto &[name, image] : images) {
+        entries.replaceKey(name, image);
+        page->usage.names[XOBJECT].insert(name);
+    }
+    resources.replaceKey("/XObject", entries);
+    page->object.replaceKey("/Resources", resources);
+}
+
+std::string paintText(const Grid &grid, const std::string &name)
+{
+    double width = grid.width * grid.pixel, height = grid.height * grid.pixel;
+    return "q " + numberText(width) + " 0 0 " + numberText(height) + " " + numberText(grid.left) +
+           " " + numberText(grid.top - height) + " cm " + name + " Do Q\n";
+}
+
+/* Answers the number of regions painted. */
+size_t paintAll(Rendering *rendering, Page *page)
+{
+    Document *document = rendering->document;
+    std::map<std::string, QPDFObjectHandle> images;
+    std::string content;
+    int resolution = document->options.resolution;
+    for (const Box &box : page->regions) {
+        Grid grid = gridOf(box, resolution);
+        QPDFObjectHandle image = render(rendering, grid);
+        if (image.isNull())
+            continue;
+        std::string name = "/PrRegion" + std::to_string(++document->uniqueNames);
+        images[name] = image;
+        content += paintText(grid, name);
+    }
+    if (images.empty())
+        return 0;
+    surroundContent(document, page, "", content);
+    addImages(page, images);
+    return images.size();
+}
+
+std::string listOf(const std::set<std::string> &reasons)
+{
+    std::string list;
+    for (const std::string &reason : reasons)
+        list += (list.empty() ? "" : ", ") + reason;
+    return list;
+}
+
+void noticeRegions(Document *document, const Page &page, const Rendering &rendering, size_t done)
+{
+    std::string reasons = listOf(page.regionReasons);
+    double share = sumOf(page.regions) / std::max(areaOf(paperBox(page)), 1.0);
+    std::string percent = std::to_string(std::max(1l, std::min(100l, std::lround(share * 100))));
+    if (done > 0)
+        notice(document, "REGION", page.number,
+               percent + " % of the page become pixels: " + reasons + ".");
+    if (done < page.regions.size())
+        notice(document, "NORENDERER", page.number,
+               rendering.isMissing
+                   ? "It is not drawn exactly without the program pdftoppm: " + reasons + "."
+                   : "It is not drawn exactly, pdftoppm has failed: " + reasons + ".");
+}
+
+} // namespace
+
+void addRegion(Document *document, Page *page, const Box &box, const std::string &reason)
+{
+    Box paper = paperBox(*page);
+    Box seen = intersection(box, paper);
+    if (isEmpty(seen) || areaOf(seen) <= 0)
+        return;
+    page->regions.push_back(intersection(grown(seen, MARGIN), paper));
+    page->regionReasons.insert(reason);
+    document->needs |= NEED_CONTENT;
+    mergeBoxes(&page->regions);
+    if (sumOf(page->regions) > WHOLE_PAGE_SHARE * areaOf(paper))
+        page->regions = {paper};
+}
+
+bool isInRegion(const Page &page, const Box &box)
+{
+    return std::any_of(page.regions.begin(), page.regions.end(),
+                       [&](const Box &region) { return contains(region, box); });
+}
+
+void paintRegions(Document *document, Page *page)
+{
+    if (page->regions.empty())
+        return;
+    Page *source = pageOfOriginal(document, *page);
+    if (!source)
+        throw LimitReached{"The page cannot be read again to draw parts of it."};
+    Rendering rendering{document, source->object, unitOf(*source)};
+    size_t done = paintAll(&rendering, page);
+    noticeRegions(document, *page, rendering, done);
+    page->regions.clear();
+}
+
+} // namespace prepare
