@@ -1,14 +1,7 @@
 # embed.cmake - writes the prolog and the trailer as C++ arrays
 #   cmake -DPROLOG=file -DTRAILER=file -DOUTPUT=file -P embed.cmake
 
-# array_of(FILE NAME VARIABLE): the definition of an array with the file's bytes
-function(array_of file name variable)
-    file(READ ${file} digits HEX)
-    string(REGEX REPLACE "(................................)" "\\1\n" digits "${digits}")
-    string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," digits "${digits}")
-    set(${variable} "const unsigned char ${name}[] = {\n${digits}\n};\n" PARENT_SCOPE)
-endfunction()
-
+include(${CMAKE_CURRENT_LIST_DIR}/array_of.cmake)
 array_of(${PROLOG} prologBytes prolog)
 array_of(${TRAILER} trailerBytes trailer)
 file(WRITE ${OUTPUT} "/* Made by library/embed.cmake. */

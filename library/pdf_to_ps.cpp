@@ -13,7 +13,7 @@
 
 #include "library/builtin.h"
 #include "tools/zolak1_3/pdf_to_ps/frame/conversion.h"
-#include "tools/zolak1_3/pdf_to_ps/frame/zolak_class.h"
+#include "tools/zolak1_3/pdf_to_ps/frame/framework.h"
 #include "zelkov/host.h"
 
 namespace pdf_to_ps {
@@ -115,29 +115,6 @@ PostScriptPart partOf(const char *path, const BuiltinFile &builtin, std::string 
 
 /* ---- one call */
 
-/* The controller and the instance of one call. */
-struct Framework {
-    ZelkovController *controller = nullptr;
-    ConverterInstance *instance = nullptr;
-
-    bool create()
-    {
-        if (ZelkovClass *cls = control_baseclass_init())
-            controller = zelkov_create_inst(cls);
-        if (ZelkovClass *cls = zolak_baseclass_init())
-            instance = reinterpret_cast<ConverterInstance *>(zelkov_create_inst(cls));
-        return controller && instance;
-    }
-    Framework() = default;
-    ~Framework()
-    {
-        zelkov_free_inst(reinterpret_cast<ZelkovInstance *>(instance));
-        zelkov_free_inst(controller);
-    }
-    Framework(const Framework &) = delete;
-    Framework &operator=(const Framework &) = delete;
-};
-
 bool isUsable(const Input &input, const Output &output, const Options &options)
 {
     bool hasInput = input.path || input.descriptor >= 0 || input.bytes;
@@ -175,11 +152,8 @@ Result convertOne(const Input &input, const Output &output, const Options &optio
         hear(hearer, "ZOLAK", SEVERITY_ERROR, "out of memory", "Out of memory");
         return {Status::failed, 0, 0};
     }
-    ConversionRun *run = &framework.instance->run;
+    ConversionRun *run = framework.begin(hearMessage, &hearer);
     hearer.run = run;
-    control_adopt(framework.controller, &framework.instance->header);
-    control_listen(framework.controller, hearMessage, &hearer);
-    run->controller = framework.controller;
 
     ConversionFiles files;
     files.inputName = inputName(input);

@@ -9,6 +9,7 @@
 #include "tools/zolak1_3/pdf_to_ps/reader/names.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/strings.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/entries.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/functions.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/lexer.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/serializer.h"
@@ -251,12 +252,15 @@ uint32_t WriteColorSpace(ConversionRun *run)
     return peekType(run) == PDF_NAME ? writeNamedSpace(run) : writeArraySpace(run);
 }
 
+bool DefineColorSpace(ConversionRun *run, const char *key)
+{
+    fputstr(run->output, key);
+    WriteColorSpace(run);
+    fputstr(run->output, "/ColorSpace defineRes pop");
+    return true;
+}
+
 void DefineColorSpaceResources(ConversionRun *run, const PdfDict *dict)
 {
-    for (int32_t i = 0; i < dict->count && countResourceEntry(run); i++) {
-        fputp(run->input, dict->entries[i].value);
-        fputstr(run->output, dictKey(dict, i));
-        WriteColorSpace(run);
-        fputstr(run->output, "/ColorSpace defineRes pop");
-    }
+    defineEntries(run, dict, DefineColorSpace);
 }

@@ -11,7 +11,10 @@
  * family that is not supported writes nothing. */
 uint32_t WriteColorSpace(ConversionRun *run);
 
-/* Defines every entry of a /ColorSpace resource dictionary. */
+/* Writes the space at the input's position as a resource under its name, with its slash. */
+bool DefineColorSpace(ConversionRun *run, const char *key);
+
+/* The same for every entry of a /ColorSpace resource dictionary. */
 void DefineColorSpaceResources(ConversionRun *run, const PdfDict *dict);
 
 #endif

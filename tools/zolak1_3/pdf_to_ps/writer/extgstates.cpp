@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/entries.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/functions.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/halftones.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/reportlines.h"
@@ -93,8 +94,9 @@ bool writeTransfer(ConversionRun *run, const PdfDict *state, const char *name)
     return true;
 }
 
-/* Writes one state; false when the walk has to end. */
-bool writeState(ConversionRun *run, const char *name)
+} // namespace
+
+bool DefineExtGState(ConversionRun *run, const char *name)
 {
     DictPtr dict = readDict(run);
     if (!dict) {
@@ -123,13 +125,7 @@ bool writeState(ConversionRun *run, const char *name)
     return true;
 }
 
-} // namespace
-
 void DefineExtGStateResources(ConversionRun *run, const PdfDict *dict)
 {
-    for (int32_t i = 0; i < dict->count && countResourceEntry(run); i++) {
-        fputp(run->input, dict->entries[i].value);
-        if (!writeState(run, dictKey(dict, i)))
-            return;
-    }
+    defineEntries(run, dict, DefineExtGState);
 }

@@ -6,7 +6,11 @@
 
 #include "tools/zolak1_3/pdf_to_ps/writer/run.h"
 
-/* Defines every entry of an /ExtGState resource dictionary. */
+/* Writes the state at the input's position under its resource name, with its slash; false when the
+ * walk over the dictionary has to end. */
+bool DefineExtGState(ConversionRun *run, const char *name);
+
+/* The same for every entry of an /ExtGState resource dictionary. */
 void DefineExtGStateResources(ConversionRun *run, const PdfDict *dict);
 
 #endif

@@ -12,6 +12,7 @@
 #include "tools/zolak1_3/pdf_to_ps/reader/names.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/streams.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/entries.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/encodings.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/reportlines.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/type3fonts.h"
@@ -207,8 +208,9 @@ bool writeAdjustedFont(ConversionRun *run, const char *key, const PdfDict *font)
     return true;
 }
 
-/* Writes one font; false when the walk has to end. */
-bool writeFont(ConversionRun *run, const char *key)
+} // namespace
+
+bool DefineFont(ConversionRun *run, const char *key)
 {
     DictPtr font = readDict(run);
     if (!font)
@@ -231,13 +233,7 @@ bool writeFont(ConversionRun *run, const char *key)
     return true;
 }
 
-} // namespace
-
 void DefineFontResources(ConversionRun *run, const PdfDict *dict)
 {
-    for (int32_t i = 0; i < dict->count && countResourceEntry(run); i++) {
-        fputp(run->input, dict->entries[i].value);
-        if (!writeFont(run, dictKey(dict, i)))
-            return;
-    }
+    defineEntries(run, dict, DefineFont);
 }

@@ -12,11 +12,6 @@
 
 namespace {
 
-/* A rectangle after rotation, its corners in order; wide enough for every box. */
-struct Rectangle {
-    int64_t x1, y1, x2, y2;
-};
-
 int64_t nint(double value)
 {
     return std::llround(value); /* halves away from zero */
@@ -41,7 +36,8 @@ Rectangle intersect(const Rectangle &a, const Rectangle &b)
     return {std::max(a.x1, b.x1), std::max(a.y1, b.y1), std::min(a.x2, b.x2), std::min(a.y2, b.y2)};
 }
 
-/* The visible part of the page as it lies on the paper. */
+} // namespace
+
 Rectangle pageRectangle(const PageAttributes &attributes)
 {
     double angle = (double)attributes.rotation * 6.283185307179586 / 360.0;
@@ -50,6 +46,8 @@ Rectangle pageRectangle(const PageAttributes &attributes)
         page = intersect(page, rotateBox(attributes.CropBox, angle));
     return page;
 }
+
+namespace {
 
 /* Writes the streams of a /Contents array; false once the error flag is set. */
 bool writeContentArray(ConversionRun *run, const PdfArray *array)

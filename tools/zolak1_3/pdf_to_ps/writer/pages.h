@@ -12,6 +12,11 @@ struct PageBox {
     int32_t llx, lly, urx, ury;
 };
 
+/* A rectangle after rotation, its corners in order; wide enough for every box. */
+struct Rectangle {
+    int64_t x1, y1, x2, y2;
+};
+
 /* What a page inherits from the nodes above it, handed down by value.  The containers belong to
  * the node that read them. */
 struct PageAttributes {
@@ -23,6 +28,10 @@ struct PageAttributes {
     const PdfArray *contentArray; /* one of the two, or neither */
     const PdfStream *contentStream;
 };
+
+/* The visible part of the page as it lies on the paper: what is to become of (0, 0), and the size.
+ * Not above 0 where the page has no area. */
+Rectangle pageRectangle(const PageAttributes &attributes);
 
 /* Writes one page. */
 void writePageDescription(ConversionRun *run, const PageAttributes &attributes);

@@ -13,18 +13,6 @@
 
 namespace {
 
-struct ResourceKind {
-    const char *key;
-    void (*define)(ConversionRun *, const PdfDict *);
-};
-
-constexpr ResourceKind resourceKinds[] = {
-    {"/XObject", DefineXObjectResources},
-    {"/Font", DefineFontResources},
-    {"/ExtGState", DefineExtGStateResources},
-    {"/ColorSpace", DefineColorSpaceResources},
-};
-
 /* Writes the resources of one kind; false when they could not be read. */
 bool writeKind(ConversionRun *run, const PdfDict *resources, const ResourceKind &kind)
 {
@@ -36,11 +24,18 @@ bool writeKind(ConversionRun *run, const PdfDict *resources, const ResourceKind 
                     "Not enough memory to run properly. PDF reader will continue, though.");
         return false;
     }
-    kind.define(run, entries.get());
+    defineEntries(run, entries.get(), kind.define);
     return true;
 }
 
 } // namespace
+
+const ResourceKind resourceKinds[RESOURCE_KINDS] = {
+    {"/XObject", DefineXObject},
+    {"/Font", DefineFont},
+    {"/ExtGState", DefineExtGState},
+    {"/ColorSpace", DefineColorSpace},
+};
 
 void writeResources(ConversionRun *run, const PdfDict *resources)
 {

@@ -45,6 +45,14 @@ struct ConversionRun : PdfReader {
      * resources again, and write them through here. */
     void (*writeResources)(ConversionRun *run, const PdfDict *resources);
 
+    /* Hears that `count` bytes of the input, from `start` on, go into the output now as they stand;
+     * with a count of 0, that they are through.  Null: nobody wants to know.  The input's position
+     * may be moved. */
+    void (*passThrough)(ConversionRun *run, uint32_t start, uint32_t count);
+
+    /* Whatever stands behind the hooks above; the converter does not look at it. */
+    void *plan;
+
     /* Writes a page that the page tree has led to. */
     void (*writePage)(ConversionRun *run, const PageAttributes &attributes);
 };

@@ -140,6 +140,26 @@ bool countValue(ConversionRun *run)
     return false;
 }
 
+/* Tells who wants to know that data passes through, for as long as it lives. */
+class PassThrough {
+  public:
+    PassThrough(ConversionRun *passed, ValuePosition start, int32_t count) : run(passed)
+    {
+        if (run->passThrough && count > 0)
+            run->passThrough(run, start, (uint32_t)count);
+    }
+    ~PassThrough()
+    {
+        if (run->passThrough)
+            run->passThrough(run, 0, 0);
+    }
+    PassThrough(const PassThrough &) = delete;
+    PassThrough &operator=(const PassThrough &) = delete;
+
+  private:
+    ConversionRun *run;
+};
+
 } // namespace
 
 void writePiece(ConversionRun *run, const char *text)
@@ -212,6 +232,7 @@ void copyStreamData(ConversionRun *run, ValuePosition start, int32_t count)
 {
     char buffer[COPY_BYTES];
     uint32_t before = fgetp(run->input);
+    PassThrough passing(run, start, count);
     fputp(run->input, start);
     size_t left = count > 0 ? (size_t)count : 0;
     while (left > 0) {

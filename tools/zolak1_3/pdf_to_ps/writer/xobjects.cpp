@@ -10,6 +10,7 @@
 
 #include "tools/zolak1_3/pdf_to_ps/reader/names.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/objects.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/entries.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/colorspaces.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/contents.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/reportlines.h"
@@ -49,20 +50,23 @@ void writeXObject(ConversionRun *run, const char *subtype, const char *key, cons
 
 } // namespace
 
+bool DefineXObject(ConversionRun *run, const char *key)
+{
+    StreamPtr stream = readStream(run);
+    if (run->errorFlag)
+        return false;
+    if (findKey(run, stream->dict, "/Subtype") < 0)
+        return true;
+    NamePtr subtype = readName(run);
+    if (run->errorFlag)
+        return false;
+    writeXObject(run, subtype.get(), key, stream.get());
+    return true;
+}
+
 void DefineXObjectResources(ConversionRun *run, const PdfDict *dict)
 {
-    for (int32_t i = 0; i < dict->count && countResourceEntry(run); i++) {
-        fputp(run->input, dict->entries[i].value);
-        StreamPtr stream = readStream(run);
-        if (run->errorFlag)
-            return;
-        if (findKey(run, stream->dict, "/Subtype") < 0)
-            continue;
-        NamePtr subtype = readName(run);
-        if (run->errorFlag)
-            return;
-        writeXObject(run, subtype.get(), dictKey(dict, i), stream.get());
-    }
+    defineEntries(run, dict, DefineXObject);
 }
 
 void WriteImageXObject(ConversionRun *run, const char *key, const PdfStream *stream)

@@ -7,7 +7,11 @@
 #include "tools/zolak1_3/pdf_to_ps/reader/streams.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/run.h"
 
-/* Writes every entry of an /XObject resource dictionary, by its /Subtype. */
+/* Writes the XObject at the input's position by its /Subtype, under its resource name, `key`, with
+ * its slash; false when the walk over the dictionary has to end. */
+bool DefineXObject(ConversionRun *run, const char *key);
+
+/* The same for every entry of an /XObject resource dictionary. */
 void DefineXObjectResources(ConversionRun *run, const PdfDict *dict);
 
 /* Write one image or form under its resource name, `key`, with its slash. */

@@ -1,0 +1,26 @@
+/*
+ * comments.h - the comments that give a job its structure
+ */
+#ifndef JOB_COMMENTS_H
+#define JOB_COMMENTS_H
+
+#include "job/place.h"
+#include "job/plan.h"
+
+namespace job {
+
+/* A text for a comment: printable, at most 200 bytes, in parentheses. */
+std::string commentText(const std::string &text);
+
+/* The comments in front of the prolog. */
+void writeHeader(ZFile *job, const Options &options, const Plan &plan);
+
+/* Device settings: copies and duplex. */
+void writeDeviceSettings(ZFile *job, const Options &options);
+
+/* The comments in front of a page, up to the end of its setup.  `ordinal` counts from 1. */
+void writePageComments(ZFile *job, const Options &options, const PlannedPage &page, int ordinal);
+
+} // namespace job
+
+#endif

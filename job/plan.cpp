@@ -1,0 +1,326 @@
+/*
+ * plan.cpp - counts how often each resource is defined, and decides what stands once
+ */
+#include "job/plan.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "job/labels.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/lexer.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/names.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/xref.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/pagetree.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/resources.h"
+#include "zelkov/text.h"
+
+namespace job {
+
+namespace {
+
+/* A font that has been built takes several times the bytes of its program. */
+constexpr uint64_t BUILT_FONT_FACTOR = 8;
+constexpr uint64_t SMALL_RESOURCE_BYTES = 400; /* a dictionary, in the printer */
+
+constexpr const char *residentNames[] = {
+    "AvantGarde-Book",
+    "AvantGarde-BookOblique",
+    "AvantGarde-Demi",
+    "AvantGarde-DemiOblique",
+    "Bookman-Demi",
+    "Bookman-DemiItalic",
+    "Bookman-Light",
+    "Bookman-LightItalic",
+    "Courier",
+    "Courier-Bold",
+    "Courier-BoldOblique",
+    "Courier-Oblique",
+    "Helvetica",
+    "Helvetica-Bold",
+    "Helvetica-BoldOblique",
+    "Helvetica-Narrow",
+    "Helvetica-Narrow-Bold",
+    "Helvetica-Narrow-BoldOblique",
+    "Helvetica-Narrow-Oblique",
+    "Helvetica-Oblique",
+    "NewCenturySchlbk-Bold",
+    "NewCenturySchlbk-BoldItalic",
+    "NewCenturySchlbk-Italic",
+    "NewCenturySchlbk-Roman",
+    "Palatino-Bold",
+    "Palatino-BoldItalic",
+    "Palatino-Italic",
+    "Palatino-Roman",
+    "Symbol",
+    "Times-Bold",
+    "Times-BoldItalic",
+    "Times-Italic",
+    "Times-Roman",
+    "ZapfChancery-MediumItalic",
+    "ZapfDingbats",
+};
+
+struct Walk {
+    ConversionRun *run;
+    const Options *options;
+    Plan *plan;
+    uint32_t lines = 0; /* of the page */
+    int32_t depth = 0;
+};
+
+Walk &walkOf(ConversionRun *run)
+{
+    return *static_cast<Walk *>(run->plan);
+}
+
+/* A fault of the page, not of the document: it is met again, and told, when the page is written. */
+void forgive(ConversionRun *run)
+{
+    if (!run->wasCancelled)
+        run->errorFlag = 0;
+    control_endRun(run->controller);
+}
+
+/* ---- what a resource takes */
+
+bool nameIs(ConversionRun *run, const PdfDict *dict, const char *key, const char *name)
+{
+    if (findKey(run, dict, key) < 0 || peekType(run) != PDF_NAME)
+        return false;
+    NamePtr value = readName(run);
+    return value && cmpstr(value.get(), name) == 0;
+}
+
+ValuePosition nestedResources(ConversionRun *run, const PdfDict *dict)
+{
+    return findKey(run, dict, "/Resources") >= 0 ? fgetp(run->input) : 0;
+}
+
+void lookAtXObject(ConversionRun *run, PlannedResource *resource)
+{
+    StreamPtr stream = readStream(run);
+    if (!stream)
+        return;
+    resource->bytes = SMALL_RESOURCE_BYTES + (uint64_t)std::max(stream->length, 0);
+    if (nameIs(run, stream->dict, "/Subtype", "/Form"))
+        resource->nested = nestedResources(run, stream->dict);
+}
+
+/* Bytes of the program that a font descriptor holds; 0: it has none. */
+uint64_t programBytes(ConversionRun *run, const PdfDict *font)
+{
+    if (findKey(run, font, "/FontDescriptor") < 0)
+        return 0;
+    DictPtr descriptor = readDict(run);
+    uint64_t bytes = 0;
+    for (const char *key : {"/FontFile", "/FontFile2", "/FontFile3"}) {
+        if (!descriptor || findKey(run, descriptor.get(), key) < 0)
+            continue;
+        if (StreamPtr program = readStream(run))
+            bytes += (uint64_t)std::max(program->length, 0);
+    }
+    return bytes;
+}
+
+void noteResidentFont(ConversionRun *run, const PdfDict *font, Plan *plan)
+{
+    if (findKey(run, font, "/BaseFont") < 0 || peekType(run) != PDF_NAME)
+        return;
+    NamePtr name = readName(run);
+    if (!name)
+        return;
+    for (const char *resident : residentNames)
+        if (cmpstr(name.get() + 1, resident) == 0)
+            plan->residentFonts.insert(resident);
+}
+
+void lookAtFont(ConversionRun *run, PlannedResource *resource, Plan *plan)
+{
+    DictPtr font = readDict(run);
+    if (!font)
+        return;
+    if (nameIs(run, font.get(), "/Subtype", "/Type3")) {
+        resource->nested = nestedResources(run, font.get());
+        resource->bytes = 64 * SMALL_RESOURCE_BYTES;
+        return;
+    }
+    uint64_t bytes = programBytes(run, font.get());
+    if (bytes == 0)
+        noteResidentFont(run, font.get(), plan);
+    resource->bytes = (SMALL_RESOURCE_BYTES + bytes) * BUILT_FONT_FACTOR;
+}
+
+void lookAt(Walk &walk, PlannedResource *resource)
+{
+    resource->bytes = SMALL_RESOURCE_BYTES;
+    fputp(walk.run->input, resource->position);
+    if (resource->role == ROLE_XOBJECT)
+        lookAtXObject(walk.run, resource);
+    else if (resource->role == ROLE_FONT)
+        lookAtFont(walk.run, resource, walk.plan);
+    if (walk.run->errorFlag)
+        forgive(walk.run);
+}
+
+/* The resource that is known by `key`, looked at when it is new; its index. */
+uint32_t note(Walk &walk, ValuePosition key, ValuePosition position, uint8_t role)
+{
+    Plan &plan = *walk.plan;
+    auto [found, isNew] = plan.index.try_emplace(key, (uint32_t)plan.resources.size());
+    uint32_t index = found->second;
+    if (isNew) {
+        PlannedResource resource = {};
+        resource.position = position;
+        resource.role = role;
+        resource.shared = -1;
+        if (role != ROLE_CONTENT)
+            lookAt(walk, &resource);
+        plan.resources.push_back(resource);
+    }
+    plan.resources[index].uses++;
+    return index;
+}
+
+/* ---- the walk */
+
+void visitResources(Walk &walk, ValuePosition dictionary);
+
+void visitEntries(Walk &walk, const PdfDict *entries, uint8_t role)
+{
+    for (int32_t i = 0; i < entries->count && ++walk.lines <= LINES_LIMIT; i++) {
+        uint32_t index = note(walk, entries->entries[i].value, entries->entries[i].value, role);
+        if (ValuePosition nested = walk.plan->resources[index].nested)
+            visitResources(walk, nested);
+        if (walk.run->errorFlag)
+            return;
+    }
+}
+
+void visitKinds(Walk &walk, const PdfDict *resources)
+{
+    for (uint8_t role = 0; role < RESOURCE_KINDS; role++) {
+        if (findKey(walk.run, resources, resourceKinds[role].key) < 0)
+            continue;
+        if (DictPtr entries = readDict(walk.run))
+            visitEntries(walk, entries.get(), role);
+    }
+}
+
+void visitResources(Walk &walk, ValuePosition dictionary)
+{
+    if (walk.depth >= NESTING_LIMIT)
+        return;
+    walk.depth++;
+    fputp(walk.run->input, dictionary);
+    if (DictPtr resources = readDict(walk.run))
+        visitKinds(walk, resources.get());
+    walk.depth--;
+}
+
+void noteContent(Walk &walk, const PdfStream *stream)
+{
+    uint32_t index = note(walk, stream->dataPosition, stream->dictPosition, ROLE_CONTENT);
+    walk.plan->resources[index].bytes =
+        SMALL_RESOURCE_BYTES + (uint64_t)std::max(stream->length, 0);
+}
+
+void visitContents(Walk &walk, const PageAttributes &attributes)
+{
+    if (attributes.contentStream)
+        noteContent(walk, attributes.contentStream);
+    for (int32_t i = 0; attributes.contentArray && i < attributes.contentArray->count; i++) {
+        fputp(walk.run->input, attributes.contentArray->items[i]);
+        StreamPtr stream = readStream(walk.run);
+        if (!stream)
+            return;
+        noteContent(walk, stream.get());
+    }
+}
+
+bool isChosen(const Options &options, int page)
+{
+    if (options.pages.empty())
+        return true;
+    return std::any_of(options.pages.begin(), options.pages.end(), [&](const auto &range) {
+        return range.first <= page && page <= range.second;
+    });
+}
+
+void planPage(ConversionRun *run, const PageAttributes &attributes)
+{
+    Walk &walk = walkOf(run);
+    int page = run->currentPage;
+    if (!isChosen(*walk.options, page))
+        return;
+    int number = walk.options->pageNumber ? walk.options->pageNumber(page) : page;
+    walk.plan->pages.push_back({page, number, pageRectangle(attributes), std::to_string(number)});
+    walk.lines = 0;
+    if (attributes.resources)
+        visitKinds(walk, attributes.resources);
+    if (run->errorFlag)
+        forgive(run);
+    visitContents(walk, attributes);
+    if (run->errorFlag)
+        forgive(run);
+}
+
+/* ---- what is shared */
+
+/* Fonts first, since they have to be built, then what saves most. */
+bool isBetterToShare(const PlannedResource &a, const PlannedResource &b)
+{
+    bool aIsFont = a.role == ROLE_FONT, bIsFont = b.role == ROLE_FONT;
+    if (aIsFont != bIsFont)
+        return aIsFont;
+    return a.bytes * (a.uses - 1) > b.bytes * (b.uses - 1);
+}
+
+void chooseShared(Plan *plan, uint64_t budget)
+{
+    std::vector<uint32_t> wanted;
+    for (uint32_t i = 0; i < plan->resources.size(); i++)
+        if (plan->resources[i].uses > 1)
+            wanted.push_back(i);
+    std::stable_sort(wanted.begin(), wanted.end(), [&](uint32_t a, uint32_t b) {
+        return isBetterToShare(plan->resources[a], plan->resources[b]);
+    });
+    for (uint32_t i : wanted) {
+        PlannedResource &resource = plan->resources[i];
+        if (resource.bytes > budget)
+            continue;
+        budget -= resource.bytes;
+        resource.shared = 0;
+    }
+    for (uint32_t i = 0; i < plan->resources.size(); i++)
+        if (plan->resources[i].shared == 0) {
+            plan->resources[i].shared = (int32_t)plan->shared.size();
+            plan->shared.push_back(i);
+        }
+}
+
+} // namespace
+
+void findPageTree(ConversionRun *run)
+{
+    checkCatalog(run);
+}
+
+void makePlan(ConversionRun *run, const Options &options, Plan *plan)
+{
+    Walk walk = {run, &options, plan};
+    run->plan = &walk;
+    run->writePage = planPage;
+    findPageTree(run);
+    PageAttributes attributes = {};
+    int64_t pageCounter = 0;
+    walkPageTree(run, attributes, &pageCounter);
+    run->plan = nullptr;
+    if (run->errorFlag)
+        return;
+    chooseShared(plan, options.printerMemory);
+    readLabels(run, plan);
+    if (run->errorFlag)
+        forgive(run);
+}
+
+} // namespace job

@@ -1,0 +1,427 @@
+/*
+ * section.cpp - the stages of a section: a compressor, ASCII85 or a spool, the job
+ */
+#include "job/section.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include <zlib.h>
+
+#include "job/lzw.h"
+#include "zelkov/format.h"
+
+namespace job {
+
+namespace {
+
+constexpr size_t LINE_LENGTH = 100;      /* of ASCII85; far below what any printer takes */
+constexpr size_t SPOOL_MEMORY = 4 << 20; /* then it goes into a temporary file */
+
+/* ---- ASCII85 */
+
+/* Lines of ASCII85 into the job.  No line begins with a percent sign: it would look like a comment
+ * of the document's structure. */
+class Ascii85 : public ByteSink {
+  public:
+    explicit Ascii85(ZFile *to) : job(to) {}
+
+    void write(Bytes bytes) override
+    {
+        for (uint8_t byte : bytes) {
+            group = group << 8 | byte;
+            if (++inGroup == 4)
+                writeGroup();
+        }
+    }
+
+    void finish()
+    {
+        if (inGroup > 0) {
+            int digits = inGroup + 1;
+            group <<= 8 * (4 - inGroup);
+            char text[5];
+            digitsOf(text);
+            for (int i = 0; i < digits; i++)
+                put(text[i]);
+        }
+        fputm(job, line, filled);
+        fputstr(job, filled + 2 > LINE_LENGTH ? "\n~>" : "~>");
+    }
+
+  private:
+    void digitsOf(char *text) const
+    {
+        uint32_t rest = group;
+        for (int i = 4; i >= 0; i--, rest /= 85)
+            text[i] = (char)('!' + rest % 85);
+    }
+
+    void writeGroup()
+    {
+        if (group == 0) {
+            put('z');
+        } else {
+            char text[5];
+            digitsOf(text);
+            for (char c : text)
+                put(c);
+        }
+        group = 0;
+        inGroup = 0;
+    }
+
+    void put(char c)
+    {
+        if (filled == 0 && c == '%')
+            line[filled++] = ' ';
+        line[filled++] = c;
+        if (filled >= LINE_LENGTH) {
+            line[filled++] = '\n';
+            fputm(job, line, filled);
+            filled = 0;
+        }
+    }
+
+    ZFile *job;
+    uint32_t group = 0;
+    int inGroup = 0;
+    size_t filled = 0;
+    char line[LINE_LENGTH + 2];
+};
+
+/* ---- spool */
+
+/* Keeps bytes until it is known how many they are: first in memory, then in a temporary file. */
+class Spool : public ByteSink {
+  public:
+    ~Spool() override
+    {
+        if (file)
+            fclosx(file);
+    }
+
+    void write(Bytes bytes) override
+    {
+        total += bytes.size();
+        if (!file && memory.size() + bytes.size() > SPOOL_MEMORY && !moveToFile())
+            failure = errno;
+        if (file) {
+            if (fputm(file, bytes.data(), bytes.size()) != 0)
+                failure = errno;
+        } else {
+            memory.insert(memory.end(), bytes.begin(), bytes.end());
+        }
+    }
+
+    template <class Take> void read(Take take)
+    {
+        if (!file) {
+            take(Bytes(memory));
+            return;
+        }
+        std::vector<uint8_t> buffer(256 * 1024);
+        frewind(file);
+        while (size_t got = fgetm(file, buffer.data(), buffer.size()))
+            take(Bytes(buffer).first(got));
+        if (int error = zfile_readError(file))
+            failure = error;
+    }
+
+    uint64_t total = 0;
+    int failure = 0; /* errno of what went wrong */
+
+  private:
+    bool moveToFile()
+    {
+        file = fopent("", "section", "KV_TMP:.tmp", 0);
+        if (!file)
+            return false;
+        fputm(file, memory.data(), memory.size());
+        memory = {};
+        return true;
+    }
+
+    std::vector<uint8_t> memory;
+    ZFile *file = nullptr;
+};
+
+/* ---- compression */
+
+/* A stage that compresses; `finish` writes what is left. */
+struct Compressor : ByteSink {
+    virtual void passThrough(bool) {}
+    virtual void finish() {}
+};
+
+class Plain : public Compressor {
+  public:
+    explicit Plain(ByteSink &to) : next(to) {}
+    void write(Bytes bytes) override { next.write(bytes); }
+
+  private:
+    ByteSink &next;
+};
+
+class Flate : public Compressor {
+  public:
+    Flate(ByteSink &to, int level) : next(to), textLevel(level), buffer(64 * 1024)
+    {
+        if (deflateInit(&stream, textLevel) != Z_OK)
+            throw std::bad_alloc();
+        restart();
+    }
+    ~Flate() override { deflateEnd(&stream); }
+
+    void write(Bytes bytes) override
+    {
+        while (!bytes.empty()) {
+            Bytes part = bytes.first(std::min<size_t>(bytes.size(), 1 << 30));
+            stream.next_in = const_cast<uint8_t *>(part.data());
+            stream.avail_in = (uInt)part.size();
+            run(Z_NO_FLUSH);
+            bytes = bytes.subspan(part.size());
+        }
+    }
+
+    /* Stored blocks for what is compressed already. */
+    void passThrough(bool isCompressedAlready) override
+    {
+        int wanted = isCompressedAlready ? 0 : textLevel;
+        while (deflateParams(&stream, wanted, Z_DEFAULT_STRATEGY) == Z_BUF_ERROR)
+            flushBuffer();
+    }
+
+    void finish() override
+    {
+        run(Z_FINISH);
+        flushBuffer();
+    }
+
+  private:
+    void restart()
+    {
+        stream.next_out = buffer.data();
+        stream.avail_out = (uInt)buffer.size();
+    }
+
+    void flushBuffer()
+    {
+        next.write(Bytes(buffer).first(buffer.size() - stream.avail_out));
+        restart();
+    }
+
+    void run(int flush)
+    {
+        for (;;) {
+            int result = deflate(&stream, flush);
+            bool isFull = stream.avail_out == 0;
+            if (isFull)
+                flushBuffer();
+            if (result == Z_STREAM_END || (!isFull && stream.avail_in == 0 && flush == Z_NO_FLUSH))
+                return;
+        }
+    }
+
+    ByteSink &next;
+    int textLevel;
+    z_stream stream = {};
+    std::vector<uint8_t> buffer;
+};
+
+/* What Level 2 has: everything is kept, and then LZW or run lengths written, what is shorter. */
+class LevelTwo : public Compressor {
+  public:
+    explicit LevelTwo(ByteSink &to) : next(to) {}
+    void write(Bytes bytes) override { kept.write(bytes); }
+
+    /* Decides. */
+    const char *filterName()
+    {
+        uint64_t lzw = 0, runs = 0;
+        {
+            LzwEncoder encoder([&](Bytes bytes) { lzw += bytes.size(); });
+            RunLengthEncoder runEncoder([&](Bytes bytes) { runs += bytes.size(); });
+            kept.read([&](Bytes bytes) {
+                encoder.write(bytes);
+                runEncoder.write(bytes);
+            });
+            encoder.finish();
+            runEncoder.finish();
+        }
+        isLzw = lzw < runs;
+        return isLzw ? "/LZWDecode" : "/RunLengthDecode";
+    }
+
+    void finish() override
+    {
+        auto forward = [&](Bytes bytes) { next.write(bytes); };
+        if (isLzw)
+            encode(LzwEncoder(forward));
+        else
+            encode(RunLengthEncoder(forward));
+    }
+
+    int failure() const { return kept.failure; }
+
+  private:
+    template <class Encoder> void encode(Encoder &&encoder)
+    {
+        kept.read([&](Bytes bytes) { encoder.write(bytes); });
+        encoder.finish();
+    }
+
+    ByteSink &next;
+    Spool kept;
+    bool isLzw = true;
+};
+
+} // namespace
+
+/* ---- the section */
+
+struct SectionWriter::Stages {
+    ZFile *job;
+    Encoding encoding;
+    std::string procedure;
+    std::unique_ptr<Ascii85> ascii; /* one of these two */
+    std::unique_ptr<Spool> spool;
+    std::unique_ptr<Compressor> compressor;
+    LevelTwo *levelTwo = nullptr;
+
+    Stages(ZFile *to, const Encoding &how, const char *name, int flateLevel)
+        : job(to), encoding(how), procedure(name)
+    {
+        if (encoding.isBinary)
+            spool = std::make_unique<Spool>();
+        else
+            ascii = std::make_unique<Ascii85>(job);
+        ByteSink &next = spool ? static_cast<ByteSink &>(*spool) : *ascii;
+        if (!encoding.isCompressed) {
+            compressor = std::make_unique<Plain>(next);
+        } else if (encoding.level >= 3) {
+            compressor = std::make_unique<Flate>(next, flateLevel);
+        } else {
+            auto made = std::make_unique<LevelTwo>(next);
+            levelTwo = made.get();
+            compressor = std::move(made);
+        }
+        if (ascii && !levelTwo)
+            writeCall(filterName(), -1);
+    }
+
+    const char *filterName()
+    {
+        if (levelTwo)
+            return levelTwo->filterName();
+        return encoding.isCompressed ? "/FlateDecode" : "null";
+    }
+
+    void writeCall(const char *filter, int64_t count)
+    {
+        fputstr_arg(job, "%lld %s %s", (long long)count, filter, procedure.c_str());
+    }
+
+    void finish()
+    {
+        const char *filter = filterName();
+        if (ascii && levelTwo)
+            writeCall(filter, -1);
+        compressor->finish();
+        if (ascii) {
+            ascii->finish();
+            return;
+        }
+        /* The count of the brackets holds all that stands between them. */
+        std::string call = std::to_string(spool->total) + " " + filter + " " + procedure + "\n";
+        fputstr_arg(job, "%%%%BeginBinary: %llu",
+                    (unsigned long long)(call.size() + spool->total + 1));
+        fputm(job, call.data(), call.size());
+        spool->read([&](Bytes bytes) { fputm(job, bytes.data(), bytes.size()); });
+        fputstr(job, "");
+        fputstr(job, "%%EndBinary");
+    }
+
+    int failure() const
+    {
+        if (spool && spool->failure)
+            return spool->failure;
+        if (levelTwo && levelTwo->failure())
+            return levelTwo->failure();
+        return zfile_writeError(job);
+    }
+};
+
+SectionWriter::SectionWriter(ZFile *job, const Encoding &encoding, const char *procedure,
+                             int flateLevel)
+    : stages(std::make_unique<Stages>(job, encoding, procedure, flateLevel)),
+      input(fopensink({take, this}))
+{
+    if (!input)
+        throw std::bad_alloc();
+}
+
+SectionWriter::~SectionWriter()
+{
+    if (input)
+        fcldelete(input);
+}
+
+int SectionWriter::take(void *context, const uint8_t *bytes, size_t count)
+{
+    SectionWriter *self = static_cast<SectionWriter *>(context);
+    self->forward({bytes, count});
+    return self->stages->failure();
+}
+
+/* Hands bytes on, in pieces between which the compression changes. */
+void SectionWriter::forward(Bytes bytes)
+{
+    while (!bytes.empty()) {
+        while (!switches.empty() && switches.front().at <= taken) {
+            stages->compressor->passThrough(switches.front().isCompressedAlready);
+            switches.pop_front();
+        }
+        size_t count = bytes.size();
+        if (!switches.empty())
+            count = (size_t)std::min<uint64_t>(count, switches.front().at - taken);
+        stages->compressor->write(bytes.first(count));
+        taken += count;
+        bytes = bytes.subspan(count);
+    }
+}
+
+void SectionWriter::passThrough(bool isCompressedAlready)
+{
+    switches.push_back({zfile_written(input), isCompressedAlready});
+}
+
+bool SectionWriter::finish()
+{
+    int result = fclosx(input);
+    input = nullptr;
+    if (result == 0)
+        stages->finish();
+    errno = stages->failure();
+    return result == 0 && errno == 0;
+}
+
+bool looksCompressed(Bytes bytes)
+{
+    constexpr double MOST_BITS = 7.2; /* a byte of text has 4 or 5, of an image some 6 */
+    if (bytes.size() < 256)
+        return false;
+    size_t counts[256] = {};
+    for (uint8_t byte : bytes)
+        counts[byte]++;
+    double bits = 0;
+    for (size_t count : counts)
+        if (count > 0)
+            bits -= (double)count * std::log2((double)count / (double)bytes.size());
+    return bits / (double)bytes.size() > MOST_BITS;
+}
+
+} // namespace job

@@ -1,0 +1,70 @@
+/*
+ * preparation.cpp - pdf_prepare as a process of its own
+ */
+#include "programs/pdf_print/preparation.h"
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "programs/pdf_print/process.h"
+
+namespace {
+
+constexpr int STATUS_NEEDED = 3; /* of --probe */
+
+std::vector<std::string> commandLine(const Arguments &arguments)
+{
+    std::vector<std::string> words = {siblingProgram("pdf_prepare")};
+    if (!arguments.pageList.empty())
+        words.push_back("--pages=" + arguments.pageList);
+    if (!arguments.passwordFile.empty())
+        words.push_back("--password-file=" + arguments.passwordFile);
+    if (!arguments.annotations.empty())
+        words.push_back("--annotations=" + arguments.annotations);
+    return words;
+}
+
+/* "PREPARE-W-KEY: Page 3: text"; what is no notice has an empty key. */
+Notice readNotice(const std::string &line)
+{
+    const std::string mark = "PREPARE-W-", page = "Page ";
+    size_t colon = line.find(": ");
+    if (!line.starts_with(mark) || colon == std::string::npos)
+        return {"", line, 0};
+    Notice notice = {line.substr(mark.size(), colon - mark.size()), line.substr(colon + 2), 0};
+    if (notice.text.starts_with(page)) {
+        char *end;
+        long number = strtol(notice.text.c_str() + page.size(), &end, 10);
+        if (number > 0 && end[0] == ':' && end[1] == ' ') {
+            notice.page = (int)number;
+            notice.text = end + 2;
+        }
+    }
+    return notice;
+}
+
+} // namespace
+
+Preparation prepareDocument(const Arguments &arguments, const std::string &input,
+                            const std::string &plain,
+                            const std::function<void(const Notice &)> &notice)
+{
+    auto pass = [&](const std::string &line) { notice(readNotice(line)); };
+    std::vector<std::string> words = commandLine(arguments);
+
+    std::vector<std::string> probe = words;
+    probe.insert(probe.end(), {"--probe", "--", input});
+    ProcessResult result = runProcess(probe, pass);
+    if (!result.isStarted)
+        return errno == ENOENT || errno == EACCES ? Preparation::MISSING : Preparation::FAILED;
+    if (result.status == 0)
+        return Preparation::UNNEEDED;
+    if (result.status != STATUS_NEEDED)
+        return Preparation::FAILED;
+
+    if (!arguments.resolution.empty())
+        words.push_back("--resolution=" + arguments.resolution);
+    words.insert(words.end(), {"--", input, plain});
+    result = runProcess(words, pass);
+    return result.isStarted && result.status == 0 ? Preparation::DONE : Preparation::FAILED;
+}

@@ -1,0 +1,30 @@
+/*
+ * preparation.h - pdf_prepare as a process of its own, where a document needs it
+ */
+#ifndef PDF_PRINT_PREPARATION_H
+#define PDF_PRINT_PREPARATION_H
+
+#include <functional>
+#include <string>
+
+#include "programs/pdf_print/options.h"
+
+/* What pdf_prepare says of a document. */
+struct Notice {
+    std::string key, text;
+    int page; /* 0: the document */
+};
+
+enum class Preparation {
+    UNNEEDED, /* the document can be taken as it stands */
+    DONE,     /* `plain` holds it */
+    MISSING,  /* pdf_prepare is not installed */
+    FAILED,   /* a notice has said why */
+};
+
+/* Prepares the chosen pages of `input` into the file `plain` when that is needed. */
+Preparation prepareDocument(const Arguments &arguments, const std::string &input,
+                            const std::string &plain,
+                            const std::function<void(const Notice &)> &notice);
+
+#endif
