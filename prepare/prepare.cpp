@@ -7,6 +7,7 @@
  *   annotations   appearances as forms                           (page/annotations)
  *   boxes         one box, quarter turns, unit                     (page/boxes)
  *   scan          what the content uses and needs                  (content/scan)
+ *   images        such that the converter does not take            (images/convert)
  *   content       the passes that rewrite content, in their order  (content/rewrite)
  *   regions       what these have asked to be drawn                (paint/region)
  *
@@ -23,6 +24,7 @@
 #include "prepare/document/probe.h"
 #include "prepare/document/write.h"
 #include "prepare/fonts/store.h"
+#include "prepare/images/convert.h"
 #include "prepare/page/annotations.h"
 #include "prepare/page/boxes.h"
 #include "prepare/page/layers.h"
@@ -66,7 +68,7 @@ constexpr PagePass lookPasses[] = {
 
 /* ORDER: layers first, so that nothing is done for what is off; fonts behind everything that adds
  * or changes text; names last. */
-const ContentPass *const contentPasses[] = {&layerPass, &fontPass, &namePass};
+const ContentPass *const contentPasses[] = {&layerPass, &inlineImagePass, &fontPass, &namePass};
 
 void runContentPasses(Document *document, Page *page)
 {
@@ -171,6 +173,7 @@ Outcome prepareFile(const std::string &in, const std::string &out, const Options
             return Outcome::REFUSED;
         for (Page &page : document.pages) {
             lookAt(&document, &page);
+            guarded(&document, &page, [&] { convertImages(&document, &page); });
             guarded(&document, &page, [&] { runContentPasses(&document, &page); });
             guarded(&document, &page, [&] { paintRegions(&document, &page); });
             page.content = {};

@@ -10,6 +10,7 @@
 
 #include "prepare/content/state.h"
 #include "prepare/fonts/store.h"
+#include "prepare/images/convert.h"
 #include "prepare/page/layers.h"
 #include "prepare/page/names.h"
 
@@ -155,6 +156,8 @@ void scanXObject(Frame *frame, const std::string &name)
     QPDFObjectHandle object = use(frame, XOBJECT, name);
     if (object.isStream() && object.getDict().getKey("/Subtype").isNameAndEquals("/Form"))
         scanForm(frame, object);
+    else if (imageNeedsWork(object))
+        frame->page->needs |= NEED_IMAGES;
 }
 
 void scanShown(Frame *frame, const Operation &operation)
@@ -180,6 +183,8 @@ void scanInlineImage(Frame *frame, const Operation &operation)
         if ((tokens[i].source == "/CS" || tokens[i].source == "/ColorSpace") &&
             tokens[i + 1].kind == TokenKind::NAME)
             use(frame, COLORSPACE, nameValue(tokens[i + 1].source));
+    if (inlineImageNeedsWork(operation))
+        frame->page->needs |= NEED_INLINE_IMAGES;
 }
 
 enum class Kind { XOBJECT, GSTATE, COLORSPACE, COLOUR, SHADING, MARK, FONT, SHOW, IMAGE };

@@ -35,6 +35,8 @@ enum Need : uint32_t {
     NEED_ANNOTATIONS = 1u << 6, /* annotations to be drawn */
     NEED_LAYERS = 1u << 7,      /* optional content that is off */
     NEED_NAMES = 1u << 8,       /* resources whose names cannot stand in PostScript */
+    NEED_IMAGES = 1u << 9,      /* images of kinds that the converter does not take */
+    NEED_INLINE_IMAGES = 1u << 10,
 };
 
 /* The kinds of resources that content names. */
@@ -90,6 +92,7 @@ struct Document {
     std::set<QPDFObjGen> scannedType3;
     std::set<QPDFObjGen> inheritingForms;  /* they show text in the font around them */
     std::map<QPDFObjGen, Usage> formUsage; /* of resources that belong to forms and glyphs */
+    std::set<QPDFObjGen> convertedImages;
     bool formsHavePatterns = false;
     std::map<FormCopyKey, FormCopy> formCopyNames;
     int formCopies = 0;

@@ -26,8 +26,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /* Everything that ever stands in the directory, so that it can be removed without looking. */
-constexpr const char *fileNames[] = {"0", "1", "out"};
-constexpr char OUTPUT[] = "out";
+constexpr const char *fileNames[] = {"0", "1", "out", "err"};
+constexpr char OUTPUT[] = "out", MESSAGES[] = "err";
+constexpr uint64_t MAX_MESSAGES = 1 << 20;
 
 constexpr int STATUS_MISSING = 127; /* what the child answers when there is nothing to run */
 constexpr int STATUS_NO_START = 126;
@@ -118,13 +119,14 @@ void setLimits(const ProgramCall &call)
     limitTo(RLIMIT_CORE, 0);
 }
 
-/* Standard input is empty, output the file, messages go nowhere; nothing else is open. */
-bool arrangeFiles(const char *output)
+/* Standard input is empty, output and messages are files; nothing else is open. */
+bool arrangeFiles(const char *output, const char *messages)
 {
-    int null = open("/dev/null", O_RDWR);
+    int in = open("/dev/null", O_RDONLY);
     int out = open(output, O_WRONLY | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR);
-    if (null < 0 || out < 0 || dup2(null, STDIN_FILENO) < 0 || dup2(out, STDOUT_FILENO) < 0 ||
-        dup2(null, STDERR_FILENO) < 0)
+    int err = open(messages, O_WRONLY | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR);
+    if (in < 0 || out < 0 || err < 0 || dup2(in, STDIN_FILENO) < 0 ||
+        dup2(out, STDOUT_FILENO) < 0 || dup2(err, STDERR_FILENO) < 0)
         return false;
     return close_range(STDERR_FILENO + 1, UINT_MAX, 0) == 0;
 }
@@ -140,7 +142,7 @@ void resetSignals()
 
 struct Prepared {
     std::vector<char *> arguments, environment; /* with a null at the end */
-    const char *output;
+    const char *output, *messages;
     const char *directory; /* to run in */
 };
 
@@ -150,7 +152,7 @@ struct Prepared {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     resetSignals();
     setLimits(call);
-    if (!arrangeFiles(prepared.output) || chdir(prepared.directory) != 0)
+    if (!arrangeFiles(prepared.output, prepared.messages) || chdir(prepared.directory) != 0)
         _exit(STATUS_NO_START);
     execvpe(prepared.arguments[0], prepared.arguments.data(), prepared.environment.data());
     _exit(errno == ENOENT || errno == EACCES || errno == ENOTDIR ? STATUS_MISSING
@@ -227,9 +229,9 @@ ProgramOutcome runLimited(const ProgramCall &call, const std::string &scratchPat
     const char *path = getenv("PATH");
     std::vector<std::string> environment = {"LC_ALL=C", "HOME=/nonexistent",
                                             "PATH=" + std::string(path ? path : "/usr/bin:/bin")};
-    std::string output = scratch / OUTPUT, directory = scratch / ".";
+    std::string output = scratch / OUTPUT, messages = scratch / MESSAGES, directory = scratch / ".";
     Prepared prepared = {pointersTo(&arguments), pointersTo(&environment), output.c_str(),
-                         directory.c_str()};
+                         messages.c_str(), directory.c_str()};
     Clock::time_point deadline = Clock::now() + std::chrono::seconds(2 * call.seconds);
     pid_t child = fork();
     if (child == 0)
@@ -238,6 +240,7 @@ ProgramOutcome runLimited(const ProgramCall &call, const std::string &scratchPat
         return outcome;
     outcome.status = meaningOf(await(child, deadline));
     outcome.output = readOutput(output, call.outputBytes);
+    outcome.messages = readOutput(messages, MAX_MESSAGES);
     return outcome;
 }
 

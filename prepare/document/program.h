@@ -34,7 +34,7 @@ enum class ProgramStatus {
 
 struct ProgramOutcome {
     ProgramStatus status = ProgramStatus::NO_START;
-    std::string output; /* its standard output */
+    std::string output, messages; /* its standard output and error */
 };
 
 /* Runs the program and waits for its end.  `scratch` is the path of the directory for its files,

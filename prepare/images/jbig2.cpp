@@ -74,7 +74,8 @@ void decodeJbig2(Document *document, const std::string &data, const std::string 
     if (outcome.output.empty())
         throw LimitReached{"JBIG2 data of an image cannot be read."};
     takeBitmap(outcome.output, image);
-    image->isDamaged |= outcome.status != ProgramStatus::DONE;
+    /* What it cannot read it leaves white, and says so in its messages alone. */
+    image->isDamaged |= outcome.status != ProgramStatus::DONE || !outcome.messages.empty();
 }
 
 } // namespace prepare

@@ -219,6 +219,19 @@ void divideByAlpha(PackedImage *image)
                 *value = (uint8_t)std::min(255, (*value * 255 + alpha / 2) / alpha);
 }
 
+/* A stencil's bytes as bits. */
+void makeBits(PackedImage *image)
+{
+    std::string bytes = std::move(image->bytes);
+    size_t width = (size_t)image->width;
+    image->bits = 1;
+    image->bytes.assign(rowBytes(*image) * (size_t)image->height, '\0');
+    for (size_t y = 0; y < (size_t)image->height; y++)
+        for (size_t x = 0; x < width; x++)
+            if ((uint8_t)bytes[y * width + x] >= 128)
+                image->bytes[y * rowBytes(*image) + x / 8] |= (char)(0x80 >> x % 8);
+}
+
 struct Channels {
     std::vector<const opj_image_comp_t *> colours;
     const opj_image_comp_t *alpha = nullptr;
@@ -267,7 +280,8 @@ void decodeJpx(const std::string &data, bool wantsAlpha, PackedImage *image)
     bool isIndex = isIndexed(image->space);
     Decoded decoded = decodeData(data, isIndex, image);
     checkHeader(*decoded); /* a palette has made more components of one */
-    Channels channels = sortChannels(*decoded, componentsOfSpace(image->space));
+    int wanted = image->isMask ? 1 : componentsOfSpace(image->space);
+    Channels channels = sortChannels(*decoded, wanted);
     image->width = (int)(decoded->x1 - decoded->x0);
     image->height = (int)(decoded->y1 - decoded->y0);
     image->components = (int)channels.colours.size();
@@ -281,6 +295,8 @@ void decodeJpx(const std::string &data, bool wantsAlpha, PackedImage *image)
     if (isYcc(*decoded, channels))
         for (size_t i = 0; i < pixels; i++)
             makeRgb(bytes + 3 * i);
+    if (image->isMask)
+        return makeBits(image);
     if (!wantsAlpha || !channels.alpha)
         return;
     image->alpha.assign(pixels, 255);

@@ -10,6 +10,7 @@
 #include <algorithm>
 
 #include "prepare/fonts/store.h"
+#include "prepare/images/convert.h"
 
 namespace prepare {
 
@@ -20,27 +21,14 @@ bool isHarmless(Document *document, int category, QPDFObjectHandle value)
 {
     if (category == FONT)
         return !value.isDictionary() || fontNeed(document, value) == 0;
-    if (category == XOBJECT && value.isStream()) {
-        QPDFObjectHandle filter = value.getDict().getKey("/Filter");
-        for (const char *name : {"/JPXDecode", "/JBIG2Decode", "/Crypt"})
-            if (filter.isOrHasName(name))
-                return false;
-        return true;
-    }
+    if (category == XOBJECT && value.isStream())
+        return !imageNeedsWork(value) && !value.getDict().getKey("/Filter").isOrHasName("/Crypt");
     return category != COLORSPACE || value.isName();
-}
-
-bool isUnsupportedImage(QPDFObjectHandle value)
-{
-    if (!value.isStream())
-        return false;
-    QPDFObjectHandle filter = value.getDict().getKey("/Filter");
-    return filter.isOrHasName("/JPXDecode") || filter.isOrHasName("/JBIG2Decode");
 }
 
 /* What remains of one kind of resources. */
 QPDFObjectHandle keptOf(Document *document, QPDFObjectHandle entries, int category,
-                        const Usage &usage, int page)
+                        const Usage &usage)
 {
     QPDFObjectHandle kept = QPDFObjectHandle::newDictionary();
     for (auto &[name, value] : entriesOf(entries)) {
@@ -48,10 +36,8 @@ QPDFObjectHandle keptOf(Document *document, QPDFObjectHandle entries, int catego
             continue;
         if (category == FONT && usage.complete && isRewrittenFont(document, value))
             continue; /* its text is shown through other fonts now */
-        if (category == XOBJECT && isUnsupportedImage(value)) {
-            notice(document, "IMAGE", page, "A picture is left out: its kind of data is not read.");
-            continue;
-        }
+        if (category == XOBJECT && imageNeedsWork(value))
+            continue; /* nothing paints it, or it would have been converted */
         if (category == EXTGSTATE && value.isDictionary() && value.hasKey("/Font")) {
             value = value.shallowCopy(); /* content selects it */
             value.removeKey("/Font");
@@ -70,7 +56,7 @@ QPDFObjectHandle keptResources(Document *document, QPDFObjectHandle resources, c
         QPDFObjectHandle entries = resources.getKey(categoryKey(category));
         if (!entries.isDictionary())
             continue;
-        QPDFObjectHandle left = keptOf(document, entries, category, usage, page);
+        QPDFObjectHandle left = keptOf(document, entries, category, usage);
         if (!left.getKeys().empty())
             kept.replaceKey(categoryKey(category), left);
     }
@@ -152,7 +138,7 @@ bool resourcesNeedWork(Document *document, const Page &page)
             bool isUsed = page.usage.names[category].count(name) > 0;
             if (!isUsed && page.usage.complete && !isHarmless(document, category, value))
                 return true;
-            if (isUsed && category == XOBJECT && isUnsupportedImage(value))
+            if (isUsed && category == XOBJECT && imageNeedsWork(value))
                 return true;
         }
     return document->formsHavePatterns;

@@ -3,6 +3,8 @@
  */
 #include "tests/prepare/preparation.h"
 
+#include <cstdlib>
+
 #include <gtest/gtest.h>
 
 #include "tests/postscript/print_job.h"
@@ -117,4 +119,22 @@ std::string textOf(const std::string &pdf)
 bool holds(const std::string &text, const std::string &part)
 {
     return text.find(part) != std::string::npos;
+}
+
+size_t countOf(const std::string &text, const std::string &part)
+{
+    size_t count = 0;
+    for (size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1))
+        count++;
+    return count;
+}
+
+SearchPath::SearchPath(const std::string &path) : old(getenv("PATH"))
+{
+    setenv("PATH", path.c_str(), 1);
+}
+
+SearchPath::~SearchPath()
+{
+    setenv("PATH", old.c_str(), 1);
 }

@@ -37,4 +37,19 @@ std::string textOf(const std::string &pdf);
 
 bool holds(const std::string &text, const std::string &part);
 
+/* The number of times that a part stands in a text. */
+size_t countOf(const std::string &text, const std::string &part);
+
+/* Where programs are looked for, for as long as it lives. */
+class SearchPath {
+  public:
+    explicit SearchPath(const std::string &path);
+    ~SearchPath();
+    SearchPath(const SearchPath &) = delete;
+    SearchPath &operator=(const SearchPath &) = delete;
+
+  private:
+    std::string old;
+};
+
 #endif

@@ -70,29 +70,6 @@ Drawn withRegions(const std::string &pdf, const std::vector<Box> &boxes,
     return drawn;
 }
 
-size_t countOf(const std::string &text, const std::string &part)
-{
-    size_t count = 0;
-    for (size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1))
-        count++;
-    return count;
-}
-
-/* PATH for as long as it lives. */
-class SearchPath {
-  public:
-    explicit SearchPath(const std::string &path) : old(getenv("PATH"))
-    {
-        setenv("PATH", path.c_str(), 1);
-    }
-    ~SearchPath() { setenv("PATH", old.c_str(), 1); }
-    SearchPath(const SearchPath &) = delete;
-    SearchPath &operator=(const SearchPath &) = delete;
-
-  private:
-    std::string old;
-};
-
 const Box MIDDLE = {45.3, 52.7, 130.9, 160.2};
 
 } // namespace

@@ -1,0 +1,243 @@
+/*
+ * convert.cpp - a walk over what a page can paint, and the images met on it
+ */
+#include "prepare/images/convert.h"
+
+#include "prepare/images/decode.h"
+#include "prepare/images/encode.h"
+
+namespace prepare {
+
+namespace {
+
+constexpr int MAX_NESTING = 2 * MAX_FORM_DEPTH; /* forms and soft masks within each other */
+
+bool hasFilter(QPDFObjectHandle dict, const char *name)
+{
+    return dict.getKey("/Filter").isOrHasName(name);
+}
+
+/* ---- one image ---- */
+
+/* An image in its place that leaves no mark. */
+void blank(QPDFObjectHandle image)
+{
+    PackedImage nothing;
+    nothing.width = nothing.height = nothing.bits = 1;
+    nothing.isMask = true;
+    nothing.bytes = "\x80"; /* 1 is not painted */
+    QPDFObjectHandle dict = image.getDict();
+    for (const char *key : {"/ColorSpace", "/SMask", "/Mask", "/Decode"})
+        dict.removeKey(key);
+    dict.replaceKey("/ImageMask", QPDFObjectHandle::newBool(true));
+    replaceImage(image, nothing, ImageCode::FLATE);
+}
+
+bool isWhollyOpaque(const std::vector<uint8_t> &alpha)
+{
+    for (uint8_t value : alpha)
+        if (value != 255)
+            return false;
+    return true;
+}
+
+bool hasMask(QPDFObjectHandle dict)
+{
+    return dict.hasKey("/SMask") || dict.hasKey("/Mask");
+}
+
+/* May small errors of the values pass?  Not where they are indices, or keys are held against them,
+ * and not when the image is composed with a mask before it is written for good. */
+bool mayLoseDetail(QPDFObjectHandle dict, const PackedImage &image)
+{
+    QPDFObjectHandle space = image.space;
+    std::string family =
+        nameOr(space.isArray() && space.getArrayNItems() > 0 ? space.getArrayItem(0) : space);
+    return image.isLossy && !image.isMask && family != "/Indexed" && family != "/Lab" &&
+           !hasMask(dict);
+}
+
+void convertJpx(Document *document, QPDFObjectHandle stream, const PackedImage &image)
+{
+    QPDFObjectHandle dict = stream.getDict();
+    if (!image.isMask)
+        dict.removeKey("/Decode"); /* which JPEG 2000 does not take part in */
+    if (!isWhollyOpaque(image.alpha)) {
+        dict.removeKey("/Mask");
+        dict.replaceKey("/SMask", newGrayImage(document, image.width, image.height, image.alpha));
+    }
+    replaceImage(stream, image,
+                 image.isMask                 ? ImageCode::FAX
+                 : mayLoseDetail(dict, image) ? ImageCode::JPEG
+                                              : ImageCode::FLATE);
+}
+
+/* 16 bits to their high bytes.  Colour keys are compared before, and become a mask. */
+void convertDeep(Document *document, QPDFObjectHandle stream, const PackedImage &image)
+{
+    Samples samples = unpack(image);
+    if (!image.key.empty())
+        stream.getDict().replaceKey(
+            "/Mask", newStencil(document, samples.width, samples.height, samples.alpha));
+    PackedImage bytes = bytesAsImage(samples.width, samples.height, samples.space,
+                                     samples.components, samples.values);
+    replaceImage(stream, bytes, ImageCode::FLATE);
+}
+
+void convertStream(Document *document, const Page &page, QPDFObjectHandle stream)
+{
+    QPDFObjectHandle dict = stream.getDict();
+    if (hasFilter(dict, "/DCTDecode")) { /* its data knows its depth */
+        dict.replaceKey("/BitsPerComponent", QPDFObjectHandle::newInteger(8));
+        return;
+    }
+    PackedImage image = decodePacked(document, stream);
+    if (image.isDamaged)
+        notice(document, "DAMAGED", page.number, "Part of a picture cannot be read.");
+    if (hasFilter(dict, "/JPXDecode"))
+        convertJpx(document, stream, image);
+    else if (image.bits == 16)
+        convertDeep(document, stream, image);
+    else
+        replaceImage(stream, image, ImageCode::FAX);
+}
+
+/* Converts an image, once. */
+void convert(Document *document, const Page &page, QPDFObjectHandle image)
+{
+    if (!imageNeedsWork(image) || !document->convertedImages.insert(image.getObjGen()).second)
+        return;
+    document->needs |= NEED_IMAGES;
+    try {
+        convertStream(document, page, image);
+        return;
+    } catch (const LimitReached &limit) {
+        notice(document, "IMAGE", page.number, "A picture is left out. " + limit.text);
+    } catch (const std::bad_alloc &) {
+        notice(document, "IMAGE", page.number, "A picture is left out. It needs too much memory.");
+    }
+    blank(image);
+}
+
+/* ---- the walk ---- */
+
+struct Walk {
+    Document *document;
+    const Page *page;
+    std::set<QPDFObjGen> seen; /* forms, fonts and patterns */
+    int depth = 0;
+};
+
+void walkResources(Walk *walk, QPDFObjectHandle resources, const Usage *usage);
+
+/* Whatever has resources of its own. */
+void walkInner(Walk *walk, QPDFObjectHandle holder)
+{
+    if (holder.isIndirect() && !walk->seen.insert(holder.getObjGen()).second)
+        return;
+    if (walk->depth >= MAX_NESTING)
+        return;
+    QPDFObjectHandle resources =
+        (holder.isStream() ? holder.getDict() : holder).getKey("/Resources");
+    auto known = walk->document->formUsage.find(resources.getObjGen());
+    bool isKnown = resources.isIndirect() && known != walk->document->formUsage.end();
+    walk->depth++;
+    walkResources(walk, resources, isKnown ? &known->second : nullptr);
+    walk->depth--;
+}
+
+void walkImage(Walk *walk, QPDFObjectHandle image)
+{
+    convert(walk->document, *walk->page, image);
+    for (const char *key : {"/SMask", "/Mask"})
+        if (QPDFObjectHandle mask = image.getDict().getKey(key); mask.isStream())
+            convert(walk->document, *walk->page, mask);
+}
+
+void walkResource(Walk *walk, int category, QPDFObjectHandle value)
+{
+    QPDFObjectHandle dict = value.isStream() ? value.getDict() : value;
+    if (!dict.isDictionary())
+        return;
+    std::string subtype = nameOr(dict.getKey("/Subtype"));
+    if (category == XOBJECT && value.isStream() && subtype == "/Image")
+        return walkImage(walk, value);
+    if (category == EXTGSTATE) {
+        QPDFObjectHandle group = entryOf(dict.getKey("/SMask"), "/G");
+        if (group.isStream())
+            walkInner(walk, group);
+        return;
+    }
+    bool isForm = category == XOBJECT && value.isStream() && subtype == "/Form";
+    bool isCell = category == PATTERN && value.isStream();
+    if (isForm || isCell || (category == FONT && subtype == "/Type3"))
+        walkInner(walk, value);
+}
+
+/* The resources that `usage` names; all of them where there is none. */
+void walkResources(Walk *walk, QPDFObjectHandle resources, const Usage *usage)
+{
+    for (int category : {XOBJECT, FONT, EXTGSTATE, PATTERN})
+        for (auto &[name, value] : entriesOf(entryOf(resources, categoryKey(category)))) {
+            bool isKept = !usage || !usage->complete || usage->names[category].count(name) > 0;
+            if (isKept)
+                walkResource(walk, category, value);
+        }
+}
+
+/* ---- inline images ---- */
+
+struct InlineImageHandler : Handler {
+    bool take(Rewriter *rewriter, const Operation &operation) override;
+};
+
+bool InlineImageHandler::take(Rewriter *rewriter, const Operation &operation)
+{
+    if (operation.name != "BI" || !inlineImageNeedsWork(operation))
+        return false;
+    Document *document = rewriter->document;
+    QPDFObjectHandle image = inlineImage(document, rewriter->scope, operation);
+    if (!image.isStream())
+        return true;
+    convert(document, *rewriter->page, image);
+    emit(rewriter, nameText(addResource(rewriter, XOBJECT, "/PrI", image)) + " Do");
+    return true;
+}
+
+} // namespace
+
+bool imageNeedsWork(QPDFObjectHandle image)
+{
+    if (!image.isStream())
+        return false;
+    QPDFObjectHandle dict = image.getDict();
+    return hasFilter(dict, "/JPXDecode") || hasFilter(dict, "/JBIG2Decode") ||
+           integerOr(dict.getKey("/BitsPerComponent"), 8) == 16;
+}
+
+bool inlineImageNeedsWork(const Operation &operation)
+{
+    const std::vector<Token> &tokens = operation.operands;
+    for (size_t i = 0; i < tokens.size(); i++) {
+        std::string_view source = tokens[i].source;
+        if (source == "/JPXDecode" || source == "/JBIG2Decode")
+            return true;
+        bool isDepth = source == "/BPC" || source == "/BitsPerComponent";
+        if (isDepth && i + 1 < tokens.size() && tokens[i + 1].kind == TokenKind::NUMBER &&
+            numberValue(tokens[i + 1]) == 16)
+            return true;
+    }
+    return false;
+}
+
+void convertImages(Document *document, Page *page)
+{
+    Walk walk{document, page, {}};
+    walkResources(&walk, entryOf(*page, "/Resources"), &page->usage);
+}
+
+const ContentPass inlineImagePass = {"inline images", NEED_INLINE_IMAGES, [] {
+                                         return std::unique_ptr<Handler>(new InlineImageHandler);
+                                     }};
+
+} // namespace prepare
