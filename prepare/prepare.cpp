@@ -31,6 +31,7 @@
 #include "prepare/page/names.h"
 #include "prepare/page/resources.h"
 #include "prepare/page/structure.h"
+#include "prepare/paint/transparency.h"
 #include "prepare/paint/region.h"
 
 namespace prepare {
@@ -68,7 +69,8 @@ constexpr PagePass lookPasses[] = {
 
 /* ORDER: layers first, so that nothing is done for what is off; fonts behind everything that adds
  * or changes text; names last. */
-const ContentPass *const contentPasses[] = {&layerPass, &inlineImagePass, &fontPass, &namePass};
+const ContentPass *const contentPasses[] = {&layerPass, &inlineImagePass, &transparencyPass,
+                                            &fontPass, &namePass};
 
 void runContentPasses(Document *document, Page *page)
 {

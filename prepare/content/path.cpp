@@ -15,6 +15,20 @@ Matrix operator*(const Matrix &first, const Matrix &second)
             m.c * n.b + m.d * n.d, m.e * n.a + m.f * n.c + n.e, m.e * n.b + m.f * n.d + n.f};
 }
 
+std::optional<Matrix> inverseOf(const Matrix &m)
+{
+    double area = m.a * m.d - m.b * m.c;
+    constexpr double LEAST = 1e-14;
+    if (!std::isfinite(area) || std::abs(area) < LEAST)
+        return std::nullopt;
+    return Matrix{m.d / area,
+                  -m.b / area,
+                  -m.c / area,
+                  m.a / area,
+                  (m.c * m.f - m.d * m.e) / area,
+                  (m.b * m.e - m.a * m.f) / area};
+}
+
 bool keepsRectangles(const Matrix &m)
 {
     double close = 1e-6 * (std::abs(m.a) + std::abs(m.b) + std::abs(m.c) + std::abs(m.d));

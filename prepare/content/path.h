@@ -4,6 +4,7 @@
 #ifndef PREPARE_CONTENT_PATH_H
 #define PREPARE_CONTENT_PATH_H
 
+#include <optional>
 #include <string_view>
 
 namespace prepare {
@@ -14,6 +15,9 @@ struct Matrix {
 
 /* What `first` does and then `second`. */
 Matrix operator*(const Matrix &first, const Matrix &second);
+
+/* What undoes the matrix; nothing when it has no area. */
+std::optional<Matrix> inverseOf(const Matrix &matrix);
 
 /* Does the matrix keep rectangles parallel to the axes? */
 bool keepsRectangles(const Matrix &matrix);

@@ -11,6 +11,7 @@
 
 #include "prepare/content/scan.h"
 #include "prepare/fonts/store.h"
+#include "prepare/paint/transparency.h"
 
 namespace prepare {
 
@@ -90,6 +91,8 @@ bool takeForm(Rewriter *rewriter, const Operation &operation, std::string *name)
     QPDFObjectHandle form = findResource(rewriter->scope, XOBJECT, nameValue(operand.source));
     if (!form.isStream() || !form.getDict().getKey("/Subtype").isNameAndEquals("/Form"))
         return false;
+    if (dependsOnPlace(*rewriter, form))
+        return false; /* its handler rewrites it */
     QPDFObjectHandle resources = form.getDict().getKey("/Resources");
     bool inherits = rewriter->document->inheritingForms.count(form.getObjGen()) > 0;
     if (resources.isDictionary() && !inherits) {
@@ -152,6 +155,8 @@ void rewriteStream(Rewriter *rewriter, const std::string &content)
     for (const ContentPass *pass : *rewriter->passes)
         rewriter->handlers.push_back(pass->make());
     rewriter->state.scope = &rewriter->scope;
+    if (rewriter->page->needs & NEED_TRANSPARENCY)
+        startPainting(rewriter);
     ContentReader reader{content};
     Operation operation;
     while (readOperation(&reader, &operation))
@@ -191,6 +196,20 @@ void putResource(Rewriter *rewriter, int category, const std::string &name,
         rewriter->page->usage.names[category].insert(name);
     else if (resources.isIndirect())
         rewriter->document->formUsage[resources.getObjGen()].names[category].insert(name);
+}
+
+std::optional<std::string> rewriteForm(const Rewriter *outer, QPDFObjectHandle form,
+                                       const GraphicsState &begin)
+{
+    bool damaged = false;
+    std::string content = decodeStream(form, MAX_CONTENT_BYTES, &damaged);
+    std::unique_ptr<Rewriter> inner = innerRewriter(outer, form.getDict().getKey("/Resources"));
+    inner->state.now = begin;
+    inner->painting = outer->painting;
+    rewriteStream(inner.get(), content);
+    if (!inner->taken)
+        return std::nullopt;
+    return std::move(inner->out);
 }
 
 std::string addResource(Rewriter *rewriter, int category, const std::string &prefix,

@@ -19,6 +19,7 @@
 
 namespace prepare {
 
+struct Painting; /* paint/survey.h */
 struct Rewriter;
 
 /* One pass's view of one piece of content (a page, form or glyph); made anew for each. */
@@ -52,11 +53,17 @@ struct Rewriter {
     size_t stage = 0; /* handlers before this one have seen the operation */
     std::string out;
     bool taken = false;
+    std::shared_ptr<Painting> painting; /* what has been painted; null: nobody looks so far */
     bool isTracked = false; /* a handler has brought the state behind this operation itself */
 };
 
 /* Writes content in place of the operation that the calling handler takes. */
 void emit(Rewriter *rewriter, const std::string &content);
+
+/* Runs the content passes over a form as it is painted in one place, where its content begins in
+ * this state; nothing when it stays as it is. */
+std::optional<std::string> rewriteForm(const Rewriter *outer, QPDFObjectHandle form,
+                                       const GraphicsState &begin);
 
 /* Adds a resource under a name that stands nowhere else in the document; answers it. */
 std::string addResource(Rewriter *rewriter, int category, const std::string &prefix,

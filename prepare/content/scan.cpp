@@ -11,6 +11,7 @@
 #include "prepare/content/state.h"
 #include "prepare/fonts/store.h"
 #include "prepare/images/convert.h"
+#include "prepare/images/mask.h"
 #include "prepare/page/layers.h"
 #include "prepare/page/names.h"
 
@@ -30,6 +31,7 @@ struct Frame {
     ContentState state;
     bool hasOwnFont = false; /* a font was selected here, not outside */
     bool inheritsFont = false;
+    QPDFObjGen stream = {}; /* the form or glyph */
 };
 
 void scanStream(Frame *frame, const std::string &content);
@@ -62,6 +64,14 @@ QPDFObjectHandle use(Frame *frame, int category, const std::string &name)
     return QPDFObjectHandle::newNull();
 }
 
+/* Something transparent is painted, here and so in all that is around it. */
+void noteTransparency(Frame *frame)
+{
+    frame->page->needs |= NEED_TRANSPARENCY;
+    for (Frame *f = frame; f->outer; f = f->outer)
+        frame->document->transparentForms.insert(f->stream);
+}
+
 void setIncomplete(Frame *frame)
 {
     for (Frame *f = frame; f; f = f->outer)
@@ -91,6 +101,7 @@ void scanInner(Frame *outer, QPDFObjectHandle stream, QPDFObjectHandle resources
     frame.scope.resources = hasOwn ? resources : QPDFObjectHandle::newDictionary();
     frame.scope.outer = &outer->scope;
     frame.state.now.text = outer->state.now.text;
+    frame.stream = stream.getObjGen();
     scanStream(&frame, content);
     if (frame.inheritsFont) {
         frame.document->inheritingForms.insert(stream.getObjGen());
@@ -117,6 +128,8 @@ bool useScanned(Frame *frame, QPDFObjectHandle stream)
             use(frame, category, name);
     if (!usage.complete)
         setIncomplete(frame);
+    if (frame->document->transparentForms.count(stream.getObjGen()))
+        noteTransparency(frame);
     return true;
 }
 
@@ -156,8 +169,10 @@ void scanXObject(Frame *frame, const std::string &name)
     QPDFObjectHandle object = use(frame, XOBJECT, name);
     if (object.isStream() && object.getDict().getKey("/Subtype").isNameAndEquals("/Form"))
         scanForm(frame, object);
-    else if (imageNeedsWork(object))
+    if (object.isStream() && imageNeedsWork(object))
         frame->page->needs |= NEED_IMAGES;
+    if (isImage(object) && isMasked(object))
+        noteTransparency(frame);
 }
 
 void scanShown(Frame *frame, const Operation &operation)
@@ -249,6 +264,8 @@ void scanOperation(Frame *frame, const Operation &operation)
         scanNamed(frame, kind, name);
     }
     track(&frame->state, operation);
+    if (kind == Kind::GSTATE && !isOpaque(frame->state.now.transparency))
+        noteTransparency(frame);
     bool mayChangeFont = kind == Kind::FONT || kind == Kind::GSTATE;
     if (mayChangeFont && frame->state.now.text.font.isInitialized())
         useFont(frame, frame->state.now.text.font);

@@ -232,6 +232,22 @@ void spacedLine(ContentState *state, const Operation &operation)
     nextLine(state, operation);
 }
 
+/* Text becomes part of the clip. */
+void clipByText(ContentState *state, const Operation &)
+{
+    if (state->now.text.mode >= 4)
+        state->now.isClipRectangle = false;
+}
+
+void clipByNextLine(ContentState *state, const Operation &operation)
+{
+    clipByText(state, operation);
+    if (operation.name == "'")
+        nextLine(state, operation);
+    else
+        spacedLine(state, operation);
+}
+
 /* The colour that an operator in capitals, or not, sets. */
 Colour *colourOf(ContentState *state, const Operation &operation)
 {
@@ -306,8 +322,10 @@ const std::unordered_map<std::string_view, Tracker> trackers = {
     {"Td", moveBy},
     {"TD", moveBy},
     {"T*", nextLine},
-    {"'", nextLine},
-    {"\"", spacedLine},
+    {"Tj", clipByText},
+    {"TJ", clipByText},
+    {"'", clipByNextLine},
+    {"\"", clipByNextLine},
     {"cs", setSpace},
     {"CS", setSpace},
     {"sc", setColour},

@@ -20,9 +20,10 @@
 
 namespace prepare {
 
-struct FontStore; /* fonts/store.h */
-struct Layers;    /* page/layers.cpp */
-struct Original;  /* paint/region.cpp */
+struct FontStore;  /* fonts/store.h */
+struct Layers;     /* page/layers.cpp */
+struct FlatImages; /* paint/transparency.cpp */
+struct Original;   /* paint/region.cpp */
 
 /* What a page needs; each pass looks at its own bits. */
 enum Need : uint32_t {
@@ -37,6 +38,7 @@ enum Need : uint32_t {
     NEED_NAMES = 1u << 8,       /* resources whose names cannot stand in PostScript */
     NEED_IMAGES = 1u << 9,      /* images of kinds that the converter does not take */
     NEED_INLINE_IMAGES = 1u << 10,
+    NEED_TRANSPARENCY = 1u << 12, /* transparent paint, and masked images */
 };
 
 /* The kinds of resources that content names. */
@@ -90,11 +92,15 @@ struct Document {
     std::map<std::pair<QPDFObjGen, QPDFObjGen>, Usage> scannedForms; /* by form and font around */
     std::set<QPDFObjGen> rewrittenForms;                             /* and Type 3 fonts */
     std::set<QPDFObjGen> scannedType3;
+    std::set<QPDFObjGen> transparentForms; /* they paint transparent things, or masked images */
     std::set<QPDFObjGen> inheritingForms;  /* they show text in the font around them */
     std::map<QPDFObjGen, Usage> formUsage; /* of resources that belong to forms and glyphs */
     std::set<QPDFObjGen> convertedImages;
     bool formsHavePatterns = false;
     std::map<FormCopyKey, FormCopy> formCopyNames;
+    std::map<std::pair<QPDFObjGen, std::string>, FormCopy> placedForms; /* by their new content */
+    std::shared_ptr<FlatImages> flatImages;                             /* null: none so far */
+    std::set<QPDFObjGen> flatImagesUsed, maskedImagesUsed; /* images under other names, and not */
     int formCopies = 0;
     int uniqueNames = 0;
     std::map<std::string, std::string> plainNames; /* of resources, by their odd ones */

@@ -26,6 +26,28 @@ bool isHarmless(Document *document, int category, QPDFObjectHandle value)
     return category != COLORSPACE || value.isName();
 }
 
+/* Is the image painted under other names only? */
+bool isReplaced(Document *document, QPDFObjectHandle image)
+{
+    QPDFObjGen key = image.getObjGen();
+    return document->flatImagesUsed.count(key) > 0 && document->maskedImagesUsed.count(key) == 0;
+}
+
+/* A graphics state without what content says itself by now: the font, and all that is transparent.
+ */
+QPDFObjectHandle withoutTransparency(QPDFObjectHandle state)
+{
+    QPDFObjectHandle kept = state;
+    for (const char *key : {"/Font", "/CA", "/ca", "/BM", "/SMask", "/AIS"}) {
+        if (!kept.hasKey(key))
+            continue;
+        if (kept.isSameObjectAs(state))
+            kept = state.shallowCopy();
+        kept.removeKey(key);
+    }
+    return kept;
+}
+
 /* What remains of one kind of resources. */
 QPDFObjectHandle keptOf(Document *document, QPDFObjectHandle entries, int category,
                         const Usage &usage)
@@ -38,10 +60,10 @@ QPDFObjectHandle keptOf(Document *document, QPDFObjectHandle entries, int catego
             continue; /* its text is shown through other fonts now */
         if (category == XOBJECT && imageNeedsWork(value))
             continue; /* nothing paints it, or it would have been converted */
-        if (category == EXTGSTATE && value.isDictionary() && value.hasKey("/Font")) {
-            value = value.shallowCopy(); /* content selects it */
-            value.removeKey("/Font");
-        }
+        if (category == XOBJECT && usage.complete && isReplaced(document, value))
+            continue; /* what is painted is another one */
+        if (category == EXTGSTATE && value.isDictionary())
+            value = withoutTransparency(value);
         kept.replaceKey(name, value);
     }
     return kept;

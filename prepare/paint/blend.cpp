@@ -14,15 +14,15 @@ namespace prepare {
 namespace {
 
 /* The same in CMYK; only of gray and CMYK. */
-FlatColour toCmyk(const FlatColour &colour)
+DeviceColour toCmyk(const DeviceColour &colour)
 {
     if (colour.components == 4)
         return colour;
-    return {4, {0, 0, 0, 1 - colour.value[0]}};
+    return {4, {0, 0, 0, 1 - colour.values[0]}};
 }
 
 /* Brings two colours to one kind. */
-void unite(FlatColour *a, FlatColour *b)
+void unite(DeviceColour *a, DeviceColour *b)
 {
     if (a->components == b->components)
         return;
@@ -88,111 +88,107 @@ double separable(Blend mode, double b, double s)
     }
 }
 
-double light(const double *c)
+double light(const std::array<double, 4> &c)
 {
     return 0.3 * c[0] + 0.59 * c[1] + 0.11 * c[2];
 }
 
-double saturation(const double *c)
+double saturation(const std::array<double, 4> &c)
 {
     return std::max({c[0], c[1], c[2]}) - std::min({c[0], c[1], c[2]});
 }
 
 /* Moves a colour to this lightness, and towards gray as far as it leaves the range. */
-FlatColour withLight(FlatColour c, double wanted)
+DeviceColour withLight(DeviceColour c, double wanted)
 {
-    double by = wanted - light(c.value);
-    for (int i = 0; i < 3; i++)
-        c.value[i] += by;
-    double l = light(c.value);
-    double least = std::min({c.value[0], c.value[1], c.value[2]});
-    double most = std::max({c.value[0], c.value[1], c.value[2]});
-    for (int i = 0; i < 3; i++) {
+    double by = wanted - light(c.values);
+    for (size_t i = 0; i < 3; i++)
+        c.values[i] += by;
+    double l = light(c.values);
+    double least = std::min({c.values[0], c.values[1], c.values[2]});
+    double most = std::max({c.values[0], c.values[1], c.values[2]});
+    for (size_t i = 0; i < 3; i++) {
         if (least < 0)
-            c.value[i] = l + (c.value[i] - l) * l / (l - least);
+            c.values[i] = l + (c.values[i] - l) * l / (l - least);
         if (most > 1)
-            c.value[i] = l + (c.value[i] - l) * (1 - l) / (most - l);
+            c.values[i] = l + (c.values[i] - l) * (1 - l) / (most - l);
     }
     return c;
 }
 
-FlatColour withSaturation(FlatColour c, double wanted)
+DeviceColour withSaturation(DeviceColour c, double wanted)
 {
-    double least = std::min({c.value[0], c.value[1], c.value[2]}), range = saturation(c.value);
-    for (int i = 0; i < 3; i++)
-        c.value[i] = range > 0 ? (c.value[i] - least) * wanted / range : 0;
+    double least = std::min({c.values[0], c.values[1], c.values[2]}), range = saturation(c.values);
+    for (size_t i = 0; i < 3; i++)
+        c.values[i] = range > 0 ? (c.values[i] - least) * wanted / range : 0;
     return c;
 }
 
-FlatColour inseparable(Blend mode, const FlatColour &b, const FlatColour &s)
+DeviceColour inseparable(Blend mode, const DeviceColour &b, const DeviceColour &s)
 {
     switch (mode) {
     case Blend::HUE:
-        return withLight(withSaturation(s, saturation(b.value)), light(b.value));
+        return withLight(withSaturation(s, saturation(b.values)), light(b.values));
     case Blend::SATURATION:
-        return withLight(withSaturation(b, saturation(s.value)), light(b.value));
+        return withLight(withSaturation(b, saturation(s.values)), light(b.values));
     case Blend::COLOR:
-        return withLight(s, light(b.value));
+        return withLight(s, light(b.values));
     default:
-        return withLight(b, light(s.value));
+        return withLight(b, light(s.values));
     }
 }
 
 } // namespace
 
-FlatColour toRgb(const FlatColour &colour)
+DeviceColour withComponents(const DeviceColour &colour, size_t components)
 {
-    const double *v = colour.value;
-    if (colour.components == 1)
-        return {3, {v[0], v[0], v[0], 0}};
-    if (colour.components == 3)
-        return colour;
-    auto ink = [&](int i) { return 1 - std::min(1.0, v[i] + v[3]); };
-    return {3, {ink(0), ink(1), ink(2), 0}};
+    if (components == 3)
+        return toRgb(colour);
+    return components == 4 && colour.components == 1 ? toCmyk(colour) : colour;
 }
 
-bool isSame(const FlatColour &a, const FlatColour &b)
+bool isSame(const DeviceColour &a, const DeviceColour &b)
 {
     constexpr double CLOSE = 0.5 / 255;
-    FlatColour x = a, y = b;
+    DeviceColour x = a, y = b;
     unite(&x, &y);
-    for (int i = 0; i < x.components; i++)
-        if (std::abs(x.value[i] - y.value[i]) > CLOSE)
+    for (size_t i = 0; i < x.components; i++)
+        if (std::abs(x.values[i] - y.values[i]) > CLOSE)
             return false;
     return true;
 }
 
-bool isWhite(const FlatColour &colour)
+bool isWhite(const DeviceColour &colour)
 {
     return isSame(colour, WHITE);
 }
 
-double luminosity(const FlatColour &colour)
+double luminosity(const DeviceColour &colour)
 {
-    return light(toRgb(colour).value);
+    return light(toRgb(colour).values);
 }
 
-FlatColour mix(const FlatColour &a, const FlatColour &b, double t)
+DeviceColour mix(const DeviceColour &a, const DeviceColour &b, double t)
 {
-    FlatColour x = a, y = b;
+    DeviceColour x = a, y = b;
     unite(&x, &y);
-    for (int i = 0; i < x.components; i++)
-        x.value[i] += (y.value[i] - x.value[i]) * t;
+    for (size_t i = 0; i < x.components; i++)
+        x.values[i] += (y.values[i] - x.values[i]) * t;
     return x;
 }
 
-FlatColour blend(Blend mode, const FlatColour &backdrop, const FlatColour &source)
+DeviceColour blend(Blend mode, const DeviceColour &backdrop, const DeviceColour &source)
 {
     if (mode == Blend::NORMAL)
         return source;
     if (mode >= Blend::HUE)
         return inseparable(mode, toRgb(backdrop), toRgb(source));
-    FlatColour b = backdrop, s = source;
+    DeviceColour b = backdrop, s = source;
     unite(&b, &s);
     bool isInk = s.components == 4;
-    for (int i = 0; i < s.components; i++)
-        s.value[i] = isInk ? 1 - separable(mode, 1 - b.value[i], 1 - s.value[i])
-                           : separable(mode, b.value[i], s.value[i]);
+    for (size_t i = 0; i < s.components; i++)
+        s.values[i] = isInk ? 1 - separable(mode, 1 - b.values[i], 1 - s.values[i])
+                            : separable(mode, b.values[i], s.values[i]);
     return s;
 }
 
@@ -202,25 +198,16 @@ Layer composite(const Layer &below, const Layer &above, Blend mode)
         return above;
     if (above.alpha <= 0)
         return below;
-    FlatColour source = above.colour;
+    DeviceColour source = above.colour;
     if (mode != Blend::NORMAL)
         source = mix(source, blend(mode, below.colour, source), below.alpha);
     double alpha = below.alpha + above.alpha - below.alpha * above.alpha;
     return {mix(below.colour, source, above.alpha / alpha), alpha};
 }
 
-FlatColour onWhite(const Layer &layer)
+DeviceColour onWhite(const Layer &layer)
 {
     return layer.alpha >= 1 ? layer.colour : mix(WHITE, layer.colour, layer.alpha);
-}
-
-std::string colourText(const FlatColour &colour, bool isStroke)
-{
-    static const char *const operators[2][5] = {{"", "g", "", "rg", "k"}, {"", "G", "", "RG", "K"}};
-    std::string text;
-    for (int i = 0; i < colour.components; i++)
-        text += numberText(std::clamp(colour.value[i], 0.0, 1.0)) + " ";
-    return text + operators[isStroke][colour.components];
 }
 
 } // namespace prepare

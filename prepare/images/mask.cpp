@@ -1,0 +1,538 @@
+/*
+ * mask.cpp - alpha planes, and pixels computed with what lies below
+ *
+ * As long as nothing but normal painting happens on the way to the paper, a pixel is linear in its
+ * alpha and its colour: three numbers for each component, found by trying three colours, stand for
+ * the whole chain.  With blend modes each pixel goes through the chain itself.
+ */
+#include "prepare/images/mask.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "prepare/images/encode.h"
+
+namespace prepare {
+
+namespace {
+
+/* A byte for each pixel, 255 is opaque; empty: all opaque. */
+struct Plane {
+    int width = 0, height = 0;
+    std::vector<uint8_t> alpha;
+};
+
+size_t pixelsOf(int width, int height)
+{
+    return (size_t)width * (size_t)height;
+}
+
+/* Where the middle of pixel i of `count` lies among `of`. */
+int scaled(int i, int count, int of)
+{
+    return std::min((int)(((int64_t)i * 2 + 1) * of / (2 * (int64_t)count)), of - 1);
+}
+
+uint8_t toByte(double value)
+{
+    return (uint8_t)std::lround(std::clamp(value, 0.0, 1.0) * 255);
+}
+
+/* ---- alpha planes ---- */
+
+/* The alpha of each value of a mask's image. */
+std::array<uint8_t, 256> alphaTable(const Samples &mask)
+{
+    std::array<uint8_t, 256> table{};
+    DecodeRange range = decodeRange(mask, 0);
+    for (int v = 0; v <= mask.maximum; v++) {
+        double value = range.low + (range.high - range.low) * v / mask.maximum;
+        table[(size_t)v] = toByte(mask.isMask ? 1 - value : value);
+    }
+    return table;
+}
+
+Plane planeOf(Document *document, QPDFObjectHandle image)
+{
+    Samples mask = decodeImage(document, image);
+    Plane plane{mask.width, mask.height, {}};
+    std::array<uint8_t, 256> table = alphaTable(mask);
+    plane.alpha.resize(pixelsOf(mask.width, mask.height));
+    for (size_t i = 0; i < plane.alpha.size(); i++)
+        plane.alpha[i] = table[mask.values[i * (size_t)mask.components]];
+    return plane;
+}
+
+bool isOpaque(const Plane &plane)
+{
+    return std::all_of(plane.alpha.begin(), plane.alpha.end(), [](uint8_t a) { return a == 255; });
+}
+
+bool isBinary(const Plane &plane)
+{
+    constexpr int SLACK = 2;
+    return std::all_of(plane.alpha.begin(), plane.alpha.end(),
+                       [](uint8_t a) { return a <= SLACK || a >= 255 - SLACK; });
+}
+
+/* Both planes, one behind the other, at the larger of their sizes. */
+Plane both(const Plane &a, const Plane &b)
+{
+    if (a.alpha.empty() || b.alpha.empty())
+        return a.alpha.empty() ? b : a;
+    Plane plane{std::max(a.width, b.width), std::max(a.height, b.height), {}};
+    if (pixelsOf(plane.width, plane.height) > MAX_SAMPLES)
+        throw LimitReached{"A mask is too large."};
+    plane.alpha.resize(pixelsOf(plane.width, plane.height));
+    for (int y = 0; y < plane.height; y++)
+        for (int x = 0; x < plane.width; x++) {
+            auto at = [&](const Plane &p) {
+                return p.alpha[pixelsOf(p.width, scaled(y, plane.height, p.height)) +
+                               (size_t)scaled(x, plane.width, p.width)];
+            };
+            plane.alpha[pixelsOf(plane.width, y) + (size_t)x] = (uint8_t)(at(a) * at(b) / 255);
+        }
+    return plane;
+}
+
+/* ---- colours ---- */
+
+/* The colour of each pixel as a device colour of so many components. */
+struct ColourReader {
+    const Samples *samples;
+    SpacePtr space;
+    size_t components;
+    std::vector<DecodeRange> ranges;
+    std::vector<DeviceColour> table; /* of the values, when there is one a pixel */
+    std::string lastValues;
+    DeviceColour last;
+};
+
+DeviceColour convert(ColourReader *reader, const uint8_t *values)
+{
+    size_t count = (size_t)reader->samples->components;
+    std::vector<double> colour(count);
+    for (size_t c = 0; c < count; c++) {
+        const DecodeRange &range = reader->ranges[c];
+        colour[c] = range.low + (range.high - range.low) * values[c] / reader->samples->maximum;
+    }
+    return withComponents(toDevice(*reader->space, colour), reader->components);
+}
+
+ColourReader makeReader(const Samples &samples, SpacePtr space, size_t components)
+{
+    ColourReader reader{&samples, std::move(space), components, {}, {}, {}, {}};
+    for (int c = 0; c < samples.components; c++)
+        reader.ranges.push_back(decodeRange(samples, c));
+    if (samples.components == 1)
+        for (int v = 0; v <= samples.maximum; v++) {
+            uint8_t value = (uint8_t)v;
+            reader.table.push_back(convert(&reader, &value));
+        }
+    return reader;
+}
+
+const DeviceColour &colourAt(ColourReader *reader, size_t pixel)
+{
+    size_t count = (size_t)reader->samples->components;
+    const uint8_t *values = &reader->samples->values[pixel * count];
+    if (!reader->table.empty())
+        return reader->table[std::min<size_t>(*values, reader->table.size() - 1)];
+    std::string_view now(reinterpret_cast<const char *>(values), count);
+    if (now != reader->lastValues) {
+        reader->last = convert(reader, values);
+        reader->lastValues = now;
+    }
+    return reader->last;
+}
+
+/* ---- what a chain does to pixels ---- */
+
+/* out = base + alpha * (factor * colour + shift), for each component. */
+struct Blender {
+    const Chain *chain;
+    size_t components;
+    bool isLinear;
+    std::array<double, 4> base, factor, shift;
+};
+
+bool isNormal(const Chain &chain)
+{
+    return std::all_of(chain.steps.begin(), chain.steps.end(),
+                       [](const Step &step) { return step.blend == Blend::NORMAL; });
+}
+
+Blender makeBlender(const Chain &chain, size_t sourceComponents)
+{
+    Blender blender{&chain, sourceComponents, isNormal(chain), {}, {}, {}};
+    auto tried = [&](double value, double alpha) {
+        DeviceColour colour{blender.components, {value, value, value, value}};
+        return onPaper(chain, {colour, alpha});
+    };
+    blender.components = std::max(tried(0, 1).components, tried(0, 0.5).components);
+    DeviceColour base = withComponents(tried(0, 0), blender.components);
+    DeviceColour low = withComponents(tried(0, 1), blender.components);
+    DeviceColour high = withComponents(tried(1, 1), blender.components);
+    for (size_t c = 0; c < blender.components; c++) {
+        blender.base[c] = base.values[c];
+        blender.shift[c] = low.values[c] - base.values[c];
+        blender.factor[c] = high.values[c] - low.values[c];
+    }
+    return blender;
+}
+
+void blendPixel(const Blender &blender, const DeviceColour &colour, uint8_t alpha, uint8_t *out)
+{
+    if (blender.isLinear) {
+        for (size_t c = 0; c < blender.components; c++)
+            out[c] =
+                toByte(blender.base[c] +
+                       alpha / 255.0 * (blender.factor[c] * colour.values[c] + blender.shift[c]));
+        return;
+    }
+    DeviceColour seen =
+        withComponents(onPaper(*blender.chain, {colour, alpha / 255.0}), blender.components);
+    for (size_t c = 0; c < blender.components; c++)
+        out[c] = toByte(seen.values[c]);
+}
+
+/* ---- the kinds of results ---- */
+
+/* Everything about an image at one place. */
+struct Work {
+    Document *document;
+    const Samples *samples;
+    SpacePtr space;
+    Plane plane;
+    const Chain *chain;
+};
+
+/* The pixels that are not all masked: columns and rows, the latter from the top. */
+struct Part {
+    int left, top, right, bottom;
+};
+
+Part visiblePart(const Plane &plane)
+{
+    Part part{plane.width, plane.height, 0, 0};
+    for (int y = 0; y < plane.height; y++)
+        for (int x = 0; x < plane.width; x++)
+            if (plane.alpha[pixelsOf(plane.width, y) + (size_t)x] > 0) {
+                part.left = std::min(part.left, x);
+                part.right = std::max(part.right, x + 1);
+                part.top = std::min(part.top, y);
+                part.bottom = y + 1;
+            }
+    return part;
+}
+
+FlatImage pixels(const Work &work)
+{
+    const Samples &samples = *work.samples;
+    const Plane &plane = work.plane;
+    int width = std::max(samples.width, plane.width);
+    int height = std::max(samples.height, plane.height);
+    Blender blender = makeBlender(*work.chain, deviceComponents(*work.space));
+    if (pixelsOf(width, height) > MAX_SAMPLES / blender.components)
+        throw LimitReached{"A masked picture is too large."};
+    Part part{0, 0, width, height};
+    if (!plane.alpha.empty()) { /* in pixels of the result */
+        Part seen = visiblePart(plane);
+        part.left = (int)((int64_t)seen.left * width / plane.width);
+        part.right = (int)(((int64_t)seen.right * width + plane.width - 1) / plane.width);
+        part.top = (int)((int64_t)seen.top * height / plane.height);
+        part.bottom = (int)(((int64_t)seen.bottom * height + plane.height - 1) / plane.height);
+    }
+    ColourReader reader = makeReader(samples, work.space, blender.components);
+    int columns = part.right - part.left, rows = part.bottom - part.top;
+    std::vector<uint8_t> out(pixelsOf(columns, rows) * blender.components);
+    uint8_t *at = out.data();
+    for (int y = part.top; y < part.bottom; y++) {
+        size_t row = pixelsOf(samples.width, scaled(y, height, samples.height));
+        size_t maskRow =
+            plane.alpha.empty() ? 0 : pixelsOf(plane.width, scaled(y, height, plane.height));
+        for (int x = part.left; x < part.right; x++, at += blender.components) {
+            uint8_t alpha = plane.alpha.empty()
+                                ? 255
+                                : plane.alpha[maskRow + (size_t)scaled(x, width, plane.width)];
+            blendPixel(blender, colourAt(&reader, row + (size_t)scaled(x, width, samples.width)),
+                       alpha, at);
+        }
+    }
+    const char *name = blender.components == 1   ? "/DeviceGray"
+                       : blender.components == 3 ? "/DeviceRGB"
+                                                 : "/DeviceCMYK";
+    PackedImage image =
+        bytesAsImage(columns, rows, QPDFObjectHandle::newName(name), (int)blender.components, out);
+    bool isPhoto = samples.isLossy && blender.components != 4;
+    FlatImage flat;
+    flat.kind = FlatKind::PIXELS;
+    flat.image = newImage(work.document, image, isPhoto ? ImageCode::JPEG : ImageCode::FLATE);
+    flat.part = {(double)part.left / width, 1 - (double)part.bottom / height,
+                 (double)part.right / width, 1 - (double)part.top / height};
+    return flat;
+}
+
+bool isOneColour(const Samples &samples)
+{
+    size_t count = (size_t)samples.components;
+    for (size_t i = count; i < samples.values.size(); i++)
+        if (samples.values[i] != samples.values[i - count])
+            return false;
+    return true;
+}
+
+FlatImage stencil(const Work &work)
+{
+    ColourReader reader = makeReader(*work.samples, work.space, deviceComponents(*work.space));
+    std::vector<uint8_t> painted = work.plane.alpha;
+    for (uint8_t &pixel : painted)
+        pixel = pixel >= 128;
+    FlatImage flat;
+    flat.kind = FlatKind::STENCIL;
+    flat.image = newStencil(work.document, work.plane.width, work.plane.height, painted);
+    flat.colour = onPaper(*work.chain, {colourAt(&reader, 0), 1});
+    return flat;
+}
+
+struct Run {
+    int from, to;
+};
+
+bool operator==(const Run &a, const Run &b)
+{
+    return a.from == b.from && a.to == b.to;
+}
+
+std::vector<Run> runsOf(const Plane &plane, int row)
+{
+    std::vector<Run> runs;
+    const uint8_t *alpha = &plane.alpha[pixelsOf(plane.width, row)];
+    for (int x = 0; x < plane.width; x++) {
+        if (alpha[x] < 128)
+            continue;
+        int from = x;
+        while (x < plane.width && alpha[x] >= 128)
+            x++;
+        runs.push_back({from, x});
+    }
+    return runs;
+}
+
+/* The plane's opaque pixels as rectangles, rows alike joined; empty when they are too many. */
+std::string clipOf(const Plane &plane)
+{
+    std::string clip;
+    size_t rectangles = 0;
+    for (int y = 0; y < plane.height;) {
+        std::vector<Run> runs = runsOf(plane, y);
+        int end = y + 1;
+        while (end < plane.height && runsOf(plane, end) == runs)
+            end++;
+        if ((rectangles += runs.size()) > MAX_CLIP_RECTANGLES)
+            return "";
+        for (const Run &run : runs) {
+            for (double value :
+                 {(double)run.from / plane.width, 1 - (double)end / plane.height,
+                  (double)(run.to - run.from) / plane.width, (double)(end - y) / plane.height})
+                clip += numberText(value) + " ";
+            clip += "re\n";
+        }
+        y = end;
+    }
+    return clip;
+}
+
+FlatImage clipped(const Work &work, QPDFObjectHandle image)
+{
+    FlatImage flat;
+    flat.clip = clipOf(work.plane);
+    flat.kind = FlatKind::CLIPPED;
+    flat.image = image;
+    return flat;
+}
+
+/* ---- what there is to an image ---- */
+
+/* The image under its own data, without masks. */
+QPDFObjectHandle withoutMasks(QPDFObjectHandle image)
+{
+    QPDFObjectHandle copy = image.copyStream();
+    for (const char *key : {"/SMask", "/Mask", "/SMaskInData"})
+        copy.getDict().removeKey(key);
+    return copy;
+}
+
+/* Undoes what was done to colours that were mixed with a matte before they were stored. */
+void undoMatte(Samples *samples, const Plane &plane, QPDFObjectHandle matte)
+{
+    if (!matte.isArray() || matte.getArrayNItems() < samples->components || plane.alpha.empty() ||
+        samples->maximum != 255)
+        return;
+    size_t count = (size_t)samples->components;
+    std::vector<double> colour;
+    for (int c = 0; c < samples->components; c++) {
+        DecodeRange range = decodeRange(*samples, c);
+        double span = range.high - range.low;
+        double value = numberOr(matte.getArrayItem(c), 0);
+        colour.push_back(span != 0 ? (value - range.low) / span * 255 : 0);
+    }
+    for (int y = 0; y < samples->height; y++)
+        for (int x = 0; x < samples->width; x++) {
+            uint8_t alpha =
+                plane.alpha[pixelsOf(plane.width, scaled(y, samples->height, plane.height)) +
+                            (size_t)scaled(x, samples->width, plane.width)];
+            if (alpha == 0)
+                continue;
+            uint8_t *value = &samples->values[(pixelsOf(samples->width, y) + (size_t)x) * count];
+            for (size_t c = 0; c < count; c++)
+                value[c] = toByte((colour[c] + (value[c] - colour[c]) * 255 / alpha) / 255);
+        }
+}
+
+/* The image's own mask of whatever kind. */
+Plane ownPlane(Document *document, QPDFObjectHandle image, Samples *samples)
+{
+    QPDFObjectHandle dict = image.getDict(), soft = dict.getKey("/SMask");
+    if (soft.isStream()) {
+        Plane plane = planeOf(document, soft);
+        undoMatte(samples, plane, soft.getDict().getKey("/Matte"));
+        return plane;
+    }
+    if (!samples->alpha.empty())
+        return {samples->width, samples->height, std::move(samples->alpha)};
+    if (dict.getKey("/Mask").isStream())
+        return planeOf(document, dict.getKey("/Mask"));
+    return {};
+}
+
+/* The image of a soft mask as alpha for each pixel of a grid in the unit square. */
+Plane maskPlane(Document *document, const ImagePlace &place, int width, int height)
+{
+    const MaskScene &mask = *place.mask;
+    Samples samples = decodeImage(document, mask.image);
+    SpacePtr space = readSpace({}, samples.space);
+    if (!space)
+        throw LimitReached{"A mask's colours are not known."};
+    std::array<uint8_t, 256> transfer{};
+    for (int v = 0; v < 256; v++)
+        transfer[(size_t)v] = toByte(transferred(place.softMask, v / 255.0));
+    uint8_t outside = transfer[toByte(luminosity(mask.backdrop.colour))];
+    Plane own = ownPlane(document, mask.image, &samples);
+    ColourReader reader = makeReader(samples, space, deviceComponents(*space));
+    Plane plane{width, height, std::vector<uint8_t>(pixelsOf(width, height), outside)};
+    const Matrix &m = place.toMask;
+    for (int y = 0; y < height; y++)
+        for (int x = 0; x < width; x++) {
+            double u = (x + 0.5) / width, v = 1 - (y + 0.5) / height;
+            double s = m.a * u + m.c * v + m.e, t = 1 - (m.b * u + m.d * v + m.f);
+            if (!(s >= 0 && s <= 1 && t >= 0 && t <= 1))
+                continue;
+            int column = std::min((int)(s * samples.width), samples.width - 1);
+            int row = std::min((int)(t * samples.height), samples.height - 1);
+            size_t pixel = pixelsOf(samples.width, row) + (size_t)column;
+            Layer layer = {colourAt(&reader, pixel), 1};
+            if (!own.alpha.empty())
+                layer.alpha =
+                    own.alpha[pixelsOf(own.width, scaled(row, samples.height, own.height)) +
+                              (size_t)scaled(column, samples.width, own.width)] /
+                    255.0;
+            Layer seen = composite(mask.backdrop, layer, Blend::NORMAL);
+            plane.alpha[pixelsOf(width, y) + (size_t)x] = transfer[toByte(luminosity(seen.colour))];
+        }
+    return plane;
+}
+
+/* The grid in which a mask's image keeps its detail on the image. */
+void maskGrid(const ImagePlace &place, int *width, int *height)
+{
+    QPDFObjectHandle image = place.mask->image;
+    QPDFObjectHandle dict = image.getDict();
+    static constexpr double MOST = 4096;
+    auto side = [](double pixels, int least) {
+        return (int)std::max(std::min(std::ceil(pixels - 1e-3), MOST), (double)least);
+    };
+    const Matrix &m = place.toMask;
+    double columns = integerOr(dict.getKey("/Width"), 1),
+           rows = integerOr(dict.getKey("/Height"), 1);
+    *width = side(std::hypot(m.a * columns, m.b * rows), *width);
+    *height = side(std::hypot(m.c * columns, m.d * rows), *height);
+}
+
+FlatImage flatten(const Work &work, QPDFObjectHandle image, bool hadMasks)
+{
+    const Plane &plane = work.plane;
+    bool isMasked = !plane.alpha.empty() && !isOpaque(plane);
+    FlatImage flat;
+    flat.image = image;
+    if (!isMasked && isPlain(*work.chain)) {
+        if (hadMasks)
+            flat.image = withoutMasks(image);
+        return flat;
+    }
+    if (isMasked && visiblePart(plane).right == 0) {
+        flat.kind = FlatKind::NOTHING;
+        return flat;
+    }
+    bool isHard = isMasked && isBinary(plane);
+    if (isHard && isOneColour(*work.samples)) {
+        flat = stencil(work);
+        flat.isGuessed = !work.chain->isKnown && !isPlain(*work.chain);
+        return flat;
+    }
+    if (!work.chain->isKnown && isHard && isPlain(*work.chain)) {
+        flat = clipped(work, withoutMasks(image));
+        if (!flat.clip.empty())
+            return flat;
+    }
+    flat = pixels(work);
+    flat.isGuessed = !work.chain->isKnown;
+    return flat;
+}
+
+} // namespace
+
+bool isMasked(QPDFObjectHandle image)
+{
+    QPDFObjectHandle dict = image.getDict(), mask = dict.getKey("/Mask");
+    return dict.getKey("/SMask").isStream() || mask.isStream() || mask.isArray() ||
+           integerOr(dict.getKey("/SMaskInData"), 0) != 0;
+}
+
+FlatImage flattenImage(Document *document, QPDFObjectHandle image, const ImagePlace &place)
+{
+    Samples samples = decodeImage(document, image);
+    SpacePtr space = readSpace({}, samples.space);
+    if (!space)
+        throw LimitReached{"The colours of a masked picture are not known."};
+    Plane plane = ownPlane(document, image, &samples);
+    if (place.mask) {
+        int width = std::max(samples.width, plane.width);
+        int height = std::max(samples.height, plane.height);
+        maskGrid(place, &width, &height);
+        plane = both(plane, maskPlane(document, place, width, height));
+    }
+    Work work = {document, &samples, space, std::move(plane), &place.chain};
+    return flatten(work, image, isMasked(image));
+}
+
+FlatImage flattenColour(Document *document, const DeviceColour &colour, const ImagePlace &place)
+{
+    Samples samples;
+    samples.width = samples.height = 1;
+    samples.components = (int)colour.components;
+    SpacePtr space = deviceSpace(colour.components);
+    const char *name = colour.components == 1   ? "/DeviceGray"
+                       : colour.components == 3 ? "/DeviceRGB"
+                                                : "/DeviceCMYK";
+    samples.space = QPDFObjectHandle::newName(name);
+    for (size_t c = 0; c < colour.components; c++)
+        samples.values.push_back(toByte(colour.values[c]));
+    int width = 1, height = 1;
+    maskGrid(place, &width, &height);
+    Work work = {document, &samples, space, maskPlane(document, place, width, height),
+                 &place.chain};
+    return flatten(work, QPDFObjectHandle::newNull(), false);
+}
+
+} // namespace prepare

@@ -1,0 +1,237 @@
+/*
+ * extent.cpp - how far paint goes
+ *
+ * Text is measured by the widths that its font dictionary gives.  Heights are those that nearly all
+ * fonts keep to; lines that are set solid must not seem to overlap.
+ */
+#include "prepare/paint/extent.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "prepare/document/document.h"
+
+namespace prepare {
+
+/* Advance widths in units of text space at size 1. */
+struct FontWidths {
+    bool isComposite = false;
+    bool isVertical = false;
+    double otherwise = 0.6;
+    int first = 0;
+    std::vector<double> simple;
+    std::map<int, double> composite;
+    double bottom = -0.22, top = 0.82; /* heights of glyphs */
+    bool hasBox = false;               /* of a Type 3 font */
+    Box box;
+};
+
+namespace {
+
+constexpr int MAX_WIDTHS = 1 << 16;
+
+/* /W: c [w ...] or c c w */
+void readComposite(QPDFObjectHandle array, FontWidths *widths)
+{
+    if (!array.isArray())
+        return;
+    int count = std::min(array.getArrayNItems(), 4 * MAX_WIDTHS), left = MAX_WIDTHS;
+    for (int i = 0; i + 1 < count && left > 0;) {
+        int first = integerOr(array.getArrayItem(i), 0);
+        QPDFObjectHandle next = array.getArrayItem(i + 1);
+        if (next.isArray()) {
+            for (int k = 0; k < next.getArrayNItems() && left > 0; k++, left--)
+                widths->composite[first + k] = numberOr(next.getArrayItem(k), 1000) / 1000;
+            i += 2;
+            continue;
+        }
+        int last = std::min(integerOr(next, first), MAX_WIDTHS);
+        double width = i + 2 < count ? numberOr(array.getArrayItem(i + 2), 1000) / 1000 : 1;
+        for (int code = std::max(first, 0); code <= last && left > 0; code++, left--)
+            widths->composite[code] = width;
+        i += 3;
+    }
+}
+
+void readSimple(QPDFObjectHandle font, double unit, FontWidths *widths)
+{
+    widths->first = integerOr(font.getKey("/FirstChar"), 0);
+    QPDFObjectHandle array = font.getKey("/Widths");
+    if (!array.isArray())
+        return;
+    widths->otherwise =
+        numberOr(entryOf(font.getKey("/FontDescriptor"), "/MissingWidth"), 0) * unit;
+    for (int i = 0; i < std::min(array.getArrayNItems(), 256); i++)
+        widths->simple.push_back(numberOr(array.getArrayItem(i), 0) * unit);
+}
+
+/* Widths of a Type 3 font are in glyph space, and its glyphs may be of any size. */
+double readType3(QPDFObjectHandle font, FontWidths *widths)
+{
+    QPDFObjectHandle matrix = font.getKey("/FontMatrix"), box = font.getKey("/FontBBox");
+    Matrix m = {0.001, 0, 0, 0.001, 0, 0};
+    double v[6] = {};
+    if (matrix.isArray() && matrix.getArrayNItems() == 6) {
+        for (int i = 0; i < 6; i++)
+            v[i] = numberOr(matrix.getArrayItem(i), 0);
+        m = {v[0], v[1], v[2], v[3], v[4], v[5]};
+    }
+    if (box.isArray() && box.getArrayNItems() == 4) {
+        for (int i = 0; i < 4; i++)
+            v[i] = numberOr(box.getArrayItem(i), 0);
+        Box glyph = {std::min(v[0], v[2]), std::min(v[1], v[3]), std::max(v[0], v[2]),
+                     std::max(v[1], v[3])};
+        widths->hasBox = areaOf(glyph) > 0;
+        widths->box = transformed(m, glyph);
+    }
+    if (!widths->hasBox) {
+        widths->bottom = -1;
+        widths->top = 2;
+    }
+    return m.a;
+}
+
+std::shared_ptr<const FontWidths> readWidths(QPDFObjectHandle font)
+{
+    auto widths = std::make_shared<FontWidths>();
+    if (!font.isInitialized() || !font.isDictionary())
+        return widths;
+    std::string subtype = nameOr(font.getKey("/Subtype"));
+    if (subtype != "/Type0") {
+        readSimple(font, subtype == "/Type3" ? readType3(font, widths.get()) : 0.001, widths.get());
+        return widths;
+    }
+    widths->isComposite = true;
+    std::string encoding = nameOr(font.getKey("/Encoding"));
+    widths->isVertical = encoding.size() > 2 && encoding.compare(encoding.size() - 2, 2, "-V") == 0;
+    QPDFObjectHandle descendants = font.getKey("/DescendantFonts");
+    bool hasOne = descendants.isArray() && descendants.getArrayNItems() > 0;
+    QPDFObjectHandle descendant = hasOne ? descendants.getArrayItem(0) : descendants;
+    widths->otherwise = numberOr(entryOf(descendant, "/DW"), 1000) / 1000;
+    readComposite(entryOf(descendant, "/W"), widths.get());
+    return widths;
+}
+
+const FontWidths &widthsOf(TextPen *pen, QPDFObjectHandle font)
+{
+    QPDFObjGen key = font.isInitialized() ? font.getObjGen() : QPDFObjGen();
+    std::shared_ptr<const FontWidths> &known = pen->fonts[key];
+    if (!known || key == QPDFObjGen())
+        known = readWidths(font);
+    return *known;
+}
+
+double simpleWidth(const FontWidths &widths, uint8_t code)
+{
+    int at = code - widths.first;
+    return at >= 0 && at < (int)widths.simple.size() ? widths.simple[(size_t)at] : widths.otherwise;
+}
+
+double widthOf(const FontWidths &widths, const TextState &text, const std::string &shown)
+{
+    double sum = 0;
+    if (widths.isComposite) {
+        for (size_t i = 0; i + 1 < shown.size(); i += 2) {
+            auto known = widths.composite.find((uint8_t)shown[i] << 8 | (uint8_t)shown[i + 1]);
+            double width = known != widths.composite.end() ? known->second : widths.otherwise;
+            sum += width * text.size + text.charSpace;
+        }
+        return sum * text.scale;
+    }
+    for (char c : shown)
+        sum += simpleWidth(widths, (uint8_t)c) * text.size + text.charSpace +
+               (c == ' ' ? text.wordSpace : 0);
+    return sum * text.scale;
+}
+
+/* The glyphs' box along a line from `from` to `to`, in text space. */
+Box lineBox(const FontWidths &widths, const TextState &text, double from, double to)
+{
+    double least = std::min(from, to), most = std::max(from, to), size = text.size;
+    double bottom = widths.bottom, top = widths.top;
+    if (widths.hasBox) {
+        least += std::min(widths.box.left * size, 0.0);
+        most += std::max(widths.box.right * size, 0.0);
+        bottom = widths.box.bottom;
+        top = widths.box.top;
+    }
+    double low = bottom * size + text.rise, high = top * size + text.rise;
+    if (widths.isVertical) {
+        double width = std::abs(size);
+        return {-width, std::min(-most, 0.0) - width, width, width};
+    }
+    return {least, std::min(low, high), most, std::max(low, high)};
+}
+
+} // namespace
+
+Box showText(TextPen *pen, const ContentState &state, const Operation &operation)
+{
+    const TextState &text = state.now.text;
+    const FontWidths &widths = widthsOf(pen, text.font);
+    Matrix matrix = state.textMatrix;
+    if (operation.name == "'" || operation.name == "\"") {
+        matrix = Matrix{1, 0, 0, 1, 0, -text.leading} * state.lineMatrix;
+        pen->shown = 0;
+    }
+    double from = pen->shown, least = from, most = from;
+    bool isArray = operation.name == "TJ";
+    size_t first = isArray || operation.operands.empty() ? 0 : operation.operands.size() - 1;
+    for (size_t i = first; i < operation.operands.size(); i++) {
+        const Token &token = operation.operands[i];
+        if (token.kind == TokenKind::NUMBER && isArray)
+            pen->shown -= numberValue(token) / 1000 * text.size * text.scale;
+        if (token.kind == TokenKind::STRING || token.kind == TokenKind::HEX_STRING)
+            pen->shown += widthOf(widths, text, stringValue(token));
+        least = std::min(least, pen->shown);
+        most = std::max(most, pen->shown);
+    }
+    Box box = transformed(matrix * state.now.ctm, lineBox(widths, text, least, most));
+    bool isStroked = text.mode == 1 || text.mode == 2 || text.mode == 5 || text.mode == 6;
+    return isStroked ? grown(box, state.now.lineWidth * scaleOf(state.now.ctm) / 2) : box;
+}
+
+void movePen(TextPen *pen, const Operation &operation)
+{
+    for (std::string_view name : {"BT", "Tm", "Td", "TD", "T*"})
+        if (operation.name == name)
+            pen->shown = 0;
+}
+
+Box pathBox(const ContentState &state, bool isStroked)
+{
+    if (!isStroked)
+        return state.path.box;
+    double half = state.now.lineWidth * scaleOf(state.now.ctm) / 2;
+    bool hasCorners = !isRectangle(state.path) && state.path.points > 2;
+    constexpr double THINNEST = 0.25, MITER = 2;
+    return grown(state.path.box, std::max(half * (hasCorners ? MITER : 1), THINNEST));
+}
+
+Box imageBox(const ContentState &state)
+{
+    return transformed(state.now.ctm, {0, 0, 1, 1});
+}
+
+bool isShow(std::string_view name)
+{
+    return name == "Tj" || name == "TJ" || name == "'" || name == "\"";
+}
+
+bool fillsPath(std::string_view name)
+{
+    return name == "f" || name == "F" || name == "f*" || name == "B" || name == "B*" ||
+           name == "b" || name == "b*";
+}
+
+bool strokesPath(std::string_view name)
+{
+    return name == "S" || name == "s" || name == "B" || name == "B*" || name == "b" || name == "b*";
+}
+
+bool isPathPainting(std::string_view name)
+{
+    return fillsPath(name) || strokesPath(name);
+}
+
+} // namespace prepare

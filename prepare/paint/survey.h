@@ -1,0 +1,80 @@
+/*
+ * survey.h - walks content that is painted, for the marks that it leaves
+ */
+#ifndef PREPARE_PAINT_SURVEY_H
+#define PREPARE_PAINT_SURVEY_H
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "prepare/document/document.h"
+#include "prepare/paint/backdrop.h"
+#include "prepare/paint/extent.h"
+
+namespace prepare {
+
+/* What is painted in a soft mask's group, in the outermost space. */
+struct MaskScene {
+    Scene scene;
+    Box clip;
+    int paints = 0;         /* operations that paint */
+    QPDFObjectHandle image; /* the last image painted */
+    Matrix placement;       /* of the image */
+    Box imageClip;
+    Layer backdrop; /* outside of what is painted; alpha 0 for masks of alpha */
+    bool isLuminosity = true;
+};
+
+/* A page, or something else that is painted by itself, while it is looked through. */
+struct Painting {
+    Document *document = nullptr;
+    Scene scene;
+    size_t operations = 0; /* looked at so far, of MAX_SURVEYED */
+    size_t places = 0;     /* forms rewritten for the place where they are painted */
+    bool isPage = false;   /* and not a glyph, or another thing without a place of its own */
+    std::map<std::string, std::shared_ptr<MaskScene>> masks;
+    MaskScene *mask = nullptr; /* the one that is being looked through; null: none */
+};
+
+constexpr size_t MAX_SURVEYED = 4u << 20;
+
+bool isSpent(const Painting &painting);
+
+/* Adds the marks of one operation of this state. */
+void survey(Painting *painting, ContentState *state, TextPen *pen, const Operation &operation,
+            int depth);
+
+/* The state in which a form's content begins. */
+GraphicsState stateInForm(ContentState *outer, QPDFObjectHandle form);
+
+/* The group that a form is, as it is painted in this state; nothing when it is none. */
+std::optional<Group> groupOf(const GraphicsState &outer, QPDFObjectHandle form);
+
+/* Paint with a colour of this state. */
+DeviceColour colourOf(ContentState *state, bool isStroke);
+bool isPattern(ContentState *state, bool isStroke);
+
+/* What a soft mask lets through of a box: one alpha, or as much as an image says. */
+struct MaskValue {
+    bool isKnown = true;
+    double alpha = 1;
+    const MaskScene *image = nullptr; /* not null: by its image */
+};
+
+MaskValue maskValue(Painting *painting, QPDFObjectHandle softMask, const Matrix &matrix,
+                    const Box &box, int depth);
+
+/* A value of the mask's group as alpha, by its transfer function. */
+double transferred(QPDFObjectHandle softMask, double value);
+
+/* The object of a Do, or null. */
+QPDFObjectHandle paintedObject(const ContentState &state, const Operation &operation);
+bool isForm(QPDFObjectHandle object);
+bool isImage(QPDFObjectHandle object);
+bool isStencil(QPDFObjectHandle image);
+
+} // namespace prepare
+
+#endif
