@@ -103,6 +103,7 @@ struct Document {
     std::set<QPDFObjGen> flatImagesUsed, maskedImagesUsed; /* images under other names, and not */
     int formCopies = 0;
     int uniqueNames = 0;
+    int stoppedPrograms = 0; /* other programs that were called and took too long */
     std::map<std::string, std::string> plainNames; /* of resources, by their odd ones */
 };
 

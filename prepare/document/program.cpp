@@ -162,7 +162,7 @@ struct Prepared {
 /* ---- and in the parent */
 
 /* Waits for the child; past the deadline it is killed with all that it started. */
-int await(pid_t child, Clock::time_point deadline)
+int await(pid_t child, Clock::time_point deadline, bool *isStopped)
 {
     constexpr long SHORTEST = 500'000, LONGEST = 20'000'000; /* nanoseconds */
     long pause = SHORTEST;
@@ -176,7 +176,7 @@ int await(pid_t child, Clock::time_point deadline)
         if (!isKilled && Clock::now() > deadline) {
             kill(-child, SIGKILL);
             kill(child, SIGKILL);
-            isKilled = true;
+            isKilled = *isStopped = true;
         }
         timespec time = {0, pause};
         nanosleep(&time, nullptr);
@@ -214,6 +214,15 @@ ProgramStatus meaningOf(int status)
 
 } // namespace
 
+ProgramOutcome runFor(Document *document, const ProgramCall &call)
+{
+    if (document->stoppedPrograms >= MAX_STOPPED)
+        return {ProgramStatus::STOPPED, "", ""};
+    ProgramOutcome outcome = runLimited(call, document->options.scratch);
+    document->stoppedPrograms += outcome.status == ProgramStatus::STOPPED;
+    return outcome;
+}
+
 ProgramOutcome runLimited(const ProgramCall &call, const std::string &scratchPath)
 {
     ProgramOutcome outcome;
@@ -238,7 +247,11 @@ ProgramOutcome runLimited(const ProgramCall &call, const std::string &scratchPat
         runChild(call, prepared);
     if (child < 0)
         return outcome;
-    outcome.status = meaningOf(await(child, deadline));
+    bool isStopped = false;
+    int status = await(child, deadline, &isStopped);
+    isStopped |= status != -1 && WIFSIGNALED(status) &&
+                 (WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGKILL);
+    outcome.status = isStopped ? ProgramStatus::STOPPED : meaningOf(status);
     outcome.output = readOutput(output, call.outputBytes);
     outcome.messages = readOutput(messages, MAX_MESSAGES);
     return outcome;

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "prepare/document/document.h"
+
 namespace prepare {
 
 /* Input files by their place in `inputs`: an argument "{0}" stands for the path of the first. */
@@ -27,7 +29,8 @@ struct ProgramCall {
 
 enum class ProgramStatus {
     DONE,     /* it ended with status 0 */
-    FAILED,   /* with another one, or by a limit; what it wrote before is there */
+    FAILED,   /* with another one, or by a signal; what it wrote before is there */
+    STOPPED,  /* it took too long; the same */
     MISSING,  /* there is no such program */
     NO_START, /* no room for its files, or no process to be had */
 };
@@ -36,6 +39,11 @@ struct ProgramOutcome {
     ProgramStatus status = ProgramStatus::NO_START;
     std::string output, messages; /* its standard output and error */
 };
+
+/* For a document: nothing is run any more when programs have taken too long twice.  Its scratch
+ * directory is options.scratch. */
+ProgramOutcome runFor(Document *document, const ProgramCall &call);
+constexpr int MAX_STOPPED = 2;
 
 /* Runs the program and waits for its end.  `scratch` is the path of the directory for its files,
  * which must not exist yet, or empty: one is made below TMPDIR (else /tmp). */

@@ -15,6 +15,7 @@ namespace prepare {
 namespace {
 
 constexpr uint64_t MEMORY = 1u << 30;
+constexpr int SECONDS = 20;
 
 /* The numbers of a bitmap's header, and where its rows begin; false: it has none. */
 bool readBitmapHeader(const std::string &bitmap, size_t *begin, long *width, long *height)
@@ -66,9 +67,10 @@ void decodeJbig2(Document *document, const std::string &data, const std::string 
     }
     call.command.push_back("{" + std::to_string(call.inputs.size()) + "}");
     call.inputs.push_back(data);
+    call.seconds = SECONDS;
     call.memoryBytes = MEMORY;
     call.outputBytes = MAX_SAMPLES / 8 + 1024;
-    ProgramOutcome outcome = runLimited(call, document->options.scratch);
+    ProgramOutcome outcome = runFor(document, call);
     if (outcome.status == ProgramStatus::MISSING)
         throw LimitReached{"A picture in JBIG2 needs the program jbig2dec."};
     if (outcome.output.empty())

@@ -246,7 +246,7 @@ QPDFObjectHandle render(Rendering *rendering, const Grid &grid)
     call.seconds = RENDER_SECONDS;
     call.memoryBytes = RENDER_MEMORY;
     call.outputBytes = (uint64_t)grid.width * (uint64_t)grid.height * 3 + 1024;
-    ProgramOutcome outcome = runLimited(call, rendering->document->options.scratch);
+    ProgramOutcome outcome = runFor(rendering->document, call);
     rendering->isMissing |= outcome.status == ProgramStatus::MISSING;
     std::string pixels = pixelsOf(outcome.output, grid);
     return pixels.empty() ? QPDFObjectHandle::newNull()

@@ -57,6 +57,10 @@ TEST(Program, WrongUseIsStatusTwo)
                                                     {"--pages="},
                                                     {"--unknown"},
                                                     {"--annotations=some"},
+                                                    {"--resolution=35"},
+                                                    {"--resolution=2401"},
+                                                    {"--resolution=99999"},
+                                                    {"--resolution=1e3"},
                                                     {"third.pdf"}}) {
         Preparation made = preparePdf(pagesPdf(1), options);
         EXPECT_EQ(made.status, 2) << options[0];
@@ -137,4 +141,29 @@ TEST(Program, EndedByASignalLeavesNothing)
              "echo $?"});
     EXPECT_EQ(result.out, "143\n") << result.err;
     EXPECT_EQ(directory.names(), std::vector<std::string>{"in.pdf"});
+}
+
+TEST(Program, EndedByASignalEndsWhatItCallsAndLeavesNothing)
+{
+    ScratchDirectory directory;
+    PdfBuilder pdf;
+    int image = pdf.addStream("/Type /XObject /Subtype /Image /Width 8 /Height 8 /BitsPerComponent "
+                              "1 /ColorSpace /DeviceGray /Filter /JBIG2Decode",
+                              "data");
+    int content = pdf.addStream("", "/I Do");
+    pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(content) +
+                " /Resources << /XObject << /I " + ref(image) + " >> >>");
+    directory.write("in.pdf", pdf.build());
+    /* A decoder that never ends, and would tell if it did. */
+    std::string mark = directory / "late";
+    directory.write("jbig2dec", "#!/bin/sh\nsleep 3\necho > " + mark + "\n");
+    ProgramResult result = runProgram(
+        {"sh", "-c",
+         "cd " + directory.path + " && chmod 755 jbig2dec && mkdir tmp && " +
+             "{ TMPDIR=$PWD/tmp PATH=$PWD:$PATH " + preparePath() +
+             " in.pdf out.pdf & } && p=$! && "
+             "until ls tmp | grep -q .; do sleep 0.05; done; sleep 0.3; kill -TERM $p; wait $p; "
+             "echo $?; ls -A tmp; sleep 4"});
+    EXPECT_EQ(result.out, "143\n") << result.err;
+    EXPECT_EQ(directory.names(), (std::vector<std::string>{"in.pdf", "jbig2dec", "tmp"}));
 }

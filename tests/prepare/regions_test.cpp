@@ -279,10 +279,24 @@ TEST(Programs, ThatHangAreEndedWithAllTheyStarted)
     std::string mark = directory / "mark";
     ProgramOutcome outcome =
         runScript("(sleep 4; echo late > " + mark + ") & echo begun; sleep 600", call);
-    EXPECT_EQ(outcome.status, ProgramStatus::FAILED);
+    EXPECT_EQ(outcome.status, ProgramStatus::STOPPED);
     EXPECT_EQ(outcome.output, "begun\n");
     runProgram({"sleep", "3"});
     EXPECT_FALSE(fileExists(mark));
+}
+
+TEST(Programs, ThatHangAreNotTriedAgainAndAgain)
+{
+    std::vector<Notice> notices;
+    Document document;
+    document.notices = &notices;
+    ScratchDirectory directory;
+    ProgramCall call;
+    call.seconds = 1;
+    call.command = {"/bin/sh", "-c", "echo run >> " + (directory / "count") + "; sleep 600"};
+    for (int i = 0; i < 5; i++)
+        EXPECT_EQ(runFor(&document, call).status, ProgramStatus::STOPPED);
+    EXPECT_EQ(readFile(directory / "count"), "run\nrun\n");
 }
 
 TEST(Programs, CannotWriteOrAllocateWithoutBounds)
