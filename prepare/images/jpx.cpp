@@ -122,15 +122,22 @@ void checkHeader(const opj_image_t &decoded)
         throw LimitReached{"An image is too large."};
 }
 
-/* Was the wavelet one that cannot be undone exactly? */
-bool hasLostDetail(opj_codec_t *codec)
+/* Was the wavelet one that cannot be undone exactly?  The main header of the code stream says it:
+ * markers with their lengths up to the first tile, among them the coding style. */
+bool hasLostDetail(const std::string &data)
 {
-    opj_codestream_info_v2_t *info = opj_get_cstr_info(codec);
-    bool isLossy = !info || !info->m_default_tile_info.tccp_info ||
-                   info->m_default_tile_info.tccp_info[0].qmfbid == 0;
-    if (info)
-        opj_destroy_cstr_info(&info);
-    return isLossy;
+    constexpr uint8_t CODING_STYLE = 0x52, TILE = 0x90;
+    constexpr size_t TRANSFORM = 13; /* from the marker */
+    auto byteAt = [&](size_t at) { return at < data.size() ? (uint8_t)data[at] : 0u; };
+    size_t at = data.find("\xff\x4f\xff\x51");
+    if (at == data.npos)
+        return true;
+    for (at += 2; byteAt(at) == 0xff && byteAt(at + 1) != TILE;) {
+        if (byteAt(at + 1) == CODING_STYLE)
+            return byteAt(at + TRANSFORM) == 0;
+        at += 2 + (byteAt(at + 2) << 8 | byteAt(at + 3));
+    }
+    return true;
 }
 
 Decoded decodeData(const std::string &data, bool keepsIndices, PackedImage *image)
@@ -145,7 +152,7 @@ Decoded decodeData(const std::string &data, bool keepsIndices, PackedImage *imag
         throw LimitReached{"JPEG 2000 data of an image cannot be read."};
     checkHeader(*decoded);
     good = opj_decode(codec.get(), stream.get(), decoded.get());
-    image->isLossy = hasLostDetail(codec.get());
+    image->isLossy = hasLostDetail(data);
     image->isDamaged |= !good || !opj_end_decompress(codec.get(), stream.get());
     bool hasAny = false;
     for (OPJ_UINT32 i = 0; i < decoded->numcomps; i++)
