@@ -11,8 +11,8 @@
 
 namespace prepare {
 
-/* Does width * height * components stay within the bounds?  Throws LimitReached if not. */
-void checkSize(double width, double height, double components);
+/* Does an image stay within the bounds?  Throws LimitReached if not. */
+void checkSize(double width, double height, double components, double bits = 8);
 
 /* DCTDecode.  `transform` is /ColorTransform, -1 where it is not given. */
 void decodeJpeg(const std::string &data, int transform, PackedImage *image);

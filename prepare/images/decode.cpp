@@ -210,7 +210,7 @@ void readHeader(QPDFObjectHandle dict, const std::vector<Filter> &filters, Packe
         image->components = 1;
     bool hasOwnSize = hasFilter(filters, "/DCTDecode") || hasFilter(filters, "/JPXDecode");
     if (!hasOwnSize)
-        checkSize(image->width, image->height, image->components);
+        checkSize(image->width, image->height, image->components, image->bits);
 }
 
 QPDFObjectHandle deviceSpaceOf(int components)
@@ -278,6 +278,68 @@ void applyKey(const PackedImage &image, Samples *samples)
         });
 }
 
+bool isIndexed(QPDFObjectHandle space);
+
+/* Averages (or, of indices, picks) the values of squares of pixels. */
+struct Reducer {
+    const PackedImage &image;
+    Samples *samples;
+    size_t factor;
+    bool isPicked;
+    std::vector<uint32_t> sums; /* of one row of squares */
+
+    void take(int row)
+    {
+        size_t components = (size_t)image.components, at = 0;
+        bool isFirstRow = (size_t)row % factor == 0;
+        forRow(image, row, [&](unsigned value) {
+            size_t pixel = at / components;
+            uint32_t &sum = sums[pixel / factor * components + at % components];
+            if (!isPicked)
+                sum += value;
+            else if (isFirstRow && pixel % factor == 0)
+                sum = value;
+            at++;
+        });
+        bool isLastRow = (size_t)row % factor == factor - 1 || row == image.height - 1;
+        if (isLastRow)
+            flush((size_t)row % factor + 1);
+    }
+
+    void flush(size_t rows)
+    {
+        size_t components = (size_t)image.components, width = (size_t)image.width;
+        unsigned most = (1u << image.bits) - 1;
+        for (size_t i = 0; i < sums.size(); i++) {
+            size_t columns = std::min(factor, width - i / components * factor);
+            uint64_t whole = rows * columns * most;
+            uint64_t mean = (sums[i] * 255ull + whole / 2) / whole;
+            samples->values.push_back((uint8_t)(isPicked ? sums[i] : mean));
+            sums[i] = 0;
+        }
+    }
+};
+
+/* The least factor that brings an image below REDUCED_SAMPLES. */
+void reduce(const PackedImage &image, Samples *samples)
+{
+    if (!image.key.empty())
+        throw LimitReached{"An image is too large."};
+    auto reduced = [](int size, size_t factor) { return ((size_t)size + factor - 1) / factor; };
+    size_t factor = 2, components = (size_t)image.components;
+    while (reduced(image.width, factor) * reduced(image.height, factor) * components >
+           REDUCED_SAMPLES)
+        factor++;
+    Reducer reducer{image, samples, factor, isIndexed(image.space), {}};
+    samples->width = (int)reduced(image.width, factor);
+    samples->height = (int)reduced(image.height, factor);
+    if (!reducer.isPicked)
+        samples->maximum = 255;
+    reducer.sums.assign((size_t)samples->width * components, 0);
+    for (int row = 0; row < image.height; row++)
+        reducer.take(row);
+}
+
 double arrayNumber(QPDFObjectHandle array, int item, double otherwise)
 {
     bool isThere = array.isArray() && item < array.getArrayNItems();
@@ -287,6 +349,11 @@ double arrayNumber(QPDFObjectHandle array, int item, double otherwise)
 std::string familyOf(QPDFObjectHandle space)
 {
     return nameOr(itemOf(space, 0));
+}
+
+bool isIndexed(QPDFObjectHandle space)
+{
+    return familyOf(space) == "/Indexed" || familyOf(space) == "/I";
 }
 
 int countComponents(QPDFObjectHandle space, int depth)
@@ -370,12 +437,12 @@ QPDFObjectHandle inlineEntries(const Operation &operation)
 
 } // namespace
 
-void checkSize(double width, double height, double components)
+void checkSize(double width, double height, double components, double bits)
 {
     if (width < 1 || height < 1 || components < 1)
         throw LimitReached{"An image has no size."};
     if (width > MAX_IMAGE_SIDE || height > MAX_IMAGE_SIDE || components > MAX_IMAGE_COMPONENTS ||
-        width * height * components > (double)MAX_SAMPLES)
+        width * height * components * bits / 8 > (double)MAX_PACKED)
         throw LimitReached{"An image is too large."};
 }
 
@@ -410,7 +477,12 @@ Samples unpack(const PackedImage &image)
     samples.alpha = image.alpha;
     samples.isLossy = image.isLossy;
     samples.isDamaged = image.isDamaged;
-    samples.values.reserve((size_t)image.width * (size_t)image.height * (size_t)image.components);
+    size_t count = (size_t)image.width * (size_t)image.height * (size_t)image.components;
+    if (count > MAX_SAMPLES) {
+        reduce(image, &samples);
+        return samples;
+    }
+    samples.values.reserve(count);
     unsigned shift = image.bits == 16 ? 8 : 0;
     for (int row = 0; row < image.height; row++)
         forRow(image, row,
@@ -432,7 +504,7 @@ DecodeRange decodeRange(const Samples &samples, int component)
         return {samples.decode[at], samples.decode[at + 1]};
     QPDFObjectHandle space = samples.space;
     std::string family = familyOf(space);
-    if (family == "/Indexed" || family == "/I")
+    if (isIndexed(space))
         return {0, (double)samples.maximum};
     if (family == "/Lab" && component == 0)
         return {0, 100};

@@ -18,7 +18,9 @@
 namespace prepare {
 
 /* Bounds of one image. */
-constexpr size_t MAX_SAMPLES = 64u << 20;  /* width times height times components */
+constexpr size_t MAX_SAMPLES = 64u << 20; /* width times height times components */
+constexpr size_t MAX_PACKED = 64u << 20;  /* bytes of a decoded image, values of few bits packed */
+constexpr size_t REDUCED_SAMPLES = 16u << 20;
 constexpr size_t MAX_ENCODED = 256u << 20; /* bytes in front of the last filter */
 constexpr int MAX_IMAGE_SIDE = 1 << 26;    /* pixels */
 constexpr int MAX_IMAGE_COMPONENTS = 32;
@@ -68,7 +70,8 @@ struct Samples {
 PackedImage decodePacked(Document *document, QPDFObjectHandle image);
 Samples decodeImage(Document *document, QPDFObjectHandle image);
 
-/* The same values in bytes. */
+/* The same values in bytes.  More than MAX_SAMPLES of them (of less than 8 bits each) are averaged
+ * in squares to at most REDUCED_SAMPLES, 0 to 255; indices are picked. */
 Samples unpack(const PackedImage &image);
 
 /* Component c of a stored value as the image's space takes it: by /Decode, or by the default of

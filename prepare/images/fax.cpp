@@ -123,7 +123,7 @@ std::string asTiff(const std::string &data, const FaxParameters &fax)
 std::string decodeFax(const std::string &data, const FaxParameters &fax, size_t wanted,
                       bool *isDamaged)
 {
-    checkSize(fax.columns, fax.rows, 1);
+    checkSize(fax.columns, fax.rows, 1, 1);
     if (data.empty())
         return "";
     Memory memory{asTiff(data, fax)};

@@ -69,7 +69,7 @@ void decodeJbig2(Document *document, const std::string &data, const std::string 
     call.inputs.push_back(data);
     call.seconds = SECONDS;
     call.memoryBytes = MEMORY;
-    call.outputBytes = MAX_SAMPLES / 8 + 1024;
+    call.outputBytes = MAX_PACKED + 1024;
     ProgramOutcome outcome = runFor(document, call);
     if (outcome.status == ProgramStatus::MISSING)
         throw LimitReached{"A picture in JBIG2 needs the program jbig2dec."};

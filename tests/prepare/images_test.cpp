@@ -1,6 +1,8 @@
 /*
  * images_test.cpp - images that the converter does not take, and the decoder behind them
  */
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "prepare/document/document.h"
@@ -586,6 +588,33 @@ TEST(ImageDecoder, MasksColoursByTheirKey)
                              std::string("\x0f\x00\x05\x0f\x00\x06\x15\x00\x05", 9))
                           .samples;
     EXPECT_EQ(samples.alpha, (Bytes{0, 255, 255}));
+}
+
+TEST(ImageDecoder, AveragesWhatIsTooLarge)
+{
+    /* 70 million pixels of one bit: the left half black, a quarter of the right one. */
+    constexpr int WIDTH = 14000, HEIGHT = 5000;
+    std::string row(WIDTH / 8, '\0');
+    for (size_t i = row.size() / 2; i < row.size(); i++)
+        row[i] = '\x77';
+    std::string data;
+    for (int y = 0; y < HEIGHT; y++)
+        data += row;
+    std::string entries = "/Width 14000 /Height 5000 /BitsPerComponent 1 /ColorSpace ";
+    Samples gray = decode(entries + "/DeviceGray", data).samples;
+    EXPECT_EQ(gray.maximum, 255);
+    EXPECT_LE(gray.values.size(), REDUCED_SAMPLES);
+    ASSERT_EQ(gray.values.size(), (size_t)gray.width * (size_t)gray.height);
+    EXPECT_NEAR((double)gray.width / gray.height, (double)WIDTH / HEIGHT, 0.01);
+    double sum = 0;
+    for (int x = gray.width / 2 + 1; x < gray.width; x++)
+        sum += gray.values[(size_t)x];
+    EXPECT_NEAR(sum / (gray.width / 2.0), 255 * 0.75, 1);
+    EXPECT_EQ(gray.values[(size_t)gray.width / 4], 0);
+    Samples picked = decode(entries + "[/Indexed /DeviceRGB 1 <000000FFFFFF>]", data).samples;
+    EXPECT_EQ(picked.maximum, 1);
+    EXPECT_EQ(picked.values[(size_t)picked.width / 4], 0);
+    EXPECT_LE(*std::max_element(picked.values.begin(), picked.values.end()), 1);
 }
 
 TEST(ImageDecoder, RefusesWhatGivesNothing)
