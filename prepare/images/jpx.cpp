@@ -122,22 +122,55 @@ void checkHeader(const opj_image_t &decoded)
         throw LimitReached{"An image is too large."};
 }
 
-/* Was the wavelet one that cannot be undone exactly?  The main header of the code stream says it:
- * markers with their lengths up to the first tile, among them the coding style. */
-bool hasLostDetail(const std::string &data)
+unsigned byteAt(const std::string &data, size_t at)
 {
-    constexpr uint8_t CODING_STYLE = 0x52, TILE = 0x90;
-    constexpr size_t TRANSFORM = 13; /* from the marker */
-    auto byteAt = [&](size_t at) { return at < data.size() ? (uint8_t)data[at] : 0u; };
+    return at < data.size() ? (uint8_t)data[at] : 0;
+}
+
+constexpr uint8_t CODING_STYLE = 0x52, TILE = 0x90; /* markers, behind a byte 0xff */
+
+/* Where a marker of the code stream's main header stands; npos: not before the first tile. */
+size_t findMarker(const std::string &data, uint8_t marker)
+{
     size_t at = data.find("\xff\x4f\xff\x51");
     if (at == data.npos)
-        return true;
-    for (at += 2; byteAt(at) == 0xff && byteAt(at + 1) != TILE;) {
-        if (byteAt(at + 1) == CODING_STYLE)
-            return byteAt(at + TRANSFORM) == 0;
-        at += 2 + (byteAt(at + 2) << 8 | byteAt(at + 3));
+        return data.npos;
+    for (at += 2; byteAt(data, at) == 0xff;
+         at += 2 + (byteAt(data, at + 2) << 8 | byteAt(data, at + 3)))
+        if (byteAt(data, at + 1) == marker)
+            return at;
+        else if (byteAt(data, at + 1) == TILE)
+            break;
+    return data.npos;
+}
+
+/* Was the wavelet one that cannot be undone exactly? */
+bool hasLostDetail(const std::string &data)
+{
+    constexpr size_t TRANSFORM = 13; /* from the marker */
+    size_t at = findMarker(data, CODING_STYLE);
+    return at == data.npos || byteAt(data, at + TRANSFORM) == 0;
+}
+
+/* The data with a tile that says it is longer than what is left ending there: openjpeg sets that
+ * much memory aside. */
+std::string withTrueLengths(const std::string &data)
+{
+    constexpr size_t LENGTH = 6; /* of the tile, from its marker; 0: to the end */
+    std::string mended = data;
+    size_t at = findMarker(data, TILE);
+    while (at != data.npos && at + LENGTH + 4 <= data.size() && byteAt(data, at) == 0xff &&
+           byteAt(data, at + 1) == TILE) {
+        size_t length = 0;
+        for (size_t i = 0; i < 4; i++)
+            length = length << 8 | byteAt(data, at + LENGTH + i);
+        if (length > data.size() - at)
+            mended.replace(at + LENGTH, 4, 4, '\0');
+        if (length == 0 || length > data.size() - at)
+            break;
+        at += length;
     }
-    return true;
+    return mended;
 }
 
 Decoded decodeData(const std::string &data, bool keepsIndices, PackedImage *image)
@@ -285,7 +318,7 @@ bool isYcc(const opj_image_t &decoded, const Channels &channels)
 void decodeJpx(const std::string &data, bool wantsAlpha, PackedImage *image)
 {
     bool isIndex = isIndexed(image->space);
-    Decoded decoded = decodeData(data, isIndex, image);
+    Decoded decoded = decodeData(withTrueLengths(data), isIndex, image);
     checkHeader(*decoded); /* a palette has made more components of one */
     int wanted = image->isMask ? 1 : componentsOfSpace(image->space);
     Channels channels = sortChannels(*decoded, wanted);
