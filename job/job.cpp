@@ -48,7 +48,9 @@ void hearMessage(void *context, const ControlMessage &message)
     if (hearer.run->wasCancelled || message.key == "PAGE")
         return;
     int page = 0;
-    if (hearer.writer && hearer.writer->written > 0)
+    bool isOfFiles =
+        message.key == "BADFOPEN" || message.key == "BADFREAD" || message.key == "BADFWRITE";
+    if (hearer.writer && hearer.writer->written > 0 && !isOfFiles)
         page = hearer.plan->pages[hearer.writer->written - 1].number;
     bool isOfPage = hearer.run->currentPage > 0;
     if (isOfPage && !hearer.plan)
@@ -183,13 +185,13 @@ void runJob(ConversionRun *run, Hearer *hearer, const std::function<ZFile *()> &
 {
     Plan plan;
     makePlan(run, options, &plan);
+    run->currentPage = 0;
     if (!hasPages(run, options, plan))
         return;
     PageWriter writer = {run, &options, hearer->callbacks, &plan, nullptr, {}};
     writer.encoding = {options.isBinary, options.isCompressed, options.level};
     hearer->plan = &plan;
     hearer->writer = &writer;
-    run->currentPage = 0;
     result->isWritten = writeOutput(run, openOutput, &writer, result);
     result->isWhole = writer.isWhole;
     result->pageCount = (int)writer.written;

@@ -248,6 +248,7 @@ void writePage(ConversionRun *run, const PageAttributes &attributes)
     int ordinal = (int)writer.written;
     if (writer.callbacks->progress)
         writer.callbacks->progress(ordinal, (int)pages.size());
+    errno = 0; /* the reader takes it for its own */
     writePageComments(writer.job, *writer.options, page, ordinal);
     if (page.isEmpty()) {
         fputstr(writer.job, "showpage");

@@ -301,6 +301,7 @@ int runStages(Teller &teller)
 int main(int argc, char **argv)
 {
     process_begin();
+    host().listener = nullptr; /* the reason stands in our own messages */
     Arguments arguments = readArguments(argc, argv);
     Teller teller;
     teller.arguments = &arguments;

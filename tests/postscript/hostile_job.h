@@ -32,12 +32,17 @@ class HostileJob {
      * there, both stacks at the same height before each page. */
     void expectHarmless();
 
+    /* The same for the PDF files as jobs of pdf_print, taken as they stand; expectHarmless does
+     * it, too. */
+    void expectHarmlessJobs();
+
     int timeoutSeconds = 240; /* a job that takes longer hangs */
     size_t size() const { return names.size(); }
 
   private:
     std::vector<std::string> names;
     std::vector<std::string> texts;
+    std::vector<std::string> jobNames, jobs;
 };
 
 #endif

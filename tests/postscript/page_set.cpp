@@ -8,6 +8,7 @@
 #include "tests/postscript/print_job.h"
 #include "tests/support/conversion.h"
 #include "tests/support/picture.h"
+#include "tests/support/printing.h"
 
 namespace {
 
@@ -52,6 +53,18 @@ std::string PageSet::document(bool reference)
     return document.build();
 }
 
+/* As a print job, binary and shared as it may be, the pages are the same to the last pixel. */
+void PageSet::expectSameJob(const PrintedJob &exact, const Names &names)
+{
+    PrintedJob job = printFile(jobOf(document(false), {"--binary"}), dpi);
+    if (faultless) {
+        EXPECT_EQ(faultsOf(job), Names{});
+    }
+    ASSERT_EQ(job.pages.size(), names.size()) << "pages of the job are missing";
+    for (size_t i = 0; i < names.size(); i++)
+        EXPECT_TRUE(job.pages[i].rgb == exact.pages[i].rgb) << names[i] << " (as a job)";
+}
+
 void PageSet::expectRight()
 {
     Names names;
@@ -81,6 +94,7 @@ void PageSet::expectRight()
     PrintedJob job = printPages(conversion.pages, options);
     expectNoFaults(job);
     expectPictures(job, reference, names, "as it is");
+    PrintedJob first = job;
 
     options.strict = options.probe = false;
     job = printPages(conversion.pages + conversion.pages, options);
@@ -94,4 +108,6 @@ void PageSet::expectRight()
         expectNoFaults(job);
         expectPictures(job, reference, names, "Level 2");
     }
+    if (hasJob)
+        expectSameJob(first, names);
 }

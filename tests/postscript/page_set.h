@@ -5,8 +5,8 @@
  *     set.add("f: nonzero winding", "20 20 100 100 re f");
  *     set.expectRight();
  *
- * All pages stand in one document, which is converted and printed three times: in strict mode with
- * the stacks measured, twice in one job, and without Language Level 3.
+ * All pages stand in one document, which is converted and printed four times: in strict mode with
+ * the stacks measured, twice in one job, without Language Level 3, and as a structured job.
  */
 #ifndef TESTS_POSTSCRIPT_PAGE_SET_H
 #define TESTS_POSTSCRIPT_PAGE_SET_H
@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/postscript/print_job.h"
 #include "tests/support/pdf_builder.h"
 
 class PageSet {
@@ -38,12 +39,15 @@ class PageSet {
                           edges, which count less at a higher resolution */
     bool probe = true; /* see PrintOptions */
 
+    bool hasJob = true; /* the pages look the same when they are printed as a job */
+
   private:
     struct Page {
         std::string name, content, entries; /* printed */
         std::string referenceContent, referenceEntries;
     };
     std::string document(bool reference);
+    void expectSameJob(const PrintedJob &exact, const std::vector<std::string> &names);
     std::vector<Page> pages;
 };
 

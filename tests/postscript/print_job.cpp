@@ -119,13 +119,18 @@ PrintedJob printPages(const std::string &pages, const PrintOptions &options)
     return run(directory, options);
 }
 
-PrintedJob printFile(const std::string &postscript, int dpi)
+PrintedJob printText(const std::string &postscript, const PrintOptions &options)
 {
     ScratchDirectory directory;
-    directory.write("job.ps", postscript);
+    directory.write("job.ps", options.before + postscript + options.after);
+    return run(directory, options);
+}
+
+PrintedJob printFile(const std::string &postscript, int dpi)
+{
     PrintOptions options;
     options.dpi = dpi;
-    return run(directory, options);
+    return printText(postscript, options);
 }
 
 std::vector<std::string> faultsOf(const PrintedJob &job)

@@ -36,6 +36,9 @@ struct PrintedJob {
 /* Prints the text of page descriptions, what stands between the "/TmpFont" line and the trailer. */
 PrintedJob printPages(const std::string &pages, const PrintOptions &options = {});
 
+/* Prints a text that needs no prolog; of the options those count that are not about one. */
+PrintedJob printText(const std::string &postscript, const PrintOptions &options);
+
 /* Prints a whole file, one that the program has written. */
 PrintedJob printFile(const std::string &postscript, int dpi = 108);
 

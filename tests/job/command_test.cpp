@@ -1,0 +1,270 @@
+/*
+ * command_test.cpp - the command pdf_print: where jobs go, what it says, how it ends
+ */
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include "tests/postscript/print_job.h"
+#include "tests/support/conversion.h"
+#include "tests/support/pdf_builder.h"
+#include "tests/support/printing.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+const std::string BAR = "0 0.4 0 rg 20 20 100 30 re f";
+
+ProgramResult run(const ScratchDirectory &directory, Lines arguments, const std::string &input = "",
+                  std::map<std::string, std::string> environment = {})
+{
+    ProgramOptions options;
+    options.directory = directory.path;
+    options.input = input;
+    options.environment = std::move(environment);
+    arguments.insert(arguments.begin(), printProgramPath());
+    return runProgram(arguments, options);
+}
+
+TEST(PrintCommand, WritesBesideTheDocument)
+{
+    ScratchDirectory directory;
+    directory.write("report.pdf", onePagePdf(BAR));
+    ProgramResult result = run(directory, {"report.pdf"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(directory.names(), (Lines{"report.pdf", "report.ps"}));
+    result = run(directory, {"--eps", "report.pdf"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(directory.names(), (Lines{"report.eps", "report.pdf", "report.ps"}));
+}
+
+TEST(PrintCommand, StandardInputAndOutput)
+{
+    ScratchDirectory directory;
+    directory.write("doc.pdf", onePagePdf(BAR));
+    ProgramResult file = run(directory, {"-o", "-", "--title=t", "doc.pdf"});
+    EXPECT_EQ(file.status, 0);
+    ProgramResult pipe = run(directory, {"--title=t", "-"}, onePagePdf(BAR));
+    EXPECT_EQ(pipe.status, 0) << pipe.err;
+    EXPECT_TRUE(pipe.out == file.out);
+    EXPECT_EQ(directory.names(), Lines{"doc.pdf"});
+}
+
+TEST(PrintCommand, HelpHasALineForEachOption)
+{
+    ScratchDirectory directory;
+    ProgramResult help = run(directory, {"--help"});
+    EXPECT_EQ(help.status, 0);
+    for (const char *option :
+         {"-o, --output",  "-d, --printer",   "--title",       "--pages",      "--copies",
+          "--collate",     "--duplex",        "--annotations", "--paper",      "--fit",
+          "--shrink",      "--actual",        "--no-centre",   "--ascii",      "--binary",
+          "--no-compress", "--level",         "--eps",         "--resolution", "--printer-memory",
+          "--max-output",  "--password-file", "--no-prepare",  "--strict",     "--keep-going",
+          "-q, --quiet",   "-v, --verbose",   "--progress",    "--help",       "--version"})
+        EXPECT_EQ(occurrences(help.out, std::string(option)) > 0, true) << option;
+    for (const std::string &line : linesOf(help.out))
+        EXPECT_LE(line.size(), 90u) << line;
+    EXPECT_EQ(run(directory, {"--version"}).out, "pdf_print 1.3\n");
+}
+
+TEST(PrintCommand, WrongUseIsStatusTwo)
+{
+    ScratchDirectory directory;
+    directory.write("a.pdf", onePagePdf(BAR));
+    for (const Lines &arguments : {Lines{},
+                                   Lines{"a.pdf", "b.pdf"},
+                                   Lines{"--pages=", "a.pdf"},
+                                   Lines{"--pages=3-1", "a.pdf"},
+                                   Lines{"--pages=0", "a.pdf"},
+                                   Lines{"--pages=1;2", "a.pdf"},
+                                   Lines{"--copies=0", "a.pdf"},
+                                   Lines{"--copies=x", "a.pdf"},
+                                   Lines{"--duplex=both", "a.pdf"},
+                                   Lines{"--paper=huge", "a.pdf"},
+                                   Lines{"--paper=0x5mm", "a.pdf"},
+                                   Lines{"--paper=1e9x5mm", "a.pdf"},
+                                   Lines{"--paper=nanx5mm", "a.pdf"},
+                                   Lines{"--level=1", "a.pdf"},
+                                   Lines{"--max-output=", "a.pdf"},
+                                   Lines{"--max-output=5X", "a.pdf"},
+                                   Lines{"--max-output=-5", "a.pdf"},
+                                   Lines{"--max-output=99999999999G", "a.pdf"},
+                                   Lines{"--progress=now", "a.pdf"},
+                                   Lines{"--annotations=all", "a.pdf"},
+                                   Lines{"--unknown", "a.pdf"},
+                                   Lines{"-d", "p", "-o", "f", "a.pdf"},
+                                   Lines{"-d", "-x", "a.pdf"}}) {
+        ProgramResult result = run(directory, arguments);
+        EXPECT_EQ(result.status, 2) << (arguments.empty() ? "" : arguments[0]);
+        EXPECT_EQ(occurrences(result.err, "Try 'pdf_print --help'."), 1u) << result.err;
+    }
+    EXPECT_EQ(directory.names(), Lines{"a.pdf"});
+}
+
+TEST(PrintCommand, AFileThatIsNotThere)
+{
+    ScratchDirectory directory;
+    ProgramResult result = run(directory, {"none.pdf"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err,
+              "pdf_print: none.pdf: The file cannot be read: No such file or directory.\n");
+    result = run(directory, {"."});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "pdf_print: .: The file cannot be read: Is a directory.\n");
+}
+
+TEST(PrintCommand, AnOutputThatCannotBeWritten)
+{
+    ScratchDirectory directory;
+    directory.write("a.pdf", onePagePdf(BAR));
+    ProgramResult result = run(directory, {"-o", "no/such/place.ps", "a.pdf"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "pdf_print: a.pdf: The output cannot be opened: No such file or "
+                          "directory.\n");
+    result = run(directory, {"-o", "/dev/full", "a.pdf"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(occurrences(result.err, "No space left on device"), 1u) << result.err;
+    EXPECT_EQ(linesOf(result.err).size(), 1u) << result.err;
+}
+
+TEST(PrintCommand, WhatIsNoDocument)
+{
+    ScratchDirectory directory;
+    directory.write("a.pdf", "this is a letter\n");
+    directory.write("a.ps", "older");
+    ProgramResult result = run(directory, {"a.pdf"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(result.err.starts_with("pdf_print: a.pdf: ")) << result.err;
+    EXPECT_EQ(readFile(directory / "a.ps"), "older");
+    EXPECT_EQ(directory.names(), (Lines{"a.pdf", "a.ps"}));
+}
+
+TEST(PrintCommand, OutputIsBounded)
+{
+    ScratchDirectory directory;
+    directory.write("a.pdf", onePagePdf(BAR));
+    ProgramResult result = run(directory, {"--max-output=5K", "a.pdf"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err,
+              "pdf_print: a.pdf: Output is too large; --max-output sets another bound.\n");
+    EXPECT_EQ(directory.names(), Lines{"a.pdf"});
+    EXPECT_EQ(run(directory, {"--max-output=1M", "a.pdf"}).status, 0);
+}
+
+TEST(PrintCommand, ProgressCountsPages)
+{
+    PdfBuilder pdf;
+    for (int i = 0; i < 3; i++)
+        pdf.addPage("/MediaBox [0 0 9 9]");
+    ScratchDirectory directory;
+    directory.write("a.pdf", pdf.build());
+    EXPECT_EQ(run(directory, {"--progress=always", "a.pdf"}).err,
+              "page 1 of 3\npage 2 of 3\npage 3 of 3\n");
+    EXPECT_EQ(run(directory, {"a.pdf"}).err, "") << "no terminal, no progress";
+}
+
+TEST(PrintCommand, ANewerDocumentIsPrepared)
+{
+    ScratchDirectory directory;
+    directory.write("plain.pdf", onePagePdf(BAR));
+    ASSERT_EQ(runProgram({"qpdf", "--object-streams=generate", directory / "plain.pdf",
+                          directory / "new.pdf"})
+                  .status,
+              0);
+    ProgramResult refused = run(directory, {"--no-prepare", "new.pdf"});
+    EXPECT_EQ(refused.status, 1);
+    ProgramResult result = run(directory, {"new.pdf"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    ASSERT_EQ(run(directory, {"plain.pdf"}).status, 0);
+    PrintedJob newer = printFile(readFile(directory / "new.ps"), 36);
+    PrintedJob plain = printFile(readFile(directory / "plain.ps"), 36);
+    ASSERT_EQ(newer.pages.size(), 1u);
+    EXPECT_TRUE(newer.pages[0].rgb == plain.pages[0].rgb);
+}
+
+TEST(PrintCommand, PagesOfAPreparedDocumentKeepTheirNumbers)
+{
+    PdfBuilder pdf;
+    for (int i = 1; i <= 6; i++)
+        pdf.addPage("/MediaBox [0 0 " + std::to_string(10 * i) + " 50]");
+    ScratchDirectory directory;
+    directory.write("plain.pdf", pdf.build());
+    ASSERT_EQ(runProgram({"qpdf", "--object-streams=generate", directory / "plain.pdf",
+                          directory / "new.pdf"})
+                  .status,
+              0);
+    ProgramResult result = run(directory, {"--pages=5-,2", "-o", "-", "new.pdf"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    for (const char *line : {"\n%%Page: (2) 1\n", "\n%%Page: (5) 2\n", "\n%%Page: (6) 3\n",
+                             "\n%%PageBoundingBox: 0 0 60 50\n"})
+        EXPECT_EQ(occurrences(result.out, line), 1u) << line;
+}
+
+/* A stand-in for the print system's command, which keeps what it gets. */
+std::string standInForLp(const ScratchDirectory &directory, int status)
+{
+    std::string path = directory.write("bin/lp", "#!/bin/sh\n"
+                                                 "for last; do :; done\n"
+                                                 "echo \"$@\" > \"$KEEP/words\"\n"
+                                                 "cat \"$last\" > \"$KEEP/job\"\n"
+                                                 "echo 'lp: no such printer' >&2\n"
+                                                 "exit " +
+                                                     std::to_string(status) + "\n");
+    chmod(path.c_str(), 0755);
+    return directory / "bin";
+}
+
+TEST(PrintCommand, APrinterGetsTheJob)
+{
+    ScratchDirectory directory;
+    mkdir((directory / "bin").c_str(), 0755);
+    std::string bin = standInForLp(directory, 0);
+    directory.write("a.pdf", onePagePdf(BAR));
+    std::map<std::string, std::string> environment = {{"PATH", bin + ":" + getenv("PATH")},
+                                                      {"KEEP", directory.path}};
+    ProgramResult result =
+        run(directory, {"-d", "office", "--title=-x y", "a.pdf"}, "", environment);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_TRUE(readFile(directory / "words").starts_with("-d office -t -x y -- "));
+    EXPECT_TRUE(readFile(directory / "job").starts_with("%!PS-Adobe-3.0\n"));
+    EXPECT_FALSE(fileExists(directory / "a.ps"));
+}
+
+TEST(PrintCommand, APrinterThatRefusesIsAFailure)
+{
+    ScratchDirectory directory;
+    mkdir((directory / "bin").c_str(), 0755);
+    std::string bin = standInForLp(directory, 1);
+    directory.write("a.pdf", onePagePdf(BAR));
+    ProgramResult result = run(directory, {"-d", "office", "a.pdf"}, "",
+                               {{"PATH", bin + ":" + getenv("PATH")}, {"KEEP", directory.path}});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "pdf_print: a.pdf: The print system did not take the job: lp: no such "
+                          "printer\n");
+}
+
+TEST(PrintCommand, WhatIsMissingIsSaidOnceAndIsStatusThree)
+{
+    PdfBuilder pdf;
+    for (int i = 0; i < 2; i++)
+        pdf.addPage("/MediaBox [0 0 50 50] /Resources << /Font << /F << /Type /Font /Subtype "
+                    "/Unheard /BaseFont /X >> /G << /Type /Font /Subtype /Unheard /BaseFont /X >> "
+                    ">> >>");
+    PrintRun run = printPdf(pdf.build(), {"--no-prepare"});
+    EXPECT_EQ(run.status, 3);
+    EXPECT_TRUE(run.hasOutput);
+    EXPECT_EQ(run.messages,
+              (Lines{"pdf_print: doc.pdf: page 1: Unsupported font type /Unheard of font /F",
+                     "pdf_print: doc.pdf: page 1: Unsupported font type /Unheard of font /G",
+                     "pdf_print: doc.pdf: page 2: Unsupported font type /Unheard of font /F",
+                     "pdf_print: doc.pdf: page 2: Unsupported font type /Unheard of font /G"}));
+    EXPECT_EQ(printPdf(pdf.build(), {"--no-prepare", "-q"}).messages, Lines{});
+    run = printPdf(pdf.build(), {"--no-prepare", "--strict"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_FALSE(run.hasOutput);
+}
+
+} // namespace

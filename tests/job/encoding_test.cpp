@@ -1,0 +1,219 @@
+/*
+ * encoding_test.cpp - what sections are written in
+ */
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "job/labels.h"
+#include "job/lzw.h"
+#include "job/place.h"
+#include "job/section.h"
+#include "tests/support/pdf_builder.h"
+#include "tests/support/printing.h"
+
+namespace {
+
+using job::Bytes;
+
+Bytes bytesOf(const std::string &text)
+{
+    return {(const uint8_t *)text.data(), text.size()};
+}
+
+template <class Encoder> std::string encoded(const std::string &text, size_t piece = 1000)
+{
+    std::string out;
+    Encoder encoder([&](Bytes bytes) { out.append((const char *)bytes.data(), bytes.size()); });
+    for (size_t at = 0; at < text.size(); at += piece)
+        encoder.write(bytesOf(text.substr(at, piece)));
+    encoder.finish();
+    return out;
+}
+
+std::string random(size_t count)
+{
+    std::string text;
+    uint32_t state = 1;
+    for (size_t i = 0; i < count; i++) {
+        state = state * 1664525 + 1013904223;
+        text += (char)(state >> 24);
+    }
+    return text;
+}
+
+/* LZW undone by the book: codes of 9 bits, growing one early. */
+std::string lzwDecoded(const std::string &data)
+{
+    std::vector<std::string> table;
+    auto clear = [&] {
+        table.assign(258, "");
+        for (int i = 0; i < 256; i++)
+            table[(size_t)i] = std::string(1, (char)i);
+    };
+    std::string out, last;
+    unsigned length = 9;
+    uint64_t bits = 0;
+    unsigned have = 0;
+    for (size_t at = 0;;) {
+        while (have < length) {
+            EXPECT_LT(at, data.size()) << "no end mark";
+            if (at >= data.size())
+                return out;
+            bits = bits << 8 | (uint8_t)data[at++];
+            have += 8;
+        }
+        have -= length;
+        unsigned code = (unsigned)(bits >> have) & ((1u << length) - 1);
+        if (code == 257)
+            return out;
+        if (code == 256) {
+            clear();
+            last.clear();
+            length = 9;
+            continue;
+        }
+        EXPECT_LE(code, table.size());
+        std::string entry =
+            code < table.size() ? table[code] : last + (last.empty() ? "" : last.substr(0, 1));
+        out += entry;
+        if (!last.empty())
+            table.push_back(last + entry[0]);
+        last = entry;
+        length = table.size() + 1 >= 2048   ? 12
+                 : table.size() + 1 >= 1024 ? 11
+                 : table.size() + 1 >= 512  ? 10
+                                            : 9;
+    }
+}
+
+std::string runsDecoded(const std::string &data)
+{
+    std::string out;
+    for (size_t at = 0; at < data.size();) {
+        unsigned count = (uint8_t)data[at++];
+        if (count == 128) {
+            EXPECT_EQ(at, data.size());
+            return out;
+        }
+        if (count < 128) {
+            out += data.substr(at, count + 1);
+            at += count + 1;
+        } else {
+            out.append(257 - count, data[at++]);
+        }
+    }
+    ADD_FAILURE() << "no end mark";
+    return out;
+}
+
+TEST(JobEncoding, LzwOfTheSampleInTheLanguagesBook)
+{
+    /* 45 45 45 45 45 65 45 45 45 66 becomes the codes 256 45 258 258 65 259 66 257. */
+    std::string text = {45, 45, 45, 45, 45, 65, 45, 45, 45, 66};
+    EXPECT_EQ(encoded<job::LzwEncoder>(text),
+              std::string("\x80\x0B\x60\x50\x22\x0C\x0C\x85\x01", 9));
+}
+
+TEST(JobEncoding, LzwSurvivesEveryLengthAroundTheGrowthOfItsCodes)
+{
+    for (size_t count : {0,   1,    2,    252,  253,  254,  255,  256,  764,  765,
+                         766, 1788, 1790, 3835, 3836, 3837, 3838, 3839, 4100, 70000}) {
+        std::string text = random(count);
+        EXPECT_TRUE(lzwDecoded(encoded<job::LzwEncoder>(text)) == text) << count;
+        std::string same(count, 'x');
+        EXPECT_TRUE(lzwDecoded(encoded<job::LzwEncoder>(same, 7)) == same) << count;
+    }
+}
+
+TEST(JobEncoding, RunLengths)
+{
+    EXPECT_EQ(encoded<job::RunLengthEncoder>(""), "\x80");
+    EXPECT_EQ(encoded<job::RunLengthEncoder>("aaab"), std::string("\xFE"
+                                                                  "a"
+                                                                  "\x00"
+                                                                  "b"
+                                                                  "\x80",
+                                                                  5));
+    EXPECT_EQ(encoded<job::RunLengthEncoder>("aab"), std::string("\x02"
+                                                                 "aab"
+                                                                 "\x80",
+                                                                 5));
+}
+
+TEST(JobEncoding, RunLengthsSurviveRunsOfEveryLength)
+{
+    std::string text;
+    for (size_t run = 1; run < 400; run++)
+        text.append(run, (char)('a' + run % 26));
+    EXPECT_TRUE(runsDecoded(encoded<job::RunLengthEncoder>(text, 13)) == text);
+    std::string noise = random(100000);
+    std::string out = encoded<job::RunLengthEncoder>(noise);
+    EXPECT_TRUE(runsDecoded(out) == noise);
+    EXPECT_LT(out.size(), noise.size() + noise.size() / 100);
+}
+
+TEST(JobEncoding, CompressedDataIsKnownByItsLook)
+{
+    EXPECT_TRUE(job::looksCompressed(bytesOf(random(4096))));
+    EXPECT_FALSE(job::looksCompressed(bytesOf(std::string(4096, 'x'))));
+    std::string text;
+    while (text.size() < 4096)
+        text += "0.1 0.2 0.3 rg " + std::to_string(text.size()) + " 700 m (text) Tj\n";
+    EXPECT_FALSE(job::looksCompressed(bytesOf(text)));
+    EXPECT_FALSE(job::looksCompressed({}));
+}
+
+TEST(JobEncoding, NumbersOfPageLabels)
+{
+    EXPECT_EQ(job::styledNumber("D", 17), "17");
+    EXPECT_EQ(job::styledNumber("r", 4), "iv");
+    EXPECT_EQ(job::styledNumber("R", 1999), "MCMXCIX");
+    EXPECT_EQ(job::styledNumber("a", 1), "a");
+    EXPECT_EQ(job::styledNumber("a", 26), "z");
+    EXPECT_EQ(job::styledNumber("A", 28), "BB");
+    EXPECT_EQ(job::styledNumber("", 5), "");
+    EXPECT_EQ(job::styledNumber("a", 0), "");
+    EXPECT_LE(job::styledNumber("r", INT32_MAX).size(), 210u) << "bounded";
+    EXPECT_LE(job::styledNumber("a", INT32_MAX).size(), 200u) << "bounded";
+}
+
+using Numbers = std::vector<double>;
+
+Numbers matrixOf(const job::Placement &placed)
+{
+    return Numbers(placed.matrix, placed.matrix + 6);
+}
+
+TEST(JobPlacement, EachPagesOwnPaper)
+{
+    job::Placement placed = job::placePage(300, 400, {});
+    EXPECT_TRUE(placed.isIdentity());
+    EXPECT_EQ(placed.paperWidth, 300);
+    EXPECT_EQ(placed.paperHeight, 400);
+}
+
+TEST(JobPlacement, ScalesAndCentres)
+{
+    job::Paper paper = {600, 800, job::Scaling::FIT, true};
+    EXPECT_EQ(matrixOf(job::placePage(300, 200, {600, 400, job::Scaling::FIT, true})),
+              (Numbers{2, 0, 0, 2, 0, 0}));
+    EXPECT_EQ(matrixOf(job::placePage(300, 500, paper)), (Numbers{1.6, 0, 0, 1.6, 60, 0}));
+    paper.scaling = job::Scaling::SHRINK;
+    EXPECT_EQ(matrixOf(job::placePage(300, 500, paper)), (Numbers{1, 0, 0, 1, 150, 150}));
+    EXPECT_EQ(matrixOf(job::placePage(1200, 1600, paper)), (Numbers{0.5, 0, 0, 0.5, 0, 0}));
+    paper.scaling = job::Scaling::ACTUAL;
+    EXPECT_EQ(matrixOf(job::placePage(1200, 1600, paper)), (Numbers{1, 0, 0, 1, -300, -400}));
+    paper.isCentred = false;
+    EXPECT_EQ(matrixOf(job::placePage(300, 500, paper)), (Numbers{1, 0, 0, 1, 0, 0}));
+}
+
+TEST(JobPlacement, AWidePageOnTallPaperIsTurned)
+{
+    job::Placement placed = job::placePage(800, 600, {600, 800, job::Scaling::ACTUAL, true});
+    EXPECT_EQ(matrixOf(placed), (Numbers{0, 1, -1, 0, 600, 0}));
+    placed = job::placePage(500, 500, {600, 800, job::Scaling::ACTUAL, false});
+    EXPECT_EQ(matrixOf(placed), (Numbers{1, 0, 0, 1, 0, 0})) << "a square needs no turn";
+}
+
+} // namespace
