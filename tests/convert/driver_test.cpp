@@ -449,10 +449,36 @@ TEST(Driver, AVersionHeaderThatCannotBeReadIsToldBeforeAnyOtherFault)
     EXPECT_EQ(result.err, "ZOLAK-E-PDFVRSN: This is not a PDF file\n");
     directory.write("doc.pdf", "%PDF-1.2\nno table\n");
     result = runIn(directory, {"doc", "-TRAILER=./absent"});
-    EXPECT_EQ(linesOf(result.err),
-              (Texts{"ZOLAK-I-INTRO: This is a PDF v1.2 file.",
-                     "ZOLAK-E-NOXREF: Couldn't create cross-reference table."}));
+    EXPECT_EQ(linesOf(result.err), (Texts{"ZOLAK-I-INTRO: This is a PDF v1.2 file.",
+                                          "ZOLAK-E-NOXREF: Couldn't create cross-reference table.",
+                                          "doc.pdf: pdf_print can convert this document"}));
     EXPECT_EQ(directory.names(), Texts{"doc.pdf"});
+}
+
+TEST(Driver, TellsWhoCanConvertADocumentOfANewerKind)
+{
+    const std::string advice = "doc.pdf: pdf_print can convert this document";
+    PdfBuilder pattern;
+    pattern.addPage("/MediaBox [0 0 9 9] /Resources << /Pattern << >> >>");
+    EXPECT_EQ(convertPdf(pattern.build()).advice, advice);
+    PdfBuilder image;
+    image.addPage("/MediaBox [0 0 9 9] /Resources << /XObject << /I " +
+                  ref(image.addStream("/Subtype /Image /Filter /JPXDecode", "x")) + " >> >>");
+    EXPECT_EQ(convertPdf(image.build()).advice, advice);
+    PdfBuilder encrypted;
+    encrypted.trailerEntries = "/Encrypt << >>";
+    encrypted.addPage("/MediaBox [0 0 9 9]");
+    EXPECT_EQ(convertPdf(encrypted.build()).advice, advice);
+    EXPECT_EQ(convertPdf("%PDF-1.5\n1 0 obj\n<< >>\nendobj\nstartxref\n9\n%%EOF\n").advice, advice);
+}
+
+TEST(Driver, GivesNoAdviceWhereItWouldNotHelp)
+{
+    EXPECT_EQ(convertPdf("a letter").advice, "");
+    EXPECT_EQ(convertPdf(onePagePdf("0 0 9 9 re f")).advice, "");
+    ScratchDirectory directory;
+    EXPECT_EQ(linesOf(runIn(directory, {"none"}).err).back(),
+              "ZOLAK-E-BADFOPEN: Error occurred while opening the PDF file 'none' for reading.");
 }
 
 namespace {

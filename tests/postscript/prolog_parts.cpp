@@ -85,6 +85,19 @@ std::vector<PrologPart> prologParts()
     return parts;
 }
 
+std::vector<PrologPart> jobParts()
+{
+    std::vector<PrologPart> parts = prologParts();
+    for (PrologPart &part : parts) {
+        std::string own = PDF_TO_PS_DATA_SOURCE "/job/" + part.file;
+        if (!fileExists(own))
+            continue;
+        part = {"job/" + part.file, readFile(own), {}, {}, {}};
+        readHead(part);
+    }
+    return parts;
+}
+
 std::string prologSource()
 {
     std::string all;

@@ -22,6 +22,9 @@ struct PrologPart {
 /* The parts in their order. */
 std::vector<PrologPart> prologParts();
 
+/* The same of the runtime of jobs, which has parts of its own in the place of some. */
+std::vector<PrologPart> jobParts();
+
 /* All parts joined: the prolog with its comments. */
 std::string prologSource();
 

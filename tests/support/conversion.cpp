@@ -12,6 +12,11 @@ Conversion finish(const ScratchDirectory &directory, const ProgramResult &result
     Conversion c = {};
     c.status = result.status;
     c.messages = linesOf(result.err);
+    if (!c.messages.empty() &&
+        c.messages.back().ends_with(": pdf_print can convert this document")) {
+        c.advice = c.messages.back();
+        c.messages.pop_back();
+    }
     c.hasOutput = fileExists(directory / "out.ps");
     if (c.hasOutput)
         c.output = readFile(directory / "out.ps");

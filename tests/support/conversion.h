@@ -16,7 +16,8 @@ std::string programPath();
 /* What became of one conversion. */
 struct Conversion {
     int status;
-    std::vector<std::string> messages; /* lines of standard error */
+    std::vector<std::string> messages; /* lines of standard error, but for the next */
+    std::string advice;                /* the last one, where it tells who can convert the file */
     bool hasOutput;
     std::string output; /* the whole PostScript file */
     std::string pages;  /* what stands between the "/TmpFont" line and the trailer; in

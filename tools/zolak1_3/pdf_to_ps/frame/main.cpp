@@ -9,6 +9,7 @@
 #include "tools/zolak1_3/pdf_to_ps/frame/driver.h"
 #include "tools/zolak1_3/pdf_to_ps/frame/zolak_class.h"
 #include "zelkov/cmdline.h"
+#include "zelkov/host.h"
 #include "zelkov/process.h"
 
 namespace {
@@ -85,6 +86,31 @@ void setOptions(ConverterInstance *inst, const std::string &file)
         setOption(inst, "DECODE", &decodeValue, TYPE_FLAG);
 }
 
+/* Failures of documents that the stage before the converter makes plain; by key, and by the text
+ * where the key alone does not tell. */
+struct PreparableError {
+    const char *key, *text;
+};
+constexpr PreparableError preparableErrors[] = {
+    {"NOTRAILER", nullptr},    {"NOXREF", nullptr},  {"ENCRYPTED", nullptr},
+    {"UNSUPPFILTER", nullptr}, {"BADFNCT", nullptr}, {"BADXOBJ", "Patterns not supported"},
+};
+
+/* Tells who can print the document that could not be converted. */
+void recommend(const ConversionRun &run, const std::string &file)
+{
+    if (!run.errorFlag || !run.firstError)
+        return;
+    for (const PreparableError &error : preparableErrors) {
+        if (strcmp(run.firstError, error.key) != 0 ||
+            (error.text && strcmp(run.firstErrorText, error.text) != 0))
+            continue;
+        bool isComplete = file.find('.', file.find_last_of("/:") + 1) != std::string::npos;
+        host_say(file + (isComplete ? "" : ".pdf") + ": pdf_print can convert this document");
+        return;
+    }
+}
+
 int convertAsTold(int argc, char **argv)
 {
     process_begin();
@@ -109,6 +135,7 @@ int convertAsTold(int argc, char **argv)
 
     runConversion(inst);
     control_endRun(controller);
+    recommend(inst->run, file);
     return inst->run.errorFlag ? EXIT_FAILURE : EXIT_SUCCESS;
 }
 

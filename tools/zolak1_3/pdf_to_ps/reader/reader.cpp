@@ -22,6 +22,7 @@ void resetReader(PdfReader *reader)
     reader->liveStrings = reader->liveNames = reader->liveArrays = reader->liveDicts = 0;
     reader->liveStreams = 0;
     reader->wasCancelled = false;
+    reader->firstError = nullptr;
     reader->limits = {};
     memo_clear(&reader->memo);
     reader->digits = {};
@@ -30,6 +31,10 @@ void resetReader(PdfReader *reader)
 void zolakReport(PdfReader *reader, int line, Severity severity, const char *key,
                  const char *format, ...)
 {
+    if (severity == SEVERITY_ERROR && !reader->errorFlag && !reader->firstError) {
+        reader->firstError = key;
+        reader->firstErrorText = format;
+    }
     va_list arguments;
     va_start(arguments, format);
     control_reportArguments(reader->controller, MODULE, SOURCE, line, severity, key, format,

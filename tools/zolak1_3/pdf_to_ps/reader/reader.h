@@ -49,7 +49,9 @@ struct PdfReader {
     int64_t xrefPrevious;  /* /Prev of the trailer read last, -1 when it has none */
     int32_t xrefCapacity;  /* entries of the table, whatever a later trailer says */
 
-    int32_t errorFlag; /* set by "STOP": nothing more is read or written */
+    int32_t errorFlag;      /* set by "STOP": nothing more is read or written */
+    const char *firstError; /* key of the report that stopped the run; null: none, or not ours */
+    const char *firstErrorText; /* its text, with what arguments would fill */
 
     /* parser allocations that live */
     int32_t liveStrings;
