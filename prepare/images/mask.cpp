@@ -492,6 +492,58 @@ FlatImage flatten(const Work &work, QPDFObjectHandle image, bool hadMasks)
 
 } // namespace
 
+namespace {
+
+bool isTrue(QPDFObjectHandle object)
+{
+    return object.isBool() && object.getBoolValue();
+}
+
+/* The image's mask as a stencil with the same data, when it is one of single bits; null else. */
+QPDFObjectHandle maskAsStencil(QPDFObjectHandle image)
+{
+    QPDFObjectHandle dict = image.getDict(), mask = dict.getKey("/SMask");
+    bool isSoft = mask.isStream();
+    if (!isSoft)
+        mask = dict.getKey("/Mask");
+    if (!mask.isStream())
+        return QPDFObjectHandle::newNull();
+    QPDFObjectHandle own = mask.getDict();
+    if (!isSoft)
+        return isTrue(own.getKey("/ImageMask")) ? mask : QPDFObjectHandle::newNull();
+    bool isIndexed = !own.getKey("/ColorSpace").isName();
+    if (integerOr(own.getKey("/BitsPerComponent"), 8) != 1 || isIndexed || own.hasKey("/Matte"))
+        return QPDFObjectHandle::newNull();
+    QPDFObjectHandle decode = own.getKey("/Decode");
+    bool isTurned = decode.isArray() && decode.getArrayNItems() > 1 &&
+                    numberOr(decode.getArrayItem(0), 0) > numberOr(decode.getArrayItem(1), 1);
+    QPDFObjectHandle stencil = mask.copyStream();
+    for (const char *key : {"/ColorSpace", "/BitsPerComponent", "/SMask", "/Mask"})
+        stencil.getDict().removeKey(key);
+    stencil.getDict().replaceKey("/ImageMask", QPDFObjectHandle::newBool(true));
+    stencil.getDict().replaceKey("/Decode", QPDFObjectHandle::parse(isTurned ? "[0 1]" : "[1 0]"));
+    return stencil;
+}
+
+/* One colour behind single bits, which may be very many. */
+bool flattenToStencil(QPDFObjectHandle image, const Samples &samples, const SpacePtr &space,
+                      const ImagePlace &place, FlatImage *flat)
+{
+    if (place.mask || !isOneColour(samples))
+        return false;
+    QPDFObjectHandle stencil = maskAsStencil(image);
+    if (stencil.isNull())
+        return false;
+    ColourReader reader = makeReader(samples, space, deviceComponents(*space));
+    flat->kind = FlatKind::STENCIL;
+    flat->image = stencil;
+    flat->colour = onPaper(place.chain, {colourAt(&reader, 0), 1});
+    flat->isGuessed = !place.chain.isKnown && !isPlain(place.chain);
+    return true;
+}
+
+} // namespace
+
 bool isMasked(QPDFObjectHandle image)
 {
     QPDFObjectHandle dict = image.getDict(), mask = dict.getKey("/Mask");
@@ -505,6 +557,9 @@ FlatImage flattenImage(Document *document, QPDFObjectHandle image, const ImagePl
     SpacePtr space = readSpace({}, samples.space);
     if (!space)
         throw LimitReached{"The colours of a masked picture are not known."};
+    FlatImage flat;
+    if (flattenToStencil(image, samples, space, place, &flat))
+        return flat;
     Plane plane = ownPlane(document, image, &samples);
     if (place.mask) {
         int width = std::max(samples.width, plane.width);

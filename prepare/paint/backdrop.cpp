@@ -36,15 +36,15 @@ bool isPaper(const Layer &layer)
     return layer.alpha <= 0 || (layer.alpha >= 1 && isWhite(layer.colour));
 }
 
-Backdrop backdropOf(const std::vector<Mark> &marks, const Box &box, Blend blend)
+/* `isOnPaper`: where nothing is, white paper is seen, and no more than that matters. */
+Backdrop backdropOf(const std::vector<Mark> &marks, const Box &box, bool isOnPaper)
 {
     Box wanted = core(box);
     const Mark *partial = nullptr; /* what covers some of the box, all of one colour */
     auto finish = [&](const Layer &base) {
         if (!partial || isSame(partial->layer, base))
             return Backdrop{true, base};
-        bool isPale = blend <= Blend::MULTIPLY && isPaper(partial->layer) && isPaper(base);
-        return Backdrop{isPale, base};
+        return Backdrop{isOnPaper && isPaper(partial->layer) && isPaper(base), base};
     };
     for (size_t i = marks.size(); i-- > 0;) {
         const Mark &mark = marks[i];
@@ -106,12 +106,19 @@ void append(std::vector<Mark> *marks, const Mark &mark)
         halve(marks);
 }
 
+bool isOnPaper(const Scene &scene, size_t level, Blend blend)
+{
+    return level == 0 && scene.isPaper && blend <= Blend::MULTIPLY;
+}
+
 /* What a mode in a group that is not isolated blends with: what is below the group. */
 Layer behindGroup(const Scene &scene, size_t level, const Box &box, Blend blend, bool *isKnown)
 {
     Layer behind;
     while (level > 0 && !scene.groups[level].isIsolated) {
-        Backdrop backdrop = backdropOf(scene.groups[--level].marks, box, blend);
+        Backdrop backdrop =
+            backdropOf(scene.groups[level - 1].marks, box, isOnPaper(scene, level - 1, blend));
+        level--;
         *isKnown &= backdrop.isKnown;
         behind = composite(backdrop.layer, behind, Blend::NORMAL);
     }
@@ -128,7 +135,7 @@ Step stepOf(const Scene &scene, size_t level, const Box &box, const Step &how, b
     if (!*isPartial)
         return step;
     if (!group.isKnockout) {
-        Backdrop backdrop = backdropOf(group.marks, box, step.blend);
+        Backdrop backdrop = backdropOf(group.marks, box, isOnPaper(scene, level, step.blend));
         *isKnown &= backdrop.isKnown;
         step.below = backdrop.isKnown ? backdrop.layer : Layer();
     }
@@ -208,12 +215,13 @@ void endGroup(Scene *scene)
     scene->groups.pop_back();
     std::vector<Mark> &outer = scene->groups.back().marks;
     const std::vector<Mark> before = outer;
+    bool isPaperBelow = isOnPaper(*scene, scene->groups.size() - 1, group.blend);
     bool isHidden = scene->groups.back().isKnockout;
     for (Mark &mark : group.marks) {
         bool isOpaque = mark.layer.alpha >= 1 && group.alpha >= 1 && group.blend == Blend::NORMAL;
         mark.isKnown &= !group.softMask.isInitialized();
         if (mark.isKnown && !isOpaque) {
-            Backdrop backdrop = isHidden ? Backdrop() : backdropOf(before, mark.box, group.blend);
+            Backdrop backdrop = isHidden ? Backdrop() : backdropOf(before, mark.box, isPaperBelow);
             Layer layer = {mark.layer.colour, mark.layer.alpha * group.alpha};
             mark.isKnown = backdrop.isKnown;
             mark.layer = composite(backdrop.layer, layer, group.blend);

@@ -46,6 +46,7 @@ struct Group {
 
 /* Groups from the page, which is one, to the innermost. */
 struct Scene {
+    bool isPaper = true; /* the outermost group is seen on white paper */
     std::vector<Group> groups = std::vector<Group>(1);
 };
 

@@ -10,6 +10,7 @@
 #include <cmath>
 
 #include "prepare/document/document.h"
+#include "prepare/fonts/cmap.h"
 
 namespace prepare {
 
@@ -21,6 +22,8 @@ struct FontWidths {
     int first = 0;
     std::vector<double> simple;
     std::map<int, double> composite;
+    CMap texts; /* to know what is blank by */
+    bool isType3 = false;
     double bottom = -0.22, top = 0.82; /* heights of glyphs */
     bool hasBox = false;               /* of a Type 3 font */
     Box box;
@@ -97,6 +100,13 @@ std::shared_ptr<const FontWidths> readWidths(QPDFObjectHandle font)
     if (!font.isInitialized() || !font.isDictionary())
         return widths;
     std::string subtype = nameOr(font.getKey("/Subtype"));
+    constexpr size_t MAX_TEXTS = 4u << 20;
+    if (font.getKey("/ToUnicode").isStream()) {
+        bool damaged = false;
+        widths->texts = readCMap(decodeStream(font.getKey("/ToUnicode"), MAX_TEXTS, &damaged));
+        sortCMap(&widths->texts);
+    }
+    widths->isType3 = subtype == "/Type3";
     if (subtype != "/Type0") {
         readSimple(font, subtype == "/Type3" ? readType3(font, widths.get()) : 0.001, widths.get());
         return widths;
@@ -127,21 +137,34 @@ double simpleWidth(const FontWidths &widths, uint8_t code)
     return at >= 0 && at < (int)widths.simple.size() ? widths.simple[(size_t)at] : widths.otherwise;
 }
 
-double widthOf(const FontWidths &widths, const TextState &text, const std::string &shown)
+/* Does a code show nothing? */
+bool isBlank(const FontWidths &widths, uint32_t code)
 {
-    double sum = 0;
-    if (widths.isComposite) {
-        for (size_t i = 0; i + 1 < shown.size(); i += 2) {
-            auto known = widths.composite.find((uint8_t)shown[i] << 8 | (uint8_t)shown[i + 1]);
-            double width = known != widths.composite.end() ? known->second : widths.otherwise;
-            sum += width * text.size + text.charSpace;
+    std::vector<uint32_t> text = findText(widths.texts, code);
+    if (!text.empty() || widths.isComposite || widths.isType3)
+        return text.size() == 1 && (text[0] == 0x20 || text[0] == 0xa0 || text[0] == 0x3000);
+    return code == ' ';
+}
+
+/* Calls `glyph` with the advance of each code and whether it is blank. */
+template <class Glyph>
+void forGlyphs(const FontWidths &widths, const TextState &text, const std::string &shown,
+               Glyph glyph)
+{
+    size_t bytes = widths.isComposite ? 2 : 1;
+    for (size_t i = 0; i + bytes <= shown.size(); i += bytes) {
+        uint32_t code = (uint8_t)shown[i];
+        double width;
+        if (widths.isComposite) {
+            code = code << 8 | (uint8_t)shown[i + 1];
+            auto known = widths.composite.find((int)code);
+            width = known != widths.composite.end() ? known->second : widths.otherwise;
+        } else {
+            width = simpleWidth(widths, (uint8_t)code);
         }
-        return sum * text.scale;
+        double space = text.charSpace + (!widths.isComposite && code == ' ' ? text.wordSpace : 0);
+        glyph((width * text.size + space) * text.scale, isBlank(widths, code));
     }
-    for (char c : shown)
-        sum += simpleWidth(widths, (uint8_t)c) * text.size + text.charSpace +
-               (c == ' ' ? text.wordSpace : 0);
-    return sum * text.scale;
 }
 
 /* The glyphs' box along a line from `from` to `to`, in text space. */
@@ -174,7 +197,7 @@ Box showText(TextPen *pen, const ContentState &state, const Operation &operation
         matrix = Matrix{1, 0, 0, 1, 0, -text.leading} * state.lineMatrix;
         pen->shown = 0;
     }
-    double from = pen->shown, least = from, most = from;
+    Box line; /* from the first glyph to the last one that is seen */
     bool isArray = operation.name == "TJ";
     size_t first = isArray || operation.operands.empty() ? 0 : operation.operands.size() - 1;
     for (size_t i = first; i < operation.operands.size(); i++) {
@@ -182,11 +205,15 @@ Box showText(TextPen *pen, const ContentState &state, const Operation &operation
         if (token.kind == TokenKind::NUMBER && isArray)
             pen->shown -= numberValue(token) / 1000 * text.size * text.scale;
         if (token.kind == TokenKind::STRING || token.kind == TokenKind::HEX_STRING)
-            pen->shown += widthOf(widths, text, stringValue(token));
-        least = std::min(least, pen->shown);
-        most = std::max(most, pen->shown);
+            forGlyphs(widths, text, stringValue(token), [&](double advance, bool isNothing) {
+                double from = pen->shown, to = pen->shown += advance;
+                if (!isNothing)
+                    line = unionOf(line, {std::min(from, to), 0, std::max(from, to), 0});
+            });
     }
-    Box box = transformed(matrix * state.now.ctm, lineBox(widths, text, least, most));
+    if (isEmpty(line))
+        return line;
+    Box box = transformed(matrix * state.now.ctm, lineBox(widths, text, line.left, line.right));
     bool isStroked = text.mode == 1 || text.mode == 2 || text.mode == 5 || text.mode == 6;
     return isStroked ? grown(box, state.now.lineWidth * scaleOf(state.now.ctm) / 2) : box;
 }
@@ -206,6 +233,32 @@ Box pathBox(const ContentState &state, bool isStroked)
     bool hasCorners = !isRectangle(state.path) && state.path.points > 2;
     constexpr double THINNEST = 0.25, MITER = 2;
     return grown(state.path.box, std::max(half * (hasCorners ? MITER : 1), THINNEST));
+}
+
+std::vector<Box> strokeBoxes(const ContentState &state)
+{
+    const Path &path = state.path;
+    Box whole = pathBox(state, true);
+    double half = (whole.right - whole.left - (path.box.right - path.box.left)) / 2;
+    std::vector<Box> boxes;
+    if (isRectangle(path)) {
+        const Box &b = path.box;
+        boxes = {{b.left, b.bottom, b.right, b.bottom},
+                 {b.left, b.top, b.right, b.top},
+                 {b.left, b.bottom, b.left, b.top},
+                 {b.right, b.bottom, b.right, b.top}};
+    } else if (path.isPolygon && path.rectangles == 0 && path.points >= 2 && path.points <= 5) {
+        for (int i = 0; i < path.points; i++) { /* the last one closes it */
+            const double *p = path.corners[i], *q = path.corners[(i + 1) % path.points];
+            boxes.push_back({std::min(p[0], q[0]), std::min(p[1], q[1]), std::max(p[0], q[0]),
+                             std::max(p[1], q[1])});
+        }
+    } else {
+        return {whole};
+    }
+    for (Box &box : boxes)
+        box = grown(box, half);
+    return boxes;
 }
 
 Box imageBox(const ContentState &state)

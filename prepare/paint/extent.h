@@ -6,6 +6,7 @@
 
 #include <map>
 #include <memory>
+#include <vector>
 
 #include "prepare/content/state.h"
 #include "prepare/document/qpdf.h"
@@ -20,8 +21,8 @@ struct TextPen {
     std::map<QPDFObjGen, std::shared_ptr<const FontWidths>> fonts;
 };
 
-/* The box of what a show operator paints, clip not applied; moves the pen.  Heights and unknown
- * widths are those of usual fonts. */
+/* The box of what a show operator paints, clip not applied; moves the pen.  Empty when it shows
+ * nothing but blanks.  Heights and unknown widths are those of usual fonts. */
 Box showText(TextPen *pen, const ContentState &state, const Operation &operation);
 
 /* To be told of every other operation. */
@@ -29,6 +30,10 @@ void movePen(TextPen *pen, const Operation &operation);
 
 /* The box of the path when it is filled or stroked, clip not applied. */
 Box pathBox(const ContentState &state, bool isStroked);
+
+/* The boxes of the lines that a stroke consists of, where it is a rectangle or a few straight
+ * lines; else that of the whole. */
+std::vector<Box> strokeBoxes(const ContentState &state);
 
 /* The unit square, which images fill. */
 Box imageBox(const ContentState &state);

@@ -48,9 +48,10 @@ void surveyPath(Painting *painting, ContentState *state, std::string_view name)
                   {pathBox(*state, false), isRectangle(state->path), !isPattern(state, false),
                    colourOf(state, false), transparency.fillAlpha});
     if (strokesPath(name))
-        leaveMark(painting, *state,
-                  {pathBox(*state, true), false, !isPattern(state, true), colourOf(state, true),
-                   transparency.strokeAlpha});
+        for (const Box &box : strokeBoxes(*state))
+            leaveMark(painting, *state,
+                      {box, false, !isPattern(state, true), colourOf(state, true),
+                       transparency.strokeAlpha});
 }
 
 void surveyText(Painting *painting, ContentState *state, TextPen *pen, const Operation &operation)
@@ -162,6 +163,7 @@ std::shared_ptr<MaskScene> lookThrough(Painting *outer, QPDFObjectHandle softMas
     painting.document = outer->document;
     painting.operations = outer->operations;
     painting.mask = mask.get();
+    painting.scene.isPaper = false;
     ContentState state;
     ResourceScope scope = {QPDFObjectHandle::newDictionary(), nullptr};
     state.scope = &scope;

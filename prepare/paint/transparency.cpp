@@ -21,7 +21,8 @@ namespace prepare {
 struct FlatImages {
     struct Known {
         FlatImage flat;
-        std::string name; /* of the resource; empty: it needs none */
+        std::string name;    /* of the resource; empty: it needs none */
+        std::string failure; /* why there is none */
     };
     std::map<std::string, Known> known;
 };
@@ -175,16 +176,23 @@ Seen resolveColour(Rewriter *rewriter, const Painted &painted)
     return seen;
 }
 
-void leaveMark(Rewriter *rewriter, const Seen &seen, const Painted &painted)
+/* Marks what was painted; in these boxes only, where it leaves room between them. */
+void leaveMark(Rewriter *rewriter, const Seen &seen, const Painted &painted,
+               const std::vector<Box> &boxes = {})
 {
     if (isEmpty(seen.box) || seen.chain.steps.empty() || seen.isNothing)
         return;
     bool isKnown = seen.chain.isKnown && !seen.mask && !painted.isPartial &&
                    !isPattern(&rewriter->state, painted.ink == STROKE);
     Layer layer = {colourOf(&rewriter->state, painted.ink == STROKE), 1};
-    addMark(&rewriter->painting->scene,
-            {seen.box, painted.covers && rewriter->state.now.isClipRectangle, isKnown,
-             inGroup(seen.chain, layer)});
+    Mark mark = {seen.box, painted.covers && rewriter->state.now.isClipRectangle, isKnown,
+                 inGroup(seen.chain, layer)};
+    if (boxes.empty())
+        addMark(&rewriter->painting->scene, mark);
+    for (const Box &box : boxes) {
+        mark.box = intersection(box, seen.box);
+        addMark(&rewriter->painting->scene, mark);
+    }
 }
 
 std::string matrixText(const Matrix &m)
@@ -235,13 +243,15 @@ const FlatImages::Known &flatImageOf(Rewriter *rewriter, QPDFObjectHandle image,
         document->flatImages = std::make_shared<FlatImages>();
     auto [at, isNew] = document->flatImages->known.try_emplace(placeKey(image, place, colour));
     FlatImages::Known &known = at->second;
+    if (!known.failure.empty())
+        throw LimitReached{known.failure};
     if (!isNew)
         return known;
     try {
         known.flat = image.isNull() ? flattenColour(document, colour, place)
                                     : flattenImage(document, image, place);
-    } catch (...) {
-        document->flatImages->known.erase(at);
+    } catch (const LimitReached &limit) {
+        known.failure = limit.text;
         throw;
     }
     bool isOther = known.flat.kind != FlatKind::NOTHING &&
@@ -378,7 +388,7 @@ void TransparencyHandler::paintPath(Rewriter *rewriter, const Operation &operati
     if (fills)
         leaveMark(rewriter, filled, fill);
     if (strokes)
-        leaveMark(rewriter, stroked, stroke);
+        leaveMark(rewriter, stroked, stroke, strokeBoxes(state));
     if (filled.mask && !filled.isNothing)
         return paintThroughMask(rewriter, operation, filled);
     std::string painting(name);
