@@ -129,6 +129,8 @@ void offer(Rewriter *rewriter, const Operation &operation, size_t stage)
         }
     }
     rewriter->out += operation.source;
+    if (operation.name == "Do" && !operation.operands.empty())
+        rewriter->painted.insert(nameValue(operation.operands.back().source));
 }
 
 void rewriteOperation(Rewriter *rewriter, const Operation &operation)
@@ -228,8 +230,11 @@ void rewritePage(Document *document, Page *page, const std::vector<const Content
     rewriter.passes = &passes;
     rewriter.scope.resources = page->object.getKey("/Resources");
     rewriteStream(&rewriter, page->content);
-    if (rewriter.taken)
-        page->object.replaceKey("/Contents", newFlateStream(&document->pdf, rewriter.out));
+    if (!rewriter.taken)
+        return;
+    page->object.replaceKey("/Contents", newFlateStream(&document->pdf, rewriter.out));
+    if (!page->formsUseObjects) /* others have taken the place of some */
+        page->usage.names[XOBJECT] = std::move(rewriter.painted);
 }
 
 } // namespace prepare

@@ -11,6 +11,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,7 @@ struct Rewriter {
     std::vector<std::unique_ptr<Handler>> handlers;
     size_t stage = 0; /* handlers before this one have seen the operation */
     std::string out;
+    std::set<std::string> painted; /* names of what the new content paints */
     bool taken = false;
     std::shared_ptr<Painting> painting; /* what has been painted; null: nobody looks so far */
     bool isTracked = false; /* a handler has brought the state behind this operation itself */

@@ -55,6 +55,7 @@ QPDFObjectHandle use(Frame *frame, int category, const std::string &name)
         f->own.names[category].insert(name);
         for (Frame *inner = frame; inner != f; inner = inner->outer)
             inner->leaked.names[category].insert(name);
+        frame->page->formsUseObjects |= category == XOBJECT && frame != f;
         noteLayer(frame, category, found);
         bool isWritten = category != PATTERN && category != SHADING && category != PROPERTIES;
         if (isWritten && !found.isNull() && isOddName(name))
@@ -123,6 +124,7 @@ bool useScanned(Frame *frame, QPDFObjectHandle stream)
     if (known == frame->document->scannedForms.end())
         return false;
     const Usage usage = known->second;
+    frame->page->formsUseObjects |= !usage.names[XOBJECT].empty();
     for (int category = 0; category < CATEGORIES; category++)
         for (const std::string &name : usage.names[category])
             use(frame, category, name);

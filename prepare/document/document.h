@@ -61,6 +61,7 @@ struct Page {
     Usage usage;
     std::string content; /* decoded and joined, once the scan has read it */
     bool contentRead = false;
+    bool formsUseObjects = false; /* forms without resources paint objects of the page's */
 
     std::vector<Box> regions; /* to become pixels, in points */
     std::set<std::string> regionReasons;

@@ -214,20 +214,20 @@ void endGroup(Scene *scene)
     Group group = std::move(scene->groups.back());
     scene->groups.pop_back();
     std::vector<Mark> &outer = scene->groups.back().marks;
-    const std::vector<Mark> before = outer;
     bool isPaperBelow = isOnPaper(*scene, scene->groups.size() - 1, group.blend);
     bool isHidden = scene->groups.back().isKnockout;
-    for (Mark &mark : group.marks) {
+    for (Mark &mark : group.marks) { /* all of them before the list is added to */
         bool isOpaque = mark.layer.alpha >= 1 && group.alpha >= 1 && group.blend == Blend::NORMAL;
         mark.isKnown &= !group.softMask.isInitialized();
-        if (mark.isKnown && !isOpaque) {
-            Backdrop backdrop = isHidden ? Backdrop() : backdropOf(before, mark.box, isPaperBelow);
-            Layer layer = {mark.layer.colour, mark.layer.alpha * group.alpha};
-            mark.isKnown = backdrop.isKnown;
-            mark.layer = composite(backdrop.layer, layer, group.blend);
-        }
-        append(&outer, mark);
+        if (!mark.isKnown || isOpaque)
+            continue;
+        Backdrop backdrop = isHidden ? Backdrop() : backdropOf(outer, mark.box, isPaperBelow);
+        Layer layer = {mark.layer.colour, mark.layer.alpha * group.alpha};
+        mark.isKnown = backdrop.isKnown;
+        mark.layer = composite(backdrop.layer, layer, group.blend);
     }
+    for (const Mark &mark : group.marks)
+        append(&outer, mark);
 }
 
 } // namespace prepare

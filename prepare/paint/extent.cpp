@@ -24,8 +24,8 @@ struct FontWidths {
     std::map<int, double> composite;
     CMap texts; /* to know what is blank by */
     bool isType3 = false;
-    double bottom = -0.22, top = 0.82; /* heights of glyphs */
-    bool hasBox = false;               /* of a Type 3 font */
+    double bottom = -0.2, top = 0.78; /* heights of glyphs */
+    bool hasBox = false;              /* of a Type 3 font */
     Box box;
 };
 

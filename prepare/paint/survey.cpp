@@ -2,7 +2,7 @@
  * survey.cpp - each painting operation's box and colour
  *
  * Forms are followed as often as they are painted, because what they leave depends on where they
- * are; a page may look at MAX_SURVEYED operations in all, and beyond that a form counts by its box.
+ * are; a page may do MAX_WORK in all, and beyond that a form counts by its box.
  */
 #include "prepare/paint/survey.h"
 
@@ -33,6 +33,7 @@ void leaveMark(Painting *painting, const ContentState &state, const Paint &paint
     bool isKnown = paint.isKnown && !transparency.softMask.isInitialized();
     Mark mark = {box, paint.covers && state.now.isClipRectangle, isKnown, {paint.colour, 1}};
     if (isKnown && (paint.alpha < 1 || transparency.blend != Blend::NORMAL)) {
+        countWork(painting);
         Chain chain = chainOf(painting->scene, box, {paint.alpha}, transparency.blend, false);
         mark.isKnown = chain.isKnown;
         mark.layer = inGroup(chain, mark.layer);
@@ -86,6 +87,7 @@ void surveyImage(Painting *painting, ContentState *state, QPDFObjectHandle image
 void surveyContent(Painting *painting, QPDFObjectHandle form, const ContentState &outer,
                    const GraphicsState &now, int depth)
 {
+    painting->work += FORM_WORK;
     bool damaged = false;
     std::string content = decodeStream(form, MAX_CONTENT_BYTES, &damaged);
     ResourceScope scope = {form.getDict().getKey("/Resources"), outer.scope};
@@ -115,7 +117,7 @@ void surveyForm(Painting *painting, ContentState *state, QPDFObjectHandle form, 
         painting->scene.groups.push_back(*group);
     surveyContent(painting, form, *state, inner, depth + 1);
     if (group)
-        endGroup(&painting->scene);
+        leaveGroup(painting);
 }
 
 /* A name of a resource means something else in a form, so its colour goes there as device colour.
@@ -161,7 +163,7 @@ std::shared_ptr<MaskScene> lookThrough(Painting *outer, QPDFObjectHandle softMas
         mask->backdrop = {colourOfArray(softMask.getKey("/BC")), 1};
     Painting painting;
     painting.document = outer->document;
-    painting.operations = outer->operations;
+    painting.work = outer->work;
     painting.mask = mask.get();
     painting.scene.isPaper = false;
     ContentState state;
@@ -172,7 +174,7 @@ std::shared_ptr<MaskScene> lookThrough(Painting *outer, QPDFObjectHandle softMas
     inner.transparency = {};
     mask->clip = inner.clip;
     surveyContent(&painting, form, state, inner, depth + 1);
-    outer->operations = painting.operations;
+    outer->work = painting.work;
     mask->scene = std::move(painting.scene);
     return mask;
 }
@@ -187,6 +189,21 @@ bool isImageAlone(const MaskScene &mask, const Box &box)
 
 } // namespace
 
+void countWork(Painting *painting)
+{
+    for (const Group &group : painting->scene.groups)
+        painting->work += group.marks.size() / MARKS_A_WORK;
+    painting->work++;
+}
+
+void leaveGroup(Painting *painting)
+{
+    const std::vector<Group> &groups = painting->scene.groups;
+    size_t outer = groups.size() > 1 ? groups[groups.size() - 2].marks.size() : 0;
+    painting->work += groups.back().marks.size() * (1 + outer / MARKS_A_WORK);
+    endGroup(&painting->scene);
+}
+
 DeviceColour colourOf(ContentState *state, bool isStroke)
 {
     return deviceColourOf(state, isStroke ? state->now.stroke : state->now.fill);
@@ -200,7 +217,7 @@ bool isPattern(ContentState *state, bool isStroke)
 
 bool isSpent(const Painting &painting)
 {
-    return painting.operations > MAX_SURVEYED;
+    return painting.work > MAX_WORK;
 }
 
 QPDFObjectHandle paintedObject(const ContentState &state, const Operation &operation)
@@ -230,7 +247,7 @@ bool isStencil(QPDFObjectHandle image)
 void survey(Painting *painting, ContentState *state, TextPen *pen, const Operation &operation,
             int depth)
 {
-    painting->operations++;
+    painting->work++;
     std::string_view name = operation.name;
     if (isPathPainting(name))
         return surveyPath(painting, state, name);

@@ -31,16 +31,24 @@ struct MaskScene {
 struct Painting {
     Document *document = nullptr;
     Scene scene;
-    size_t operations = 0; /* looked at so far, of MAX_SURVEYED */
-    size_t places = 0;     /* forms rewritten for the place where they are painted */
-    bool isPage = false;   /* and not a glyph, or another thing without a place of its own */
+    size_t work = 0;     /* done so far, of MAX_WORK */
+    size_t places = 0;   /* forms rewritten for the place where they are painted */
+    bool isPage = false; /* and not a glyph, or another thing without a place of its own */
     std::map<std::string, std::shared_ptr<MaskScene>> masks;
     MaskScene *mask = nullptr; /* the one that is being looked through; null: none */
 };
 
-constexpr size_t MAX_SURVEYED = 4u << 20;
+/* Work is counted in operations; what costs more counts for more. */
+constexpr size_t MAX_WORK = 2u << 20;
+constexpr size_t FORM_WORK = 200, MARKS_A_WORK = 256;
 
 bool isSpent(const Painting &painting);
+
+/* Counts a search of what is below something. */
+void countWork(Painting *painting);
+
+/* Ends the innermost group. */
+void leaveGroup(Painting *painting);
 
 /* Adds the marks of one operation of this state. */
 void survey(Painting *painting, ContentState *state, TextPen *pen, const Operation &operation,

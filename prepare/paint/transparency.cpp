@@ -45,8 +45,9 @@ struct Seen {
 struct Painted {
     Box box;
     bool covers = false;
-    bool isPartial = false; /* it may be transparent in itself */
-    bool takesMask = false; /* it can be painted through the image of a mask */
+    bool isPartial = false;  /* it may be transparent in itself */
+    bool takesMask = false;  /* it can be painted through the image of a mask */
+    bool hasOwnMask = false; /* which takes the place of the state's */
     Ink ink = FILL;
 };
 
@@ -113,11 +114,12 @@ void addMask(Rewriter *rewriter, Masks *masks, double alpha, QPDFObjectHandle so
     masks->imageStep = masks->alphas.size() - 1;
 }
 
-Masks masksAt(Rewriter *rewriter, const Box &box, double alpha)
+Masks masksAt(Rewriter *rewriter, const Box &box, const Painted &painted)
 {
     Masks masks;
     const Transparency &now = rewriter->state.now.transparency;
-    addMask(rewriter, &masks, alpha, now.softMask, now.softMaskMatrix, box);
+    addMask(rewriter, &masks, painted.ink == FILL ? now.fillAlpha : now.strokeAlpha,
+            painted.hasOwnMask ? QPDFObjectHandle() : now.softMask, now.softMaskMatrix, box);
     const std::vector<Group> &groups = rewriter->painting->scene.groups;
     for (size_t level = groups.size(); level-- > 1;)
         addMask(rewriter, &masks, groups[level].alpha, groups[level].softMask,
@@ -142,8 +144,14 @@ Seen resolve(Rewriter *rewriter, const Painted &painted)
     seen.box = intersection(painted.box, state->now.clip);
     if (isEmpty(seen.box))
         return seen;
-    Masks masks =
-        masksAt(rewriter, seen.box, painted.ink == FILL ? now.fillAlpha : now.strokeAlpha);
+    countWork(rewriter->painting.get());
+    if (isSpent(*rewriter->painting)) { /* as if nothing were below */
+        seen.chain.isKnown = false;
+        seen.chain.steps.push_back({{}, {}, 1, Blend::NORMAL});
+        askForRegion(rewriter, seen.box, "transparency");
+        return seen;
+    }
+    Masks masks = masksAt(rewriter, seen.box, painted);
     bool isPartial = painted.isPartial || masks.image;
     seen.chain = chainOf(rewriter->painting->scene, seen.box, masks.alphas, now.blend, isPartial);
     for (const Step &step : seen.chain.steps)
@@ -377,9 +385,12 @@ void TransparencyHandler::paintPath(Rewriter *rewriter, const Operation &operati
     std::string_view name = operation.name;
     bool fills = fillsPath(name), strokes = strokesPath(name);
     const ContentState &state = rewriter->state;
-    Painted fill = {pathBox(state, false), isRectangle(state.path), false,
-                    !strokes && !isPattern(&rewriter->state, false), FILL};
-    Painted stroke = {pathBox(state, true), false, false, false, STROKE};
+    Painted fill, stroke;
+    fill.box = pathBox(state, false);
+    fill.covers = isRectangle(state.path);
+    fill.takesMask = !strokes && !isPattern(&rewriter->state, false);
+    stroke.box = pathBox(state, true);
+    stroke.ink = STROKE;
     Seen filled, stroked;
     if (fills)
         filled = resolveColour(rewriter, fill);
@@ -421,7 +432,9 @@ bool TransparencyHandler::takeText(Rewriter *rewriter, const Operation &operatio
     int mode = rewriter->state.now.text.mode & 3;
     if (mode == 3)
         return false;
-    Painted fill = {box, false, false, false, FILL}, stroke = {box, false, false, false, STROKE};
+    Painted fill, stroke;
+    fill.box = stroke.box = box;
+    stroke.ink = STROKE;
     Seen filled, stroked;
     if (mode != 1)
         filled = resolveColour(rewriter, fill);
@@ -447,14 +460,16 @@ bool TransparencyHandler::takeText(Rewriter *rewriter, const Operation &operatio
     }
     if (before.empty())
         return false;
-    emit(rewriter, before + std::string(operation.source) + behind);
+    std::string_view source = operation.source.substr(operation.leadingSpace().size());
+    emit(rewriter, before + std::string(source) + behind);
     return true;
 }
 
 /* A stencil is painted in the fill colour. */
 bool TransparencyHandler::takeStencil(Rewriter *rewriter, const Operation &operation)
 {
-    Painted painted = {imageBox(rewriter->state), false, false, false, FILL};
+    Painted painted;
+    painted.box = imageBox(rewriter->state);
     Seen seen = resolveColour(rewriter, painted);
     leaveMark(rewriter, seen, painted);
     if (seen.isNothing)
@@ -469,9 +484,11 @@ bool TransparencyHandler::takeStencil(Rewriter *rewriter, const Operation &opera
 /* The image without its masks, for what cannot be computed. */
 bool TransparencyHandler::takeImage(Rewriter *rewriter, QPDFObjectHandle image)
 {
-    Painted painted = {imageBox(rewriter->state), false, true, true, FILL};
+    Painted painted;
+    painted.box = imageBox(rewriter->state);
+    painted.isPartial = painted.takesMask = true;
+    painted.hasOwnMask = image.getDict().getKey("/SMask").isStream();
     Seen seen = resolve(rewriter, painted);
-    leaveMark(rewriter, seen, painted);
     addMark(&rewriter->painting->scene, {seen.box, false, false, {}});
     if (seen.isNothing)
         return true;
@@ -512,6 +529,7 @@ bool TransparencyHandler::takeForm(Rewriter *rewriter, QPDFObjectHandle form)
     if (isEmpty(inner.clip))
         return false;
     painting->places++;
+    painting->work += FORM_WORK;
     std::optional<Group> group = groupOf(state->now, form);
     if (group && group->alpha <= 0)
         return true;
@@ -519,7 +537,7 @@ bool TransparencyHandler::takeForm(Rewriter *rewriter, QPDFObjectHandle form)
         painting->scene.groups.push_back(*group);
     std::optional<std::string> content = rewriteForm(rewriter, form, inner);
     if (group)
-        endGroup(&painting->scene);
+        leaveGroup(painting);
     if (!content)
         return false;
     FormCopy &copy = rewriter->document->placedForms[{form.getObjGen(), *content}];
@@ -552,7 +570,7 @@ bool TransparencyHandler::takeObject(Rewriter *rewriter, const Operation &operat
 
 bool TransparencyHandler::take(Rewriter *rewriter, const Operation &operation)
 {
-    rewriter->painting->operations++;
+    rewriter->painting->work++;
     if (takePath(rewriter, operation))
         return true;
     std::string_view name = operation.name;
@@ -576,8 +594,8 @@ bool TransparencyHandler::take(Rewriter *rewriter, const Operation &operation)
         return takeObject(rewriter, operation);
     bool isImageOrShading = name == "BI" || name == "sh";
     if (isImageOrShading && isActive(*rewriter)) {
-        Painted painted = {name == "BI" ? imageBox(rewriter->state) : rewriter->state.now.clip,
-                           false, false, false, FILL};
+        Painted painted;
+        painted.box = name == "BI" ? imageBox(rewriter->state) : rewriter->state.now.clip;
         Seen seen = resolve(rewriter, painted);
         if (seen.isNothing)
             return true;
