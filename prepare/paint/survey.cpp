@@ -173,6 +173,7 @@ std::shared_ptr<MaskScene> lookThrough(Painting *outer, QPDFObjectHandle softMas
     GraphicsState inner = stateInForm(&state, form);
     inner.transparency = {};
     mask->clip = inner.clip;
+    mask->isClipRectangle = inner.isClipRectangle;
     surveyContent(&painting, form, state, inner, depth + 1);
     outer->work = painting.work;
     mask->scene = std::move(painting.scene);
@@ -320,7 +321,7 @@ MaskValue maskValue(Painting *painting, QPDFObjectHandle softMask, const Matrix 
     if (!isForm(softMask.getKey("/G")))
         return {};
     if (depth >= MAX_FORM_DEPTH || isSpent(*painting))
-        return {false, 1, nullptr};
+        return {false, 1, nullptr, EVERYTHING};
     std::shared_ptr<MaskScene> &mask = painting->masks[keyOf(softMask, matrix)];
     if (!mask)
         mask = lookThrough(painting, softMask, matrix, depth);
@@ -334,13 +335,15 @@ MaskValue maskValue(Painting *painting, QPDFObjectHandle softMask, const Matrix 
     };
     double outside = valueOf({});
     if (isOutside)
-        return {true, transferred(softMask, outside), nullptr};
+        return {true, transferred(softMask, outside), nullptr, EVERYTHING};
     double inside = valueOf(chain.steps.front().below);
     if (chain.isKnown && (isInside || inside == outside))
-        return {true, transferred(softMask, inside), nullptr};
+        return {true, transferred(softMask, inside), nullptr, EVERYTHING};
+    if (chain.isKnown && mask->isClipRectangle && transferred(softMask, outside) <= 0)
+        return {true, transferred(softMask, inside), nullptr, mask->clip};
     if (mask->isLuminosity && isImageAlone(*mask, box))
-        return {true, 1, mask.get()};
-    return {false, 1, nullptr};
+        return {true, 1, mask.get(), EVERYTHING};
+    return {false, 1, nullptr, EVERYTHING};
 }
 
 double transferred(QPDFObjectHandle softMask, double value)

@@ -19,6 +19,7 @@ namespace prepare {
 struct MaskScene {
     Scene scene;
     Box clip;
+    bool isClipRectangle = true;
     int paints = 0;         /* operations that paint */
     QPDFObjectHandle image; /* the last image painted */
     Matrix placement;       /* of the image */
@@ -69,6 +70,7 @@ struct MaskValue {
     bool isKnown = true;
     double alpha = 1;
     const MaskScene *image = nullptr; /* not null: by its image */
+    Box limit = EVERYTHING;           /* outside of it, nothing is let through */
 };
 
 MaskValue maskValue(Painting *painting, QPDFObjectHandle softMask, const Matrix &matrix,

@@ -40,6 +40,7 @@ struct Seen {
     Chain chain;
     const MaskScene *mask = nullptr; /* it shows through the image of this mask */
     QPDFObjectHandle softMask;
+    Box limit = EVERYTHING; /* it is to be clipped to this, in the outermost space */
 };
 
 struct Painted {
@@ -47,6 +48,7 @@ struct Painted {
     bool covers = false;
     bool isPartial = false;  /* it may be transparent in itself */
     bool takesMask = false;  /* it can be painted through the image of a mask */
+    bool takesLimit = false; /* it can be clipped */
     bool hasOwnMask = false; /* which takes the place of the state's */
     Ink ink = FILL;
 };
@@ -61,7 +63,7 @@ struct TransparencyHandler : Handler {
     void paintThroughMask(Rewriter *rewriter, const Operation &operation, const Seen &seen);
     bool takeText(Rewriter *rewriter, const Operation &operation);
     bool takeObject(Rewriter *rewriter, const Operation &operation);
-    bool takeImage(Rewriter *rewriter, QPDFObjectHandle image);
+    bool takeImage(Rewriter *rewriter, const Operation &operation, QPDFObjectHandle image);
     bool takeStencil(Rewriter *rewriter, const Operation &operation);
     bool takeForm(Rewriter *rewriter, QPDFObjectHandle form);
     void noteColour(const Operation &operation);
@@ -96,6 +98,7 @@ struct Masks {
     const MaskScene *image = nullptr;
     QPDFObjectHandle softMask;
     size_t imageStep = 0;
+    Box limit = EVERYTHING;
 };
 
 void addMask(Rewriter *rewriter, Masks *masks, double alpha, QPDFObjectHandle softMask,
@@ -106,6 +109,7 @@ void addMask(Rewriter *rewriter, Masks *masks, double alpha, QPDFObjectHandle so
         return;
     MaskValue value = maskValue(rewriter->painting.get(), softMask, matrix, box, rewriter->depth);
     masks->alphas.back() *= value.alpha;
+    masks->limit = intersection(masks->limit, value.limit);
     masks->isKnown &= value.isKnown && !(value.image && masks->image);
     if (!value.image || masks->image)
         return;
@@ -152,6 +156,16 @@ Seen resolve(Rewriter *rewriter, const Painted &painted)
         return seen;
     }
     Masks masks = masksAt(rewriter, seen.box, painted);
+    if (!contains(masks.limit, seen.box)) {
+        Box left = intersection(seen.box, masks.limit);
+        seen.isNothing = isEmpty(left);
+        bool canClip = painted.takesLimit && !masks.image;
+        masks.isKnown &= canClip;
+        if (canClip) {
+            seen.limit = masks.limit;
+            seen.box = left;
+        }
+    }
     bool isPartial = painted.isPartial || masks.image;
     seen.chain = chainOf(rewriter->painting->scene, seen.box, masks.alphas, now.blend, isPartial);
     for (const Step &step : seen.chain.steps)
@@ -209,6 +223,29 @@ std::string matrixText(const Matrix &m)
     for (double value : {m.a, m.b, m.c, m.d, m.e, m.f})
         text += numberText(value) + " ";
     return text + "cm ";
+}
+
+bool isLimited(const Seen &seen)
+{
+    return !contains(seen.limit, EVERYTHING);
+}
+
+/* A clip to the limit, in the space of the content. */
+std::string limitText(const Rewriter &rewriter, const Box &limit)
+{
+    std::optional<Matrix> back = inverseOf(rewriter.state.now.ctm);
+    if (!back)
+        return "";
+    const double corners[4][2] = {{limit.left, limit.bottom},
+                                  {limit.right, limit.bottom},
+                                  {limit.right, limit.top},
+                                  {limit.left, limit.top}};
+    std::string text;
+    for (const double *p : corners)
+        text += numberText(back->a * p[0] + back->c * p[1] + back->e) + " " +
+                numberText(back->b * p[0] + back->d * p[1] + back->f) +
+                (p == corners[0] ? " m " : " l ");
+    return text + "h W n ";
 }
 
 /* ---- images that are computed ---- */
@@ -391,6 +428,7 @@ void TransparencyHandler::paintPath(Rewriter *rewriter, const Operation &operati
     fill.takesMask = !strokes && !isPattern(&rewriter->state, false);
     stroke.box = pathBox(state, true);
     stroke.ink = STROKE;
+    fill.takesLimit = stroke.takesLimit = fills != strokes;
     Seen filled, stroked;
     if (fills)
         filled = resolveColour(rewriter, fill);
@@ -420,7 +458,14 @@ void TransparencyHandler::paintPath(Rewriter *rewriter, const Operation &operati
         text += select(rewriter, stroked, STROKE);
         behind += "\n" + selected(rewriter, STROKE);
     }
-    text += path + "\n" + clip + painting + behind;
+    const Seen &only = fills ? filled : stroked;
+    if (isLimited(only) && painting != "n") {
+        text = "q " + limitText(*rewriter, only.limit) + text + path + "\n" + painting + "\nQ";
+        if (!clip.empty())
+            text += "\n" + path + "\n" + clip + "n";
+    } else {
+        text += path + "\n" + clip + painting + behind;
+    }
     path.clear();
     clip.clear();
     emit(rewriter, text);
@@ -482,11 +527,12 @@ bool TransparencyHandler::takeStencil(Rewriter *rewriter, const Operation &opera
 }
 
 /* The image without its masks, for what cannot be computed. */
-bool TransparencyHandler::takeImage(Rewriter *rewriter, QPDFObjectHandle image)
+bool TransparencyHandler::takeImage(Rewriter *rewriter, const Operation &operation,
+                                    QPDFObjectHandle image)
 {
     Painted painted;
     painted.box = imageBox(rewriter->state);
-    painted.isPartial = painted.takesMask = true;
+    painted.isPartial = painted.takesMask = painted.takesLimit = true;
     painted.hasOwnMask = image.getDict().getKey("/SMask").isStream();
     Seen seen = resolve(rewriter, painted);
     addMark(&rewriter->painting->scene, {seen.box, false, false, {}});
@@ -504,6 +550,13 @@ bool TransparencyHandler::takeImage(Rewriter *rewriter, QPDFObjectHandle image)
         const FlatImages::Known &known = flatImageOf(rewriter, image, place, {});
         if (known.flat.isGuessed)
             askForRegion(rewriter, seen.box, "a transparent picture");
+        if (known.name.empty() && isLimited(seen)) {
+            document->maskedImagesUsed.insert(image.getObjGen());
+            if (known.flat.kind != FlatKind::NOTHING)
+                emit(rewriter, "q " + limitText(*rewriter, seen.limit) +
+                                   std::string(operation.source) + " Q");
+            return true;
+        }
         if (known.name.empty()) { /* nothing of it, or nothing to be done */
             document->maskedImagesUsed.insert(image.getObjGen());
             return known.flat.kind == FlatKind::NOTHING;
@@ -511,7 +564,10 @@ bool TransparencyHandler::takeImage(Rewriter *rewriter, QPDFObjectHandle image)
         if (isMasked(image)) /* it is painted under other names on all pages */
             document->flatImagesUsed.insert(image.getObjGen());
         putResource(rewriter, XOBJECT, known.name, known.flat.image);
-        emit(rewriter, paintText(known));
+        std::string text = paintText(known);
+        if (isLimited(seen))
+            text = "q " + limitText(*rewriter, seen.limit) + text + " Q";
+        emit(rewriter, text);
         return true;
     } catch (const LimitReached &limit) {
         notice(document, "IMAGE", rewriter->page->number, limit.text);
@@ -563,7 +619,7 @@ bool TransparencyHandler::takeObject(Rewriter *rewriter, const Operation &operat
     if (isImage(object) && isActive(*rewriter) && isStencil(object))
         return takeStencil(rewriter, operation);
     if (isImage(object) && !isStencil(object) && (isActive(*rewriter) || isMasked(object)))
-        return takeImage(rewriter, object);
+        return takeImage(rewriter, operation, object);
     survey(painting, &rewriter->state, &pen, operation, rewriter->depth);
     return false;
 }

@@ -306,6 +306,18 @@ TEST(Transparency, OutsideOfASoftMaskItsBackdropCounts)
     }
 }
 
+TEST(Transparency, SoftMaskThatIsSmallerClips)
+{
+    Transparent made;
+    std::string mask =
+        ref(made.addForm("/BBox [40 30 120 90] " + std::string(GROUP), "0.5 g 40 30 80 60 re f"));
+    std::string state = made.state("/SMask << /S /Luminosity /G " + mask + " >>");
+    std::string clear = expectFlat(made.page(
+        "0.9 1 1 rg 0 0 200 200 re f q " + state +
+        "0 0 1 rg 2 0 0 2 0 0 cm 30 10 30 70 re f 20 10 8 20 re f Q 0 g 5 5 9 9 re f"));
+    EXPECT_TRUE(holds(clear, "0.45 0.5 1 rg"));
+}
+
 TEST(Transparency, ImageAsSoftMask)
 {
     Transparent made;
