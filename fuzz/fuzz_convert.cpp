@@ -12,13 +12,13 @@
 #include <string>
 
 #include "fuzz/adopted_instance.h"
+#include "fuzz/object_file.h"
 #include "tools/zolak1_3/pdf_to_ps/frame/driver.h"
 #include "tools/zolak1_3/pdf_to_ps/frame/zolak_class.h"
 
 namespace {
 
 constexpr uint8_t WITH_DECODE = 1, WITH_ENCRYPT = 2, ONE_PAGE = 4, AS_OBJECTS = 8;
-constexpr char SEPARATOR = '\xFF';
 
 struct Scratch {
     std::string folder;
@@ -47,25 +47,6 @@ struct Scratch {
         return path;
     }
 };
-
-/* The texts as objects 1, 2, ... of a file. */
-std::string documentOf(const std::string &texts)
-{
-    std::string file = "%PDF-1.2\n", table;
-    size_t count = 0;
-    for (size_t at = 0; at <= texts.size();) {
-        size_t end = std::min(texts.find(SEPARATOR, at), texts.size());
-        char entry[32];
-        snprintf(entry, sizeof entry, "%010zu 00000 n \n", file.size());
-        table += entry;
-        file += std::to_string(++count) + " 0 obj\n" + texts.substr(at, end - at) + "\nendobj\n";
-        at = end + 1;
-    }
-    std::string start = std::to_string(file.size());
-    std::string size = std::to_string(count + 1);
-    return file + "xref\n0 " + size + "\n0000000000 65535 f \n" + table + "trailer\n<< /Size " +
-           size + " /Root 1 0 R >>\nstartxref\n" + start + "\n%%EOF\n";
-}
 
 } // namespace
 

@@ -1,0 +1,60 @@
+# pdf_print.bash - completion of pdf_print's command line in bash
+
+_pdf_print() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+    # "--name=value" comes as three words
+    if [ "$word" = "=" ]; then
+        word=
+    elif [ "$before" = "=" ]; then
+        before=${COMP_WORDS[COMP_CWORD - 2]}
+    fi
+    case $before in
+    -d | --printer)
+        COMPREPLY=($(compgen -W "$(lpstat -e 2>/dev/null)" -- "$word"))
+        return
+        ;;
+    -o | --output | --password-file)
+        COMPREPLY=($(compgen -f -- "$word"))
+        return
+        ;;
+    --duplex)
+        COMPREPLY=($(compgen -W "long short off" -- "$word"))
+        return
+        ;;
+    --annotations)
+        COMPREPLY=($(compgen -W "print screen none" -- "$word"))
+        return
+        ;;
+    --paper)
+        COMPREPLY=($(compgen -W "match a3 a4 a5 a6 b4 b5 letter legal tabloid ledger executive
+            statement folio" -- "$word"))
+        return
+        ;;
+    --level)
+        COMPREPLY=($(compgen -W "2 3" -- "$word"))
+        return
+        ;;
+    --progress)
+        COMPREPLY=($(compgen -W "auto always never" -- "$word"))
+        return
+        ;;
+    --title | --pages | --copies | --resolution | --printer-memory | --max-output)
+        return
+        ;;
+    esac
+    case $word in
+    -*)
+        COMPREPLY=($(compgen -W "--output= --printer= --title= --pages= --copies= --collate
+            --duplex= --annotations= --paper= --fit --shrink --actual --no-centre --ascii --binary
+            --no-compress --level= --eps --resolution= --printer-memory= --max-output=
+            --password-file= --no-prepare --strict --keep-going --quiet --verbose --progress=
+            --help --version" -- "$word"))
+        [[ ${COMPREPLY-} == *= ]] && compopt -o nospace
+        ;;
+    *)
+        COMPREPLY=($(compgen -f -X '!*.[pP][dD][fF]' -- "$word") $(compgen -d -- "$word"))
+        compopt -o filenames
+        ;;
+    esac
+}
+complete -F _pdf_print pdf_print
