@@ -52,6 +52,32 @@ std::array<uint8_t, 256> alphaTable(const Samples &mask)
     return table;
 }
 
+/* Larger masks say more than can be printed, and cost a page more than it may take. */
+constexpr size_t MAX_MASK_PIXELS = 4u << 20;
+
+/* The plane with blocks of pixels averaged, as far as it is too large. */
+Plane reduced(Plane plane)
+{
+    int by = 1;
+    while (pixelsOf(plane.width / by + 1, plane.height / by + 1) > MAX_MASK_PIXELS)
+        by++;
+    if (by == 1)
+        return plane;
+    Plane small{std::max(plane.width / by, 1), std::max(plane.height / by, 1), {}};
+    small.alpha.reserve(pixelsOf(small.width, small.height));
+    for (int y = 0; y < small.height; y++)
+        for (int x = 0; x < small.width; x++) {
+            int bottom = std::min((y + 1) * by, plane.height);
+            int right = std::min((x + 1) * by, plane.width);
+            int sum = 0, count = 0;
+            for (int row = y * by; row < bottom; row++)
+                for (int column = x * by; column < right; column++, count++)
+                    sum += plane.alpha[pixelsOf(plane.width, row) + (size_t)column];
+            small.alpha.push_back((uint8_t)(sum / std::max(count, 1)));
+        }
+    return small;
+}
+
 Plane planeOf(Document *document, QPDFObjectHandle image)
 {
     Samples mask = decodeImage(document, image);
@@ -60,6 +86,11 @@ Plane planeOf(Document *document, QPDFObjectHandle image)
     plane.alpha.resize(pixelsOf(mask.width, mask.height));
     for (size_t i = 0; i < plane.alpha.size(); i++)
         plane.alpha[i] = table[mask.values[i * (size_t)mask.components]];
+    plane = reduced(std::move(plane));
+    bool isHard = mask.isMask || integerOr(image.getDict().getKey("/BitsPerComponent"), 8) == 1;
+    for (uint8_t &alpha : plane.alpha)
+        if (isHard) /* it has been averaged, at most */
+            alpha = alpha >= 128 ? 255 : 0;
     return plane;
 }
 
@@ -509,6 +540,9 @@ QPDFObjectHandle maskAsStencil(QPDFObjectHandle image)
     if (!mask.isStream())
         return QPDFObjectHandle::newNull();
     QPDFObjectHandle own = mask.getDict();
+    double pixels = numberOr(own.getKey("/Width"), 0) * numberOr(own.getKey("/Height"), 0);
+    if (pixels > MAX_MASK_PIXELS)
+        return QPDFObjectHandle::newNull();
     if (!isSoft)
         return isTrue(own.getKey("/ImageMask")) ? mask : QPDFObjectHandle::newNull();
     bool isIndexed = !own.getKey("/ColorSpace").isName();

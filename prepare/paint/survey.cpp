@@ -333,6 +333,9 @@ MaskValue maskValue(Painting *painting, QPDFObjectHandle softMask, const Matrix 
                    ? luminosity(composite(mask->backdrop, layer, Blend::NORMAL).colour)
                    : layer.alpha;
     };
+    /* What a backdrop means for a mask of alpha is read in different ways. */
+    if (!mask->isLuminosity && softMask.getKey("/BC").isArray() && !isInside)
+        return {false, 1, nullptr, EVERYTHING};
     double outside = valueOf({});
     if (isOutside)
         return {true, transferred(softMask, outside), nullptr, EVERYTHING};
