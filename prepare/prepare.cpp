@@ -17,6 +17,7 @@
  */
 #include "prepare/prepare.h"
 
+#include "prepare/colour/colours.h"
 #include "prepare/content/rewrite.h"
 #include "prepare/content/scan.h"
 #include "prepare/document/document.h"
@@ -31,8 +32,9 @@
 #include "prepare/page/names.h"
 #include "prepare/page/resources.h"
 #include "prepare/page/structure.h"
-#include "prepare/paint/transparency.h"
+#include "prepare/paint/patterns.h"
 #include "prepare/paint/region.h"
+#include "prepare/paint/transparency.h"
 
 namespace prepare {
 
@@ -69,8 +71,9 @@ constexpr PagePass lookPasses[] = {
 
 /* ORDER: layers first, so that nothing is done for what is off; fonts behind everything that adds
  * or changes text; names last. */
-const ContentPass *const contentPasses[] = {&layerPass, &inlineImagePass, &transparencyPass,
-                                            &fontPass, &namePass};
+const ContentPass *const contentPasses[] = {&layerPass,   &inlineImagePass, &transparencyPass,
+                                            &patternPass, &colourPass,      &fontPass,
+                                            &namePass};
 
 void runContentPasses(Document *document, Page *page)
 {

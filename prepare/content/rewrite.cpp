@@ -39,6 +39,7 @@ std::optional<std::string> rewriteInner(const Rewriter *outer, QPDFObjectHandle 
     bool damaged = false;
     std::string content = decodeStream(stream, MAX_CONTENT_BYTES, &damaged);
     std::unique_ptr<Rewriter> inner = innerRewriter(outer, resources);
+    inner->bounds = boxOf(stream.getDict().getKey("/BBox"));
     rewriteStream(inner.get(), content);
     if (!inner->taken)
         return std::nullopt;
@@ -206,6 +207,7 @@ std::optional<std::string> rewriteForm(const Rewriter *outer, QPDFObjectHandle f
     bool damaged = false;
     std::string content = decodeStream(form, MAX_CONTENT_BYTES, &damaged);
     std::unique_ptr<Rewriter> inner = innerRewriter(outer, form.getDict().getKey("/Resources"));
+    inner->bounds = boxOf(form.getDict().getKey("/BBox"));
     inner->state.now = begin;
     inner->painting = outer->painting;
     rewriteStream(inner.get(), content);
@@ -222,6 +224,28 @@ std::string addResource(Rewriter *rewriter, int category, const std::string &pre
     return name;
 }
 
+Box boxOf(QPDFObjectHandle array)
+{
+    if (!array.isArray() || array.getArrayNItems() < 4)
+        return EVERYTHING;
+    double v[4];
+    for (int i = 0; i < 4; i++)
+        v[i] = numberOr(array.getArrayItem(i), 0);
+    return {std::min(v[0], v[2]), std::min(v[1], v[3]), std::max(v[0], v[2]), std::max(v[1], v[3])};
+}
+
+std::string rewriteCell(const Rewriter *outer, QPDFObjectHandle cell, bool isUncoloured)
+{
+    bool damaged = false;
+    std::string content = decodeStream(cell, MAX_CONTENT_BYTES, &damaged);
+    std::unique_ptr<Rewriter> inner = innerRewriter(outer, cell.getDict().getKey("/Resources"));
+    inner->bounds = boxOf(cell.getDict().getKey("/BBox"));
+    inner->isUncoloured = isUncoloured;
+    inner->state.now = GraphicsState();
+    rewriteStream(inner.get(), content);
+    return std::move(inner->out);
+}
+
 void rewritePage(Document *document, Page *page, const std::vector<const ContentPass *> &passes)
 {
     Rewriter rewriter;
@@ -229,6 +253,7 @@ void rewritePage(Document *document, Page *page, const std::vector<const Content
     rewriter.page = page;
     rewriter.passes = &passes;
     rewriter.scope.resources = page->object.getKey("/Resources");
+    rewriter.bounds = boxOf(page->object.getKey("/MediaBox"));
     rewriteStream(&rewriter, page->content);
     if (!rewriter.taken)
         return;

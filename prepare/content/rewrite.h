@@ -49,6 +49,8 @@ struct Rewriter {
     ResourceScope scope; /* its resources may be added to */
     const Rewriter *outer = nullptr;
     int depth = 0;
+    Box bounds = EVERYTHING;   /* of what may be painted, in the space in which the content begins */
+    bool isUncoloured = false; /* a pattern's cell that is painted in a colour from outside */
     ContentState state;
     std::vector<std::unique_ptr<Handler>> handlers;
     size_t stage = 0; /* handlers before this one have seen the operation */
@@ -74,6 +76,13 @@ std::string addResource(Rewriter *rewriter, int category, const std::string &pre
 /* Puts a resource under this name, if the scope does not have it there already. */
 void putResource(Rewriter *rewriter, int category, const std::string &name,
                  QPDFObjectHandle resource);
+
+/* Runs the content passes over a pattern's cell, which inherits nothing; its content in the end.
+ * The resources are the cell's own, or else those around it. */
+std::string rewriteCell(const Rewriter *outer, QPDFObjectHandle cell, bool isUncoloured);
+
+/* A box from an array of four numbers in any order; EVERYTHING from anything else. */
+Box boxOf(QPDFObjectHandle array);
 
 /* Runs the content passes over a page's content (page->content) and all that it paints, and puts
  * the new content in place when there is any.  Throws LimitReached. */

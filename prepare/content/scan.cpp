@@ -8,6 +8,8 @@
 
 #include <unordered_map>
 
+#include "prepare/colour/colours.h"
+#include "prepare/colour/convert.h"
 #include "prepare/content/state.h"
 #include "prepare/fonts/store.h"
 #include "prepare/images/convert.h"
@@ -177,6 +179,14 @@ void scanXObject(Frame *frame, const std::string &name)
         noteTransparency(frame);
 }
 
+void scanPattern(Frame *frame, const std::string &name)
+{
+    QPDFObjectHandle pattern = use(frame, PATTERN, name);
+    frame->page->needs |= NEED_PATTERNS;
+    if (pattern.isStream())
+        scanForm(frame, pattern); /* a cell is content like that of a form */
+}
+
 void scanShown(Frame *frame, const Operation &operation)
 {
     if (!frame->hasOwnFont)
@@ -192,6 +202,25 @@ void scanShown(Frame *frame, const Operation &operation)
             noteShown(shown, token);
 }
 
+void scanGraphicsState(Frame *frame, const std::string &name)
+{
+    QPDFObjectHandle state = use(frame, EXTGSTATE, name);
+    if (state.getKeyIfDict("/Font").isArray())
+        frame->page->needs |= NEED_COMPOSITE; /* the converter does not select it */
+    if (hasLineParameters(state))
+        frame->page->needs |= NEED_COLOURS;
+}
+
+void scanSpace(Frame *frame, QPDFObjectHandle space)
+{
+    if (!isConvertedSpace(space))
+        return;
+    frame->page->needs |= NEED_COLOURS;
+    SpacePtr read = readSpace(frame->scope, space);
+    if (read && paintsNothing(*read))
+        frame->page->needs |= NEED_PATTERNS; /* they can paint nothing, too */
+}
+
 /* An inline image names its colour space behind /CS or /ColorSpace. */
 void scanInlineImage(Frame *frame, const Operation &operation)
 {
@@ -199,7 +228,7 @@ void scanInlineImage(Frame *frame, const Operation &operation)
     for (size_t i = 0; i + 1 < tokens.size(); i++)
         if ((tokens[i].source == "/CS" || tokens[i].source == "/ColorSpace") &&
             tokens[i + 1].kind == TokenKind::NAME)
-            use(frame, COLORSPACE, nameValue(tokens[i + 1].source));
+            scanSpace(frame, use(frame, COLORSPACE, nameValue(tokens[i + 1].source)));
     if (inlineImageNeedsWork(operation))
         frame->page->needs |= NEED_INLINE_IMAGES;
 }
@@ -228,17 +257,14 @@ void scanNamed(Frame *frame, Kind kind, const std::string &name)
     case Kind::XOBJECT:
         return scanXObject(frame, name);
     case Kind::GSTATE:
-        if (use(frame, EXTGSTATE, name).getKeyIfDict("/Font").isArray())
-            frame->page->needs |= NEED_COMPOSITE; /* the converter does not select it */
-        return;
+        return scanGraphicsState(frame, name);
     case Kind::COLORSPACE:
-        use(frame, COLORSPACE, name);
-        return;
+        return scanSpace(frame, use(frame, COLORSPACE, name));
     case Kind::COLOUR:
-        use(frame, PATTERN, name);
-        return;
+        return scanPattern(frame, name);
     case Kind::SHADING:
         use(frame, SHADING, name);
+        frame->page->needs |= NEED_PATTERNS;
         return;
     case Kind::MARK:
         use(frame, PROPERTIES, name);

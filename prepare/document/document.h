@@ -39,6 +39,8 @@ enum Need : uint32_t {
     NEED_IMAGES = 1u << 9,      /* images of kinds that the converter does not take */
     NEED_INLINE_IMAGES = 1u << 10,
     NEED_TRANSPARENCY = 1u << 12, /* transparent paint, and masked images */
+    NEED_PATTERNS = 1u << 16,     /* patterns and shadings in use */
+    NEED_COLOURS = 1u << 17,      /* colours that the converter does not know, or prints wrong */
 };
 
 /* The kinds of resources that content names. */
@@ -102,6 +104,10 @@ struct Document {
     std::map<std::pair<QPDFObjGen, std::string>, FormCopy> placedForms; /* by their new content */
     std::shared_ptr<FlatImages> flatImages;                             /* null: none so far */
     std::set<QPDFObjGen> flatImagesUsed, maskedImagesUsed; /* images under other names, and not */
+    /* Forms of patterns' cells, by pattern and what stands before the cell; and blocks of them. */
+    std::map<std::pair<QPDFObjGen, std::string>, QPDFObjectHandle> patternForms;
+    std::map<std::string, QPDFObjectHandle> shadingPictures; /* small ones, by their content */
+    double shadingWork = 0;                                  /* steps and pixels so far */
     int formCopies = 0;
     int uniqueNames = 0;
     int stoppedPrograms = 0; /* other programs that were called and took too long */

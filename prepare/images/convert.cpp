@@ -3,6 +3,7 @@
  */
 #include "prepare/images/convert.h"
 
+#include "prepare/colour/convert.h"
 #include "prepare/images/decode.h"
 #include "prepare/images/encode.h"
 
@@ -102,6 +103,14 @@ void convertStream(Document *document, const Page &page, QPDFObjectHandle stream
         replaceImage(stream, image, ImageCode::FAX);
 }
 
+/* Is its data of a kind that the converter does not take? */
+bool hasOddData(QPDFObjectHandle image)
+{
+    QPDFObjectHandle dict = image.getDict();
+    return hasFilter(dict, "/JPXDecode") || hasFilter(dict, "/JBIG2Decode") ||
+           integerOr(dict.getKey("/BitsPerComponent"), 8) == 16;
+}
+
 /* Converts an image, once. */
 void convert(Document *document, const Page &page, QPDFObjectHandle image)
 {
@@ -109,7 +118,10 @@ void convert(Document *document, const Page &page, QPDFObjectHandle image)
         return;
     document->needs |= NEED_IMAGES;
     try {
-        convertStream(document, page, image);
+        if (hasOddData(image))
+            convertStream(document, page, image);
+        if (imageNeedsColours(image))
+            convertColours(document, image);
         return;
     } catch (const LimitReached &limit) {
         notice(document, "IMAGE", page.number, "A picture is left out. " + limit.text);
@@ -208,11 +220,7 @@ bool InlineImageHandler::take(Rewriter *rewriter, const Operation &operation)
 
 bool imageNeedsWork(QPDFObjectHandle image)
 {
-    if (!image.isStream())
-        return false;
-    QPDFObjectHandle dict = image.getDict();
-    return hasFilter(dict, "/JPXDecode") || hasFilter(dict, "/JBIG2Decode") ||
-           integerOr(dict.getKey("/BitsPerComponent"), 8) == 16;
+    return image.isStream() && (hasOddData(image) || imageNeedsColours(image));
 }
 
 bool inlineImageNeedsWork(const Operation &operation)

@@ -12,7 +12,7 @@
 
 namespace prepare {
 
-/* Has the image data that the converter does not take? */
+/* Has the image data, or a colour space, that the converter does not take? */
 bool imageNeedsWork(QPDFObjectHandle image);
 
 /* The same of a "BI" operation. */

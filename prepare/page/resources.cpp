@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+#include "prepare/colour/colours.h"
+#include "prepare/colour/convert.h"
 #include "prepare/fonts/store.h"
 #include "prepare/images/convert.h"
 
@@ -48,6 +50,14 @@ QPDFObjectHandle withoutTransparency(QPDFObjectHandle state)
     return kept;
 }
 
+/* A space that content does not select any more. */
+bool isUnusedSpace(QPDFObjectHandle space)
+{
+    bool isPattern = space.isArray() && space.getArrayNItems() > 0 &&
+                     nameOr(space.getArrayItem(0)) == "/Pattern";
+    return isPattern || nameOr(space) == "/Pattern" || isConvertedSpace(space);
+}
+
 /* What remains of one kind of resources. */
 QPDFObjectHandle keptOf(Document *document, QPDFObjectHandle entries, int category,
                         const Usage &usage)
@@ -62,6 +72,10 @@ QPDFObjectHandle keptOf(Document *document, QPDFObjectHandle entries, int catego
             continue; /* nothing paints it, or it would have been converted */
         if (category == XOBJECT && usage.complete && isReplaced(document, value))
             continue; /* what is painted is another one */
+        if (category == COLORSPACE && usage.complete && isUnusedSpace(value))
+            continue; /* its colours are written as device colours now */
+        if (category == EXTGSTATE && hasLineParameters(value))
+            value = withoutLineParameters(value);
         if (category == EXTGSTATE && value.isDictionary())
             value = withoutTransparency(value);
         kept.replaceKey(name, value);
@@ -70,8 +84,7 @@ QPDFObjectHandle keptOf(Document *document, QPDFObjectHandle entries, int catego
 }
 
 /* The resources without what is unused. */
-QPDFObjectHandle keptResources(Document *document, QPDFObjectHandle resources, const Usage &usage,
-                               int page)
+QPDFObjectHandle keptResources(Document *document, QPDFObjectHandle resources, const Usage &usage)
 {
     QPDFObjectHandle kept = QPDFObjectHandle::newDictionary();
     for (int category : {XOBJECT, FONT, EXTGSTATE, COLORSPACE}) {
@@ -82,8 +95,6 @@ QPDFObjectHandle keptResources(Document *document, QPDFObjectHandle resources, c
         if (!left.getKeys().empty())
             kept.replaceKey(categoryKey(category), left);
     }
-    if (!usage.names[PATTERN].empty() && resources.getKey("/Pattern").isDictionary())
-        notice(document, "PATTERN", page, "Patterns are left out.");
     return kept;
 }
 
@@ -171,8 +182,7 @@ void dropUnused(Document *document, Page *page)
     QPDFObjectHandle resources = page->object.getKey("/Resources");
     if (!resources.isDictionary())
         return;
-    page->object.replaceKey("/Resources",
-                            keptResources(document, resources, page->usage, page->number));
+    page->object.replaceKey("/Resources", keptResources(document, resources, page->usage));
 }
 
 void dropUnusedInForms(Document *document)
@@ -180,7 +190,7 @@ void dropUnusedInForms(Document *document)
     for (auto &[key, usage] : document->formUsage) {
         QPDFObjectHandle resources = document->pdf.getObject(key);
         if (resources.isDictionary())
-            document->pdf.replaceObject(key, keptResources(document, resources, usage, 0));
+            document->pdf.replaceObject(key, keptResources(document, resources, usage));
     }
 }
 

@@ -3,12 +3,14 @@
  *
  * An ICC profile's colours are printed as device colours of as many components.  A table in a
  * string ends at its first zero byte on its way through the converter, so such tables become
- * streams.  A separation's tint function becomes a table of samples.
+ * streams.  A separation's tint function becomes a table of samples, in the device space that its
+ * alternate comes down to; a space of one ink is a separation.
  */
 #include "prepare/page/spaces.h"
 
-#include <algorithm>
 #include <cmath>
+
+#include "prepare/colour/convert.h"
 
 namespace prepare {
 
@@ -18,7 +20,7 @@ constexpr int MAX_SPACE_DEPTH = 8;
 
 QPDFObjectHandle mend(Document *document, QPDFObjectHandle space, bool *isChanged, int depth);
 
-QPDFObjectHandle deviceSpace(int components)
+QPDFObjectHandle deviceName(int components)
 {
     const char *name = components == 1   ? "/DeviceGray"
                        : components == 4 ? "/DeviceCMYK"
@@ -38,7 +40,7 @@ QPDFObjectHandle mendProfile(Document *document, QPDFObjectHandle space, bool *i
     if (alternate.isArray() && alternate.getArrayNItems() > 0 &&
         nameOr(alternate.getArrayItem(0)) == "/Lab") /* its numbers are not device colours */
         return mend(document, alternate, isChanged, depth + 1);
-    return deviceSpace(integerOr(dict.getKey("/N"), 3));
+    return deviceName(integerOr(dict.getKey("/N"), 3));
 }
 
 /* Puts a mended space at a place of a copy of the array. */
@@ -55,81 +57,14 @@ QPDFObjectHandle mendItem(Document *document, QPDFObjectHandle space, int item, 
     return copy;
 }
 
-/* ---- tint functions ---- */
-
-constexpr int SAMPLES = 256;
-
-int componentsOf(QPDFObjectHandle space)
+/* Is it a space whose colours the converter's tint functions can have? */
+bool isDevice(QPDFObjectHandle space)
 {
-    std::string family =
-        nameOr(space.isArray() && space.getArrayNItems() > 0 ? space.getArrayItem(0) : space);
-    if (family == "/DeviceCMYK")
-        return 4;
-    return family == "/DeviceGray" || family == "/CalGray" || family == "/G" ? 1 : 3;
+    std::string name = nameOr(space);
+    return name == "/DeviceGray" || name == "/DeviceRGB" || name == "/DeviceCMYK";
 }
 
-double itemOr(QPDFObjectHandle array, int item, double otherwise)
-{
-    if (!array.isArray() || item >= array.getArrayNItems())
-        return otherwise;
-    return numberOr(array.getArrayItem(item), otherwise);
-}
-
-/* Output `component` of an exponential function, or of several stitched together. */
-double valueAt(QPDFObjectHandle function, double x, int component, int depth)
-{
-    QPDFObjectHandle dict = function.isStream() ? function.getDict() : function;
-    if (!dict.isDictionary() || depth > MAX_SPACE_DEPTH)
-        return 0;
-    QPDFObjectHandle parts = dict.getKey("/Functions"), bounds = dict.getKey("/Bounds");
-    if (integerOr(dict.getKey("/FunctionType"), -1) == 3 && parts.isArray() &&
-        parts.getArrayNItems() > 0) {
-        int part = 0, last = parts.getArrayNItems() - 1;
-        while (part < last && x >= itemOr(bounds, part, 1))
-            part++;
-        double low = part == 0 ? 0 : itemOr(bounds, part - 1, 0);
-        double high = part == last ? 1 : itemOr(bounds, part, 1);
-        QPDFObjectHandle encode = dict.getKey("/Encode");
-        double from = itemOr(encode, 2 * part, 0), to = itemOr(encode, 2 * part + 1, 1);
-        double at = high > low ? from + (x - low) * (to - from) / (high - low) : from;
-        return valueAt(parts.getArrayItem(part), at, component, depth + 1);
-    }
-    double exponent = numberOr(dict.getKey("/N"), 1);
-    double begin = itemOr(dict.getKey("/C0"), component, 0);
-    double end = itemOr(dict.getKey("/C1"), component, 1);
-    double power = x > 0 || exponent > 0 ? std::pow(x, exponent) : 0;
-    return begin + power * (end - begin);
-}
-
-/* The function as a table of samples; null when it is of a kind that is not computed here. */
-QPDFObjectHandle sampledTint(Document *document, QPDFObjectHandle function, int components)
-{
-    QPDFObjectHandle dict = function.isStream() ? function.getDict() : function;
-    int type = dict.isDictionary() ? integerOr(dict.getKey("/FunctionType"), -1) : -1;
-    if (type != 2 && type != 3)
-        return QPDFObjectHandle::newNull();
-    std::string samples;
-    for (int i = 0; i < SAMPLES; i++)
-        for (int c = 0; c < components; c++) {
-            double value = valueAt(function, (double)i / (SAMPLES - 1), c, 0);
-            samples.push_back((char)std::lround(std::clamp(value, 0.0, 1.0) * 255));
-        }
-    QPDFObjectHandle stream = newFlateStream(&document->pdf, samples);
-    std::string range;
-    for (int c = 0; c < components; c++)
-        range += " 0 1";
-    auto put = [&](const char *key, const std::string &value) {
-        stream.getDict().replaceKey(key, QPDFObjectHandle::parse(value));
-    };
-    put("/FunctionType", "0");
-    put("/Domain", "[0 1]");
-    put("/Range", "[" + range + "]");
-    put("/Size", "[" + std::to_string(SAMPLES) + "]");
-    put("/BitsPerSample", "8");
-    return stream;
-}
-
-/* [/Separation name alternate function] */
+/* [/Separation name alternate function], and /DeviceN with one name in its array */
 QPDFObjectHandle mendSeparation(Document *document, QPDFObjectHandle space, bool *isChanged,
                                 int depth)
 {
@@ -138,20 +73,45 @@ QPDFObjectHandle mendSeparation(Document *document, QPDFObjectHandle space, bool
         return QPDFObjectHandle::newNull();
     }
     space = mendItem(document, space, 2, isChanged, depth);
-    QPDFObjectHandle function = space.getArrayItem(3);
-    if (function.isStream() && integerOr(function.getDict().getKey("/FunctionType"), -1) == 0)
+    if (isDevice(space.getArrayItem(2)) && isPlainFunction(space.getArrayItem(3), 1))
         return space;
     *isChanged = true;
-    QPDFObjectHandle tint = sampledTint(document, function, componentsOf(space.getArrayItem(2)));
+    SpacePtr read = readSpace({}, space);
+    if (!read)
+        return QPDFObjectHandle::newNull();
     QPDFObjectHandle copy = space.shallowCopy();
-    if (tint.isNull()) { /* black ink, the more the higher the tint */
-        auto black =
-            QPDFObjectHandle::parse("<</FunctionType 2 /Domain [0 1] /C0 [1] /C1 [0] /N 1>>");
-        copy.setArrayItem(2, QPDFObjectHandle::newName("/DeviceGray"));
-        tint = sampledTint(document, black, 1);
-    }
-    copy.setArrayItem(3, tint);
+    copy.setArrayItem(2, deviceName((int)deviceComponents(*read)));
+    copy.setArrayItem(3, sampledSpace(document, *read));
     return copy;
+}
+
+/* [/DeviceN names alternate function attributes] */
+QPDFObjectHandle mendInks(Document *document, QPDFObjectHandle space, bool *isChanged, int depth)
+{
+    QPDFObjectHandle names = space.getArrayItem(1);
+    if (space.getArrayNItems() < 4 || !names.isArray() || names.getArrayNItems() != 1)
+        return space; /* its colours are converted where they are used */
+    *isChanged = true;
+    QPDFObjectHandle one =
+        QPDFObjectHandle::newArray({QPDFObjectHandle::newName("/Separation"), names.getArrayItem(0),
+                                    space.getArrayItem(2), space.getArrayItem(3)});
+    return mendSeparation(document, one, isChanged, depth);
+}
+
+/* The table of an Indexed space in device colours. */
+QPDFObjectHandle deviceIndexed(Document *document, const ColourSpace &space)
+{
+    std::string table;
+    for (int i = 0; i <= space.high; i++) {
+        double index = i;
+        DeviceColour colour = toDevice(space, {&index, 1});
+        for (size_t c = 0; c < colour.components; c++)
+            table.push_back((char)std::lround(colour.values[c] * 255));
+    }
+    return QPDFObjectHandle::newArray({QPDFObjectHandle::newName("/Indexed"),
+                                       deviceName((int)deviceComponents(space)),
+                                       QPDFObjectHandle::newInteger(space.high),
+                                       QPDFObjectHandle::newStream(&document->pdf, table)});
 }
 
 /* [/Indexed base hival table] */
@@ -160,6 +120,12 @@ QPDFObjectHandle mendIndexed(Document *document, QPDFObjectHandle space, bool *i
     if (space.getArrayNItems() < 4)
         return space;
     space = mendItem(document, space, 1, isChanged, depth);
+    if (isConvertedSpace(space.getArrayItem(1))) {
+        if (SpacePtr read = readSpace({}, space)) {
+            *isChanged = true;
+            return deviceIndexed(document, *read);
+        }
+    }
     QPDFObjectHandle table = space.getArrayItem(3);
     if (!table.isString() || table.getStringValue().find('\0') == std::string::npos)
         return space;
@@ -186,7 +152,7 @@ QPDFObjectHandle mend(Document *document, QPDFObjectHandle space, bool *isChange
     if (family == "/Separation")
         return mendSeparation(document, space, isChanged, depth);
     if (family == "/DeviceN" && count > 2)
-        return mendItem(document, space, 2, isChanged, depth);
+        return mendInks(document, space, isChanged, depth);
     if (family == "/Pattern" && count > 1)
         return mendItem(document, space, 1, isChanged, depth);
     return space;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 
+#include "prepare/colour/convert.h"
 #include "prepare/content/tokens.h"
 #include "prepare/page/spaces.h"
 
@@ -195,28 +196,69 @@ bool mendFont(Mending *mending, QPDFObjectHandle font, int depth)
     return true;
 }
 
-/* Functions that the converter takes: sampled ones, and names. */
-bool isTakenFunction(QPDFObjectHandle function)
+/* A tiling pattern's cell is content like that of a form. */
+void mendPattern(Mending *mending, QPDFObjectHandle pattern, int depth)
 {
-    if (function.isName())
+    if (!pattern.isStream() || !mending->document->structured.insert(pattern.getObjGen()).second)
+        return;
+    mendFilters(mending, pattern);
+    mendInner(mending, pattern.getDict(), depth);
+}
+
+/* Functions of graphics states that the converter takes: names, and tables. */
+void mendStateFunction(Mending *mending, QPDFObjectHandle state, const char *key)
+{
+    QPDFObjectHandle function = state.getKey(key);
+    bool isArray = function.isArray();
+    std::vector<QPDFObjectHandle> items =
+        isArray ? function.getArrayAsVector() : std::vector<QPDFObjectHandle>{function};
+    bool isChanged = false;
+    for (QPDFObjectHandle &item : items) {
+        if (item.isName() || isPlainFunction(item, 1))
+            continue;
+        isChanged = true;
+        item = sampledFunction(mending->document, item);
+        if (!item.isNull())
+            continue;
+        state.removeKey(key);
+        return changed(mending);
+    }
+    if (!isChanged)
+        return;
+    state.replaceKey(key, isArray ? QPDFObjectHandle::newArray(items) : items[0]);
+    changed(mending);
+}
+
+/* Are all functions of a halftone, and of those within it, such that the converter takes? */
+bool isPlainHalftone(QPDFObjectHandle halftone, int depth)
+{
+    constexpr int MAX_HALFTONE_DEPTH = 4;
+    QPDFObjectHandle dict = halftone.isStream() ? halftone.getDict() : halftone;
+    if (halftone.isName())
         return true;
-    return function.isStream() && integerOr(function.getDict().getKey("/FunctionType"), -1) == 0;
+    if (!dict.isDictionary() || depth > MAX_HALFTONE_DEPTH)
+        return false;
+    for (auto &[key, value] : dict.getDictAsMap()) {
+        if (key == "/SpotFunction" || key == "/TransferFunction") {
+            if (!value.isName() && !isPlainFunction(value, key == "/SpotFunction" ? 2 : 1))
+                return false;
+        } else if ((value.isDictionary() || value.isStream()) && key != "/DecodeParms" &&
+                   !isPlainHalftone(value, depth + 1)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool mendGraphicsState(Mending *mending, QPDFObjectHandle state)
 {
     if (!state.isDictionary())
         return false;
-    for (const char *key : {"/TR", "/BG", "/UCR"}) {
-        QPDFObjectHandle function = state.getKey(key);
-        bool isTaken = isTakenFunction(function);
-        if (function.isArray()) {
-            std::vector<QPDFObjectHandle> items = function.getArrayAsVector();
-            isTaken = std::all_of(items.begin(), items.end(), isTakenFunction);
-        }
-        if (function.isNull() || isTaken)
-            continue;
-        state.removeKey(key);
+    for (const char *key : {"/TR", "/BG", "/UCR"})
+        if (state.hasKey(key))
+            mendStateFunction(mending, state, key);
+    if (state.hasKey("/HT") && !isPlainHalftone(state.getKey("/HT"), 0)) {
+        state.removeKey("/HT");
         changed(mending);
     }
     QPDFObjectHandle font = state.getKey("/Font");
@@ -243,6 +285,9 @@ bool mendEntry(Mending *mending, int category, QPDFObjectHandle entries, const s
         return mendFont(mending, value, depth);
     case EXTGSTATE:
         return mendGraphicsState(mending, value);
+    case PATTERN:
+        mendPattern(mending, value, depth);
+        return true;
     case COLORSPACE: {
         bool isChanged = false;
         QPDFObjectHandle space = mendSpace(mending->document, value, &isChanged);

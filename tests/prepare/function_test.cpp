@@ -115,7 +115,7 @@ TEST(Functions, SamplesThatAreMissingAreZero)
     pdf.emptyPDF();
     std::string entries = "/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 8 /Size ";
     expectNear(valuesOf(readFunction(stream(&pdf, entries + "[1000000000]", "\xFF")), {1}), {0});
-    for (const char *size : {"[0]", "[-4]", "[99999999999999999999]", "[]", "3", "[null]"})
+    for (const char *size : {"[0]", "[-4]", "[99999999999999999999.0]", "[]", "3", "[null]"})
         EXPECT_EQ(readFunction(stream(&pdf, entries + size, "\xFF")), nullptr) << size;
     std::string all = "[";
     for (int i = 0; i < 8; i++)

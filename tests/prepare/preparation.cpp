@@ -46,6 +46,24 @@ void expectSame(const std::vector<Picture> &pages, const std::vector<Picture> &r
     }
 }
 
+/* Like one of two references. */
+void expectLikeOne(const std::vector<Picture> &pages, const std::vector<Picture> &first,
+                   const std::vector<Picture> &second, const std::string &what)
+{
+    constexpr double AREA = 0.04, INK = 0.25;
+    ASSERT_EQ(pages.size(), first.size()) << what;
+    ASSERT_EQ(pages.size(), second.size()) << what;
+    for (size_t i = 0; i < pages.size(); i++) {
+        PictureDifference a = comparePictures(pages[i], first[i]);
+        PictureDifference b = comparePictures(pages[i], second[i]);
+        auto isClose = [](const PictureDifference &difference) {
+            return difference.sameSize && difference.area < AREA && difference.ink < INK;
+        };
+        EXPECT_TRUE(isClose(a) || isClose(b))
+            << what << ", page " << i + 1 << ": " << describe(a) << "; " << describe(b);
+    }
+}
+
 } // namespace
 
 std::string preparePath()
@@ -98,6 +116,38 @@ std::string expectPrepared(const std::string &bytes)
     Preparation again = preparePdf(made.pdf);
     EXPECT_EQ(again.pdf, made.pdf) << "a prepared document needs nothing";
     return made.pdf;
+}
+
+void expectAlikePages(const std::string &original, const std::string &prepared)
+{
+    std::vector<Picture> byMupdf = renderPdf(original, DPI);
+    std::vector<Picture> byGhostscript = renderByGhostscript(original);
+    expectLikeOne(renderPdf(prepared, DPI), byMupdf, byGhostscript, "prepared");
+    PrintedJob job = printFile(convertForPrinting(prepared).output, DPI);
+    EXPECT_EQ(faultsOf(job), std::vector<std::string>());
+    expectLikeOne(job.pages, byMupdf, byGhostscript, "PostScript");
+}
+
+std::string expectAlike(const std::string &bytes)
+{
+    Preparation made = preparePdf(bytes);
+    EXPECT_EQ(made.status, 0);
+    EXPECT_EQ(made.messages, std::vector<std::string>());
+    expectAlikePages(bytes, made.pdf);
+    EXPECT_EQ(preparePdf(made.pdf).pdf, made.pdf) << "a prepared document needs nothing";
+    return made.pdf;
+}
+
+void expectPrintedAs(const std::string &bytes, const std::string &expected)
+{
+    Preparation made = preparePdf(bytes);
+    EXPECT_EQ(made.messages, std::vector<std::string>());
+    std::vector<Picture> pages = renderPdf(expected, DPI);
+    expectLikeOne(renderPdf(made.pdf, DPI), pages, pages, "prepared");
+    PrintedJob job = printFile(convertForPrinting(made.pdf).output, DPI);
+    EXPECT_EQ(faultsOf(job), std::vector<std::string>());
+    expectLikeOne(job.pages, pages, pages, "PostScript");
+    EXPECT_EQ(preparePdf(made.pdf).pdf, made.pdf) << "a prepared document needs nothing";
 }
 
 std::string inClear(const std::string &pdf)

@@ -29,6 +29,16 @@ void expectSamePages(const std::string &original, const std::string &prepared);
 /* Prepares, expects status 0 and the same pages, and answers the prepared document. */
 std::string expectPrepared(const std::string &bytes);
 
+/* The same, but it is enough to look like what one of the renderers draws, and edges may lie half a
+ * pixel beside: they place cells and shadings by pixels, each in its way. */
+void expectAlikePages(const std::string &original, const std::string &prepared);
+
+/* Prepares, expects status 0 and pages that are alike, and answers the prepared document. */
+std::string expectAlike(const std::string &bytes);
+
+/* Prepared, and printed by way of the converter, the document is this one, drawn otherwise. */
+void expectPrintedAs(const std::string &bytes, const std::string &expected);
+
 /* The document's streams in clear and its objects one by one, for looking at. */
 std::string inClear(const std::string &pdf);
 

@@ -1,0 +1,26 @@
+/*
+ * colours.h - colours and graphics states in content
+ */
+#ifndef PREPARE_COLOUR_COLOURS_H
+#define PREPARE_COLOUR_COLOURS_H
+
+#include "prepare/content/rewrite.h"
+
+namespace prepare {
+
+/* Writes colours of spaces that are converted as device colours, and the parameters of lines that
+ * graphics states hold as operators. */
+extern const ContentPass colourPass;
+
+/* Has the graphics state parameters that the converter drops? */
+bool hasLineParameters(QPDFObjectHandle graphicsState);
+
+/* Takes them out of a copy. */
+QPDFObjectHandle withoutLineParameters(QPDFObjectHandle graphicsState);
+
+/* The colour space that an inline image names, in full; null when there is none. */
+QPDFObjectHandle inlineSpace(const ResourceScope &scope, const Operation &operation);
+
+} // namespace prepare
+
+#endif

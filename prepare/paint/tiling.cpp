@@ -1,0 +1,201 @@
+/*
+ * tiling.cpp - the cell becomes a form, once for each colour; blocks of cells become forms of forms
+ */
+#include "prepare/paint/tiling.h"
+
+#include <cmath>
+
+namespace prepare {
+
+namespace {
+
+constexpr int BLOCK = 8;         /* cells along a side of a block */
+constexpr double MANY_CELLS = 4; /* blocks' worth of cells before blocks are used */
+
+/* What content starts with that inherits nothing. */
+const char freshState[] = "1 w 0 J 0 j 10 M [] 0 d 0 Tc 0 Tw 100 Tz 0 TL 0 Tr 0 Ts\n";
+
+/* The lattice of a pattern. */
+struct Lattice {
+    Box cell;
+    double x, y; /* steps */
+};
+
+std::optional<Lattice> latticeOf(QPDFObjectHandle dict)
+{
+    Lattice lattice = {boxOf(dict.getKey("/BBox")), std::abs(numberOr(dict.getKey("/XStep"), 0)),
+                       std::abs(numberOr(dict.getKey("/YStep"), 0))};
+    const Box &cell = lattice.cell;
+    constexpr double LEAST = 1e-6;
+    if (cell.right - cell.left < LEAST || cell.top - cell.bottom < LEAST)
+        return std::nullopt;
+    if (lattice.x < LEAST)
+        lattice.x = cell.right - cell.left;
+    if (lattice.y < LEAST)
+        lattice.y = cell.top - cell.bottom;
+    return lattice;
+}
+
+/* Cells along one axis whose boxes meet the box. */
+struct Range {
+    double first, last;
+    double count() const { return std::max(0.0, last - first + 1); }
+};
+
+Range cellsAlong(double cellLow, double cellHigh, double step, double low, double high)
+{
+    constexpr double TOUCH = 1e-4; /* of a step: cells that do no more than that are left out */
+    return {std::ceil((low - cellHigh) / step + TOUCH),
+            std::floor((high - cellLow) / step - TOUCH)};
+}
+
+QPDFObjectHandle newForm(Rewriter *rewriter, const Box &box, const std::string &content)
+{
+    QPDFObjectHandle form = newFlateStream(&rewriter->document->pdf, content);
+    std::string corners = "[";
+    for (double value : {box.left, box.bottom, box.right, box.top})
+        corners += numberText(value) + " ";
+    form.getDict().replaceKey("/Type", QPDFObjectHandle::newName("/XObject"));
+    form.getDict().replaceKey("/Subtype", QPDFObjectHandle::newName("/Form"));
+    form.getDict().replaceKey("/BBox", QPDFObjectHandle::parse(corners + "]"));
+    return form;
+}
+
+QPDFObjectHandle cellForm(Rewriter *rewriter, QPDFObjectHandle pattern, const Box &cell,
+                          bool isUncoloured, const DeviceColour &colour)
+{
+    Document *document = rewriter->document;
+    std::string prefix = freshState + colourText(colour, false) + " " + colourText(colour, true);
+    QPDFObjectHandle &form = document->patternForms[{pattern.getObjGen(), prefix}];
+    if (form.isInitialized())
+        return form;
+    form = QPDFObjectHandle::newNull(); /* what a pattern within itself finds */
+    QPDFObjectHandle resources = pattern.getDict().getKey("/Resources");
+    std::string content = rewriteCell(rewriter, pattern, isUncoloured);
+    form = newForm(rewriter, cell, prefix + "\n" + content);
+    form.getDict().replaceKey("/Resources",
+                              resources.isDictionary() ? resources : rewriter->scope.resources);
+    return form;
+}
+
+std::string cellText(double x, double y, const std::string &name)
+{
+    return "q 1 0 0 1 " + numberText(x) + " " + numberText(y) + " cm " + name + " Do Q\n";
+}
+
+/* A form of cells, the first at the origin. */
+QPDFObjectHandle blockForm(Rewriter *rewriter, const Lattice &lattice, QPDFObjectHandle cell)
+{
+    QPDFObjectHandle &known = rewriter->document->patternForms[{cell.getObjGen(), "block"}];
+    if (known.isInitialized())
+        return known;
+    std::string content;
+    for (int j = 0; j < BLOCK; j++)
+        for (int i = 0; i < BLOCK; i++)
+            content += cellText(i * lattice.x, j * lattice.y, "/C");
+    Box box = lattice.cell;
+    box.right += (BLOCK - 1) * lattice.x;
+    box.top += (BLOCK - 1) * lattice.y;
+    QPDFObjectHandle form = newForm(rewriter, box, content);
+    QPDFObjectHandle resources = QPDFObjectHandle::parse("<</XObject <<>>>>");
+    resources.getKey("/XObject").replaceKey("/C", cell);
+    form.getDict().replaceKey("/Resources", resources);
+    return known = form;
+}
+
+/* The name of a form as a resource, the same wherever it is painted. */
+std::string nameOfForm(Rewriter *rewriter, QPDFObjectHandle form)
+{
+    std::string name = "/PfT" + std::to_string(form.getObjectID());
+    putResource(rewriter, XOBJECT, name, form);
+    return name;
+}
+
+std::string cellsText(const Lattice &lattice, const Range &across, const Range &up, int stride,
+                      const std::string &name)
+{
+    std::string text;
+    for (double j = up.first; j <= up.last; j += stride)
+        for (double i = across.first; i <= across.last; i += stride)
+            text += cellText(i * lattice.x, j * lattice.y, name);
+    return text;
+}
+
+/* One colour in place of the cells. */
+std::string plainContent(Rewriter *rewriter, QPDFObjectHandle pattern, const DeviceColour &colour,
+                         const Box &box)
+{
+    notice(rewriter->document, "PATTERN", rewriter->page->number,
+           "A pattern of endless cells is replaced by one colour.");
+    bool isUncoloured = integerOr(pattern.getDict().getKey("/PaintType"), 1) == 2;
+    DeviceColour plain = isUncoloured ? colour : tilingColour(rewriter->scope, pattern);
+    return colourText(plain, false) + " " + numberText(box.left) + " " + numberText(box.bottom) +
+           " " + numberText(box.right - box.left) + " " + numberText(box.top - box.bottom) +
+           " re f\n";
+}
+
+} // namespace
+
+std::optional<std::string> tilingContent(Rewriter *rewriter, QPDFObjectHandle pattern,
+                                         const DeviceColour &colour, const Box &box)
+{
+    QPDFObjectHandle dict = pattern.getDict();
+    std::optional<Lattice> lattice = latticeOf(dict);
+    if (!lattice || isEmpty(box))
+        return "";
+    const Box &cell = lattice->cell;
+    Range across = cellsAlong(cell.left, cell.right, lattice->x, box.left, box.right);
+    Range up = cellsAlong(cell.bottom, cell.top, lattice->y, box.bottom, box.top);
+    double count = across.count() * up.count();
+    if (count == 0)
+        return "";
+    constexpr double ABSURD = 1e7; /* nobody draws those */
+    if (!(count <= ABSURD))
+        return plainContent(rewriter, pattern, colour, box);
+    if (count > MAX_CELLS || rewriter->depth >= MAX_FORM_DEPTH)
+        return std::nullopt;
+    bool isUncoloured = integerOr(dict.getKey("/PaintType"), 1) == 2;
+    QPDFObjectHandle form =
+        cellForm(rewriter, pattern, cell, isUncoloured, isUncoloured ? colour : DeviceColour{});
+    if (!form.isStream())
+        return std::nullopt;
+    if (count < MANY_CELLS * BLOCK * BLOCK)
+        return cellsText(*lattice, across, up, 1, nameOfForm(rewriter, form));
+    QPDFObjectHandle block = blockForm(rewriter, *lattice, form);
+    return cellsText(*lattice, across, up, BLOCK, nameOfForm(rewriter, block));
+}
+
+DeviceColour tilingColour(const ResourceScope &scope, QPDFObjectHandle pattern)
+{
+    constexpr double GRAY = 0.5, WHITE = 0.999;
+    constexpr size_t MOST_BYTES = 1u << 20;
+    DeviceColour found{1, {GRAY, 0, 0, 0}};
+    bool damaged = false;
+    std::string content;
+    try {
+        content = decodeStream(pattern, MOST_BYTES, &damaged);
+    } catch (const LimitReached &) {
+        return found;
+    }
+    ResourceScope inner{pattern.getDict().getKey("/Resources"), &scope};
+    ContentState state;
+    state.scope = &inner;
+    ContentReader reader{content};
+    Operation operation;
+    while (readOperation(&reader, &operation)) {
+        bool isFill = operation.name == "f" || operation.name == "F" || operation.name == "f*" ||
+                      operation.name == "B" || operation.name == "b";
+        bool isStroke = operation.name == "S" || operation.name == "s";
+        if (isFill || isStroke) {
+            DeviceColour colour =
+                deviceColourOf(&state, isFill ? state.now.fill : state.now.stroke);
+            DeviceColour rgb = toRgb(colour);
+            if (rgb.values[0] < WHITE || rgb.values[1] < WHITE || rgb.values[2] < WHITE)
+                return colour;
+        }
+        track(&state, operation);
+    }
+    return found;
+}
+
+} // namespace prepare
