@@ -17,13 +17,14 @@ tools/zolak1_3/pdf_to_ps/writer  zelkov tools/zolak1_3/truetype tools/zolak1_3/p
 tools/zolak1_3/pdf_to_ps/frame   zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer
 library                          zelkov tools/zolak1_3/pdf_to_ps/frame pdf_to_ps
 job                              zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer tools/zolak1_3/pdf_to_ps/frame
-programs/pdf_print               zelkov job
+programs/printing                zelkov job
+programs/pdf_print               zelkov job programs/printing
 '
 
 status=0
 
 # Every folder with sources has its row.
-for folder in $(find zelkov tools library job programs/pdf_print -name '*.cpp' -o -name '*.h' | sed 's|/[^/]*$||' | sort -u); do
+for folder in $(find zelkov tools library job programs/printing programs/pdf_print -name '*.cpp' -o -name '*.h' | sed 's|/[^/]*$||' | sort -u); do
     if ! printf '%s\n' "$table" | grep -q "^$folder\( \|$\)"; then
         echo "Not in the table of layers: $folder"
         status=1

@@ -4,13 +4,14 @@
 #include "programs/pdf_print/options.h"
 
 #include <cerrno>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include <getopt.h>
 #include <strings.h>
+
+#include "programs/printing/values.h"
 
 namespace {
 
@@ -128,17 +129,6 @@ constexpr option options[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-struct PaperName {
-    const char *name;
-    int width, height; /* points */
-};
-constexpr PaperName papers[] = {
-    {"a3", 842, 1191},      {"a4", 595, 842},      {"a5", 420, 595},        {"a6", 298, 420},
-    {"b4", 709, 1001},      {"b5", 499, 709},      {"letter", 612, 792},    {"legal", 612, 1008},
-    {"tabloid", 792, 1224}, {"ledger", 1224, 792}, {"executive", 522, 756}, {"statement", 396, 612},
-    {"folio", 612, 936},
-};
-
 [[noreturn]] void misuse(const std::string &text)
 {
     fprintf(stderr, "pdf_print: %s\nTry 'pdf_print --help'.\n", text.c_str());
@@ -157,31 +147,6 @@ long readNumber(const char *text, const char *what, long lowest, long highest)
     return value;
 }
 
-/* "2-5,9,12-" */
-std::vector<std::pair<int, int>> readPages(const std::string &list)
-{
-    constexpr int LAST = 1 << 30;
-    std::vector<std::pair<int, int>> pages;
-    for (const char *at = list.c_str(); *at;) {
-        char *end;
-        long first = strtol(at, &end, 10), last = first;
-        bool good = end != at && *at >= '0' && *at <= '9';
-        at = end;
-        if (good && *at == '-') {
-            last = strtol(++at, &end, 10);
-            last = end == at ? LAST : last;
-            at = end;
-        }
-        if (!good || first < 1 || last < first || last > LAST || (*at && *at != ','))
-            misuse("Not a list of pages: " + list);
-        pages.emplace_back((int)first, (int)last);
-        at += *at == ',';
-    }
-    if (pages.empty())
-        misuse("Not a list of pages: " + list);
-    return pages;
-}
-
 job::Duplex readDuplex(const std::string &edge)
 {
     if (edge == "long")
@@ -193,42 +158,13 @@ job::Duplex readDuplex(const std::string &edge)
     misuse("Duplex is long, short or off, not: " + edge);
 }
 
-/* "210x297mm" in points; false when it is nothing like that. */
-bool readSize(const std::string &text, int *width, int *height)
-{
-    double w, h;
-    char unit[8] = "mm";
-    int used = 0;
-    if (sscanf(text.c_str(), "%lfx%lf%n%7s", &w, &h, &used, unit) < 2)
-        return false;
-    double points = strcasecmp(unit, "mm") == 0   ? 72 / 25.4
-                    : strcasecmp(unit, "cm") == 0 ? 72 / 2.54
-                    : strcasecmp(unit, "in") == 0 ? 72
-                    : strcasecmp(unit, "pt") == 0 ? 1
-                                                  : 0;
-    constexpr double SMALLEST = 1, LARGEST = 100000;
-    w = std::round(w * points);
-    h = std::round(h * points);
-    if (!(w >= SMALLEST && w <= LARGEST && h >= SMALLEST && h <= LARGEST))
-        return false;
-    *width = (int)w;
-    *height = (int)h;
-    return true;
-}
-
 void readPaper(const std::string &name, job::Paper *paper)
 {
     if (name == "match") {
         paper->width = paper->height = 0;
         return;
     }
-    for (const PaperName &known : papers)
-        if (strcasecmp(known.name, name.c_str()) == 0) {
-            paper->width = known.width;
-            paper->height = known.height;
-            return;
-        }
-    if (!readSize(name, &paper->width, &paper->height))
+    if (!readPaperSize(name, "mm", &paper->width, &paper->height))
         misuse("Paper is match, a name such as a4 or letter, or a size such as 210x297mm, not: " +
                name);
 }
@@ -332,20 +268,24 @@ void readOption(int option, Arguments *arguments)
         arguments->printer = optarg;
         return;
     case OPTION_PAGES:
-        arguments->pageList = optarg;
-        arguments->job.pages = readPages(optarg);
+        arguments->preparation.pageList = optarg;
+        if (!readPageList(optarg, &arguments->job.pages))
+            misuse(std::string("Not a list of pages: ") + optarg);
         return;
     case OPTION_ANNOTATIONS:
-        arguments->annotations = optarg;
-        if (arguments->annotations != "print" && arguments->annotations != "screen" &&
-            arguments->annotations != "none")
-            misuse("Annotations are print, screen or none, not: " + arguments->annotations);
+        arguments->preparation.annotations = optarg;
+        if (arguments->preparation.annotations != "print" &&
+            arguments->preparation.annotations != "screen" &&
+            arguments->preparation.annotations != "none")
+            misuse("Annotations are print, screen or none, not: " +
+                   arguments->preparation.annotations);
         return;
     case OPTION_RESOLUTION:
-        arguments->resolution = std::to_string(readNumber(optarg, "The resolution", 36, 2400));
+        arguments->preparation.resolution =
+            std::to_string(readNumber(optarg, "The resolution", 36, 2400));
         return;
     case OPTION_PASSWORD_FILE:
-        arguments->passwordFile = optarg;
+        arguments->preparation.passwordFile = optarg;
         return;
     case OPTION_NO_PREPARE:
         arguments->prepares = false;

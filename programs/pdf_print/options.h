@@ -7,6 +7,7 @@
 #include <string>
 
 #include "job/job.h"
+#include "programs/printing/preparation.h"
 
 enum Status {
     STATUS_DONE = 0,
@@ -19,11 +20,10 @@ enum class Progress { AUTO, NEVER, ALWAYS };
 
 struct Arguments {
     job::Options job;
-    std::string input;    /* "-": standard input */
-    std::string output;   /* "-": standard output; empty: beside the input, or the printer's */
-    std::string printer;  /* empty: none */
-    std::string pageList; /* as it was given */
-    std::string passwordFile, annotations, resolution;
+    std::string input;   /* "-": standard input */
+    std::string output;  /* "-": standard output; empty: beside the input, or the printer's */
+    std::string printer; /* empty: none */
+    PreparationOptions preparation;
     bool prepares = true;
     bool isStrict = false;
     bool isQuiet = false, isVerbose = false;

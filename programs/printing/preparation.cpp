@@ -1,26 +1,26 @@
 /*
  * preparation.cpp - pdf_prepare as a process of its own
  */
-#include "programs/pdf_print/preparation.h"
+#include "programs/printing/preparation.h"
 
 #include <cerrno>
 #include <cstdlib>
 
-#include "programs/pdf_print/process.h"
+#include "programs/printing/process.h"
 
 namespace {
 
 constexpr int STATUS_NEEDED = 3; /* of --probe */
 
-std::vector<std::string> commandLine(const Arguments &arguments)
+std::vector<std::string> commandLine(const PreparationOptions &options)
 {
-    std::vector<std::string> words = {siblingProgram("pdf_prepare")};
-    if (!arguments.pageList.empty())
-        words.push_back("--pages=" + arguments.pageList);
-    if (!arguments.passwordFile.empty())
-        words.push_back("--password-file=" + arguments.passwordFile);
-    if (!arguments.annotations.empty())
-        words.push_back("--annotations=" + arguments.annotations);
+    std::vector<std::string> words = {ownProgram("pdf_prepare")};
+    if (!options.pageList.empty())
+        words.push_back("--pages=" + options.pageList);
+    if (!options.passwordFile.empty())
+        words.push_back("--password-file=" + options.passwordFile);
+    if (!options.annotations.empty())
+        words.push_back("--annotations=" + options.annotations);
     return words;
 }
 
@@ -45,12 +45,12 @@ Notice readNotice(const std::string &line)
 
 } // namespace
 
-Preparation prepareDocument(const Arguments &arguments, const std::string &input,
+Preparation prepareDocument(const PreparationOptions &options, const std::string &input,
                             const std::string &plain,
                             const std::function<void(const Notice &)> &notice)
 {
     auto pass = [&](const std::string &line) { notice(readNotice(line)); };
-    std::vector<std::string> words = commandLine(arguments);
+    std::vector<std::string> words = commandLine(options);
 
     std::vector<std::string> probe = words;
     probe.insert(probe.end(), {"--probe", "--", input});
@@ -62,8 +62,8 @@ Preparation prepareDocument(const Arguments &arguments, const std::string &input
     if (result.status != STATUS_NEEDED)
         return Preparation::FAILED;
 
-    if (!arguments.resolution.empty())
-        words.push_back("--resolution=" + arguments.resolution);
+    if (!options.resolution.empty())
+        words.push_back("--resolution=" + options.resolution);
     words.insert(words.end(), {"--", input, plain});
     result = runProcess(words, pass);
     return result.isStarted && result.status == 0 ? Preparation::DONE : Preparation::FAILED;

@@ -1,13 +1,16 @@
 /*
  * preparation.h - pdf_prepare as a process of its own, where a document needs it
  */
-#ifndef PDF_PRINT_PREPARATION_H
-#define PDF_PRINT_PREPARATION_H
+#ifndef PRINTING_PREPARATION_H
+#define PRINTING_PREPARATION_H
 
 #include <functional>
 #include <string>
 
-#include "programs/pdf_print/options.h"
+/* What it is told; empty: its own defaults. */
+struct PreparationOptions {
+    std::string pageList, passwordFile, annotations, resolution;
+};
 
 /* What pdf_prepare says of a document. */
 struct Notice {
@@ -23,7 +26,7 @@ enum class Preparation {
 };
 
 /* Prepares the chosen pages of `input` into the file `plain` when that is needed. */
-Preparation prepareDocument(const Arguments &arguments, const std::string &input,
+Preparation prepareDocument(const PreparationOptions &options, const std::string &input,
                             const std::string &plain,
                             const std::function<void(const Notice &)> &notice);
 

@@ -1,0 +1,62 @@
+/*
+ * document.h - a document through its stages: kept, prepared where it needs that, written as a job
+ */
+#ifndef PRINTING_DOCUMENT_H
+#define PRINTING_DOCUMENT_H
+
+#include <atomic>
+#include <functional>
+#include <string>
+
+#include "job/job.h"
+#include "programs/printing/preparation.h"
+
+/* What is to be printed.  The pages of `job` and the list of `preparation` are the same ones. */
+struct PrintRequest {
+    std::string input; /* "-": standard input */
+    job::Options job;
+    PreparationOptions preparation;
+    bool isPrepared = true; /* where it needs that; else it is taken as it stands */
+};
+
+enum class Weight {
+    ERROR,   /* nothing is printed; with a page: nothing more of that one */
+    LOSS,    /* something is missing on paper, or other than it was */
+    WARNING, /* done, and worth knowing */
+    DETAIL,  /* of use to few */
+};
+
+struct Remark {
+    Weight weight;
+    int page; /* 0: the document */
+    std::string text;
+};
+
+struct PrintListener {
+    std::function<void(const Remark &)> remark;
+    std::function<void(int page, int count)> progress; /* page of the job, from 1, begins */
+    std::function<void()> missingPreparation;          /* pdf_prepare is not installed */
+    const std::atomic<bool> *cancel = nullptr;         /* nothing is printed once it is set */
+};
+
+enum class Printed { WHOLE, INCOMPLETE, NOTHING };
+
+/* Prints a document; why nothing was printed has been remarked, unless it was cancelled.
+ * `openOutput` is called as writeJob does. */
+Printed printDocument(PrintRequest request, const std::function<ZFile *()> &openOutput,
+                      const PrintListener &listener);
+
+/* The output that is this process's standard output. */
+ZFile *openStandardOutput();
+
+/* A file in the private directory, which goes when the process ends; empty, with errno set, when
+ * there is none to be had. */
+std::string privateFile(const char *name);
+
+/* Copies standard input into a new file; false, with errno set, on failure. */
+bool keepStandardInput(const std::string &path);
+
+/* "What: why.", with what errno says. */
+std::string withReason(const std::string &what);
+
+#endif
