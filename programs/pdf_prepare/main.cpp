@@ -17,6 +17,7 @@
 
 #include <fcntl.h>
 #include <getopt.h>
+#include <sys/prctl.h>
 #include <sys/random.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -273,6 +274,7 @@ int supervise(const Arguments &arguments, const std::string &temporary, rlim_t i
     if (child == 0) {
         for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
             signal(number, SIG_DFL);
+        prctl(PR_SET_PDEATHSIG, SIGKILL); /* whatever ends the parent */
         setLimits(inputBytes);
         int status = work(arguments, temporary);
         fflush(stderr);
