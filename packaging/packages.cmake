@@ -18,6 +18,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION text)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "poppler-utils, jbig2dec, poppler-data") # what pdf_prepare calls and reads
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "cups, cups-filters-core-drivers") # the print system of the filter
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 include(CPack)
