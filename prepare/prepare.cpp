@@ -132,6 +132,8 @@ bool open(Document *document, const std::string &in, const Options &options,
         return false;
     if (!hasPlainTables(in) || document->pdf.isEncrypted())
         document->needs |= NEED_STRUCTURE;
+    if (options.level == 2)
+        document->needs |= NEED_STRUCTURE; /* streams are written without Flate */
     loadLayers(document);
     noteDamage(document);
     return true;

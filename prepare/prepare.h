@@ -24,6 +24,7 @@ struct Options {
     std::vector<std::pair<int, int>> pages;
     std::string password;
     Annotations annotations = Annotations::PRINT;
+    int level = 3;        /* of the printer's language: at 2 there is no Flate and no compact font */
     int resolution = 300; /* pixels per inch of what becomes pixels, 36 to 2400 */
     std::string scratch;  /* path of a directory that does not exist, for the files of other
                            * programs; empty: each makes one of its own */

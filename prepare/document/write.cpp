@@ -3,6 +3,7 @@
  */
 #include "prepare/document/write.h"
 
+#include <qpdf/QPDFPageLabelDocumentHelper.hh>
 #include <qpdf/QPDFWriter.hh>
 
 namespace prepare {
@@ -24,6 +25,20 @@ QPDFObjectHandle plainPage(const Page &page, QPDFObjectHandle parent)
     return plain;
 }
 
+/* The labels of the pages that remain. */
+void keepLabels(Document *document, QPDFObjectHandle root)
+{
+    QPDFPageLabelDocumentHelper labels(document->pdf);
+    if (!labels.hasPageLabels())
+        return;
+    std::vector<QPDFObjectHandle> numbers;
+    for (size_t i = 0; i < document->pages.size(); i++)
+        labels.getLabelsForPageRange(document->pages[i].number - 1, document->pages[i].number - 1,
+                                     (long long)i, numbers);
+    root.replaceKey("/PageLabels", QPDFObjectHandle::newDictionary(
+                                       {{"/Nums", QPDFObjectHandle::newArray(numbers)}}));
+}
+
 void replaceTree(Document *document)
 {
     QPDF &pdf = document->pdf;
@@ -37,9 +52,7 @@ void replaceTree(Document *document)
     QPDFObjectHandle root = QPDFObjectHandle::newDictionary();
     root.replaceKey("/Type", QPDFObjectHandle::newName("/Catalog"));
     root.replaceKey("/Pages", tree);
-    QPDFObjectHandle labels = pdf.getRoot().getKey("/PageLabels");
-    if (labels.isDictionary() && document->options.pages.empty())
-        root.replaceKey("/PageLabels", labels);
+    keepLabels(document, root);
     pdf.getTrailer().replaceKey("/Root", pdf.makeIndirectObject(root));
     QPDFObjectHandle trailer = pdf.getTrailer();
     for (const std::string &key : trailer.getKeys()) {
@@ -58,7 +71,12 @@ void writeDocument(Document *document, const std::string &path)
     replaceTree(document);
     QPDFWriter writer(document->pdf, path.c_str());
     writer.setObjectStreamMode(qpdf_o_disable);
-    writer.setStreamDataMode(qpdf_s_preserve);
+    if (document->options.level == 2) {
+        writer.setDecodeLevel(qpdf_dl_generalized);
+        writer.setStreamDataMode(qpdf_s_uncompress);
+    } else {
+        writer.setStreamDataMode(qpdf_s_preserve);
+    }
     writer.setPreserveEncryption(false);
     writer.setNewlineBeforeEndstream(true);
     writer.setDeterministicID(true);

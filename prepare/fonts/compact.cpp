@@ -331,6 +331,11 @@ void growBox(const Outline &outline, int *box)
         }
 }
 
+CompactGlyph compactGlyph(const std::string &name, const Outline &outline, double width)
+{
+    return {name, compactCharstring(outline, width), outline, width};
+}
+
 std::string writeCompactFont(const CompactFont &font)
 {
     size_t count = std::min(font.glyphs.size(), MAX_GLYPHS);

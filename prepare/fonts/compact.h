@@ -15,6 +15,8 @@ namespace prepare {
 struct CompactGlyph {
     std::string name; /* plain; the names of a font differ */
     std::string charstring;
+    Outline outline = {}; /* what the charstring draws, for other kinds of programs */
+    double width = 0;
 };
 
 struct CompactFont {
@@ -29,6 +31,9 @@ struct CompactFont {
 
 /* The Type 2 charstring of an outline. */
 std::string compactCharstring(const Outline &outline, double width);
+
+/* A glyph with its charstring. */
+CompactGlyph compactGlyph(const std::string &name, const Outline &outline, double width);
 
 /* The whole font. */
 std::string writeCompactFont(const CompactFont &font);

@@ -387,7 +387,7 @@ void addOutline(const Subfont &subfont, const SubfontGlyph &glyph, int scale, do
     if (subfont.face && !readOutline(subfont.face, glyph.glyph, scale, &outline, &advance))
         outline = {};
     growBox(outline, font->box);
-    font->glyphs.push_back({glyph.name, compactCharstring(outline, glyph.width / unit)});
+    font->glyphs.push_back(compactGlyph(glyph.name, outline, glyph.width / unit));
 }
 
 CompactFont buildProgram(Document *document, const CompositeFont &font, const Subfont &subfont)
@@ -397,7 +397,7 @@ CompactFont buildProgram(Document *document, const CompositeFont &font, const Su
     int scale = subfont.face ? outlineScale(subfont.face) : 1;
     int units = subfont.face ? std::max<int>(subfont.face->units_per_EM, 1) : 1000;
     program.matrix[0] = program.matrix[3] = 1.0 / ((double)units * scale);
-    program.glyphs.push_back({".notdef", compactCharstring({}, 0)});
+    program.glyphs.push_back(compactGlyph(".notdef", {}, 0));
     for (const SubfontGlyph &glyph : subfont.glyphs)
         addOutline(subfont, glyph, scale, program.matrix[0] * 1000, &program);
     return program;

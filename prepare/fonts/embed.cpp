@@ -6,7 +6,33 @@
 #include <cmath>
 #include <cstring>
 
+#include "prepare/fonts/plaintype1.h"
+
 namespace prepare {
+
+namespace {
+
+/* Compact fonts came with Level 3. */
+void putProgram(Document *document, const std::string &compact, QPDFObjectHandle descriptor)
+{
+    QPDFObjectHandle program = newFlateStream(&document->pdf, compact);
+    program.getDict().replaceKey("/Subtype", QPDFObjectHandle::newName("/Type1C"));
+    descriptor.replaceKey("/FontFile3", program);
+}
+
+void putProgram(Document *document, const PlainType1 &font, QPDFObjectHandle descriptor)
+{
+    QPDFObjectHandle program = newFlateStream(&document->pdf, font.clear + font.secret + font.end);
+    auto putLength = [&](const char *key, const std::string &part) {
+        program.getDict().replaceKey(key, QPDFObjectHandle::newInteger((long long)part.size()));
+    };
+    putLength("/Length1", font.clear);
+    putLength("/Length2", font.secret);
+    putLength("/Length3", font.end);
+    descriptor.replaceKey("/FontFile", program);
+}
+
+} // namespace
 
 std::string plainFontName(const std::string &baseFont)
 {
@@ -49,9 +75,10 @@ QPDFObjectHandle newDescriptor(Document *document, const CompactFont &font, QPDF
         box.push_back(QPDFObjectHandle::newInteger(
             std::lround(font.box[i] * font.matrix[i % 2 ? 3 : 0] * 1000)));
     descriptor.replaceKey("/FontBBox", QPDFObjectHandle::newArray(box));
-    QPDFObjectHandle program = newFlateStream(&document->pdf, writeCompactFont(font));
-    program.getDict().replaceKey("/Subtype", QPDFObjectHandle::newName("/Type1C"));
-    descriptor.replaceKey("/FontFile3", program);
+    if (document->options.level == 2)
+        putProgram(document, writePlainType1(font), descriptor);
+    else
+        putProgram(document, writeCompactFont(font), descriptor);
     return document->pdf.makeIndirectObject(descriptor);
 }
 

@@ -352,13 +352,13 @@ std::vector<uint32_t> unicodesOfNames(const FontLibrary &library,
 {
     CompactFont font;
     font.name = "Names";
-    font.glyphs.push_back({".notdef", compactCharstring({}, 0)});
+    font.glyphs.push_back(compactGlyph(".notdef", {}, 0));
     std::vector<size_t> places; /* by glyph */
     places.push_back(names.size());
     for (size_t i = 0; i < names.size(); i++) {
         if (!isPlainName(names[i]))
             continue;
-        font.glyphs.push_back({names[i], font.glyphs[0].charstring});
+        font.glyphs.push_back(compactGlyph(names[i], {}, 0));
         places.push_back(i);
     }
     std::vector<uint32_t> unicodes(names.size(), 0);

@@ -284,8 +284,7 @@ void addGlyph(NewFont *made, const GlyphSource &source, const std::string &name,
     }
     double unit = source.matrix[0] != 0 ? std::fabs(source.matrix[0]) * 1000 : 1;
     growBox(outline, made->font.box);
-    made->font.glyphs.push_back(
-        {name, compactCharstring(outline, width >= 0 ? width / unit : advance)});
+    made->font.glyphs.push_back(compactGlyph(name, outline, width >= 0 ? width / unit : advance));
 }
 
 NewFont buildFont(Document *document, const FontUse &use, const GlyphSource &source)
@@ -330,7 +329,7 @@ NewFont buildFont(Document *document, const FontUse &use, const GlyphSource &sou
             !made.keyOfName.count("space")) {
             made.names[(size_t)code] = "space";
             made.keyOfName.emplace("space", "");
-            made.font.glyphs.push_back({"space", compactCharstring({}, 0)});
+            made.font.glyphs.push_back(compactGlyph("space", {}, 0));
         }
     return made;
 }

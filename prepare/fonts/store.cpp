@@ -38,7 +38,7 @@ uint32_t findNeed(Document *document, QPDFObjectHandle font)
         return 0;
     bool isOnly = descriptor.hasKey("/FontFile3") && !descriptor.hasKey("/FontFile2") &&
                   !descriptor.hasKey("/FontFile");
-    if (isOnly && isGoodCompact(document, program))
+    if (document->options.level >= 3 && isOnly && isGoodCompact(document, program))
         return 0;
     return NEED_FONTS;
 }

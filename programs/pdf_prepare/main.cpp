@@ -41,6 +41,8 @@ constexpr char HELP[] =
     "\n"
     "  --pages=LIST            only these pages, such as 2-5,9,12-\n"
     "  --annotations=WHICH     print (default), screen or none\n"
+    "  --level=N               of the printer's language: 3 (default), or 2: no Flate, Type 1 "
+    "fonts\n"
     "  --resolution=N          pixels per inch of what can only be drawn: 300, or 36 to 2400\n"
     "  --password-file=FILE    the document's password is the first line of FILE\n"
     "  --probe                 only say whether there is something to do: status 3; 0 if not\n"
@@ -131,6 +133,11 @@ void readOption(int option, Arguments *arguments)
     case 'r':
         arguments->options.resolution = readResolution(optarg);
         return;
+    case 'l':
+        if (strcmp(optarg, "2") != 0 && strcmp(optarg, "3") != 0)
+            misuse("The level is 2 or 3, not: " + std::string(optarg));
+        arguments->options.level = *optarg - '0';
+        return;
     case 'w':
         arguments->options.password = readPassword(optarg);
         return;
@@ -155,6 +162,7 @@ Arguments readArguments(int argc, char **argv)
         {"pages", required_argument, nullptr, 'p'},
         {"annotations", required_argument, nullptr, 'a'},
         {"resolution", required_argument, nullptr, 'r'},
+        {"level", required_argument, nullptr, 'l'},
         {"password-file", required_argument, nullptr, 'w'},
         {"probe", no_argument, nullptr, 'q'},
         {"help", no_argument, nullptr, 'h'},

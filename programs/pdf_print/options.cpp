@@ -241,9 +241,6 @@ void readJobOption(int option, job::Options *job)
     case OPTION_NO_COMPRESS:
         job->isCompressed = false;
         return;
-    case OPTION_LEVEL:
-        job->level = (int)readNumber(optarg, "The level", 2, 3);
-        return;
     case OPTION_EPS:
         job->isEncapsulated = true;
         return;
@@ -271,6 +268,10 @@ void readOption(int option, Arguments *arguments)
         arguments->preparation.pageList = optarg;
         if (!readPageList(optarg, &arguments->job.pages))
             misuse(std::string("Not a list of pages: ") + optarg);
+        return;
+    case OPTION_LEVEL:
+        arguments->job.level = (int)readNumber(optarg, "The level", 2, 3);
+        arguments->preparation.level = std::to_string(arguments->job.level);
         return;
     case OPTION_ANNOTATIONS:
         arguments->preparation.annotations = optarg;

@@ -21,6 +21,8 @@ std::vector<std::string> commandLine(const PreparationOptions &options)
         words.push_back("--password-file=" + options.passwordFile);
     if (!options.annotations.empty())
         words.push_back("--annotations=" + options.annotations);
+    if (!options.level.empty())
+        words.push_back("--level=" + options.level);
     return words;
 }
 

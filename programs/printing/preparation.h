@@ -9,7 +9,7 @@
 
 /* What it is told; empty: its own defaults. */
 struct PreparationOptions {
-    std::string pageList, passwordFile, annotations, resolution;
+    std::string pageList, passwordFile, annotations, resolution, level;
 };
 
 /* What pdf_prepare says of a document. */
