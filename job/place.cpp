@@ -16,7 +16,8 @@ bool Placement::isIdentity() const
 
 Placement placePage(int64_t width, int64_t height, const Paper &paper)
 {
-    if (paper.width <= 0 || paper.height <= 0)
+    bool isEmpty = width <= 0 || height <= 0;
+    if (paper.width <= 0 || paper.height <= 0 || isEmpty)
         return {width, height, {1, 0, 0, 1, 0, 0}, 0, 0, width, height};
     bool isTurned = (width > height) != (paper.width > paper.height) && width != height;
     double w = (double)(isTurned ? height : width), h = (double)(isTurned ? width : height);

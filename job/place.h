@@ -18,8 +18,9 @@ struct Placement {
     bool isIdentity() const;
 };
 
-/* A page of this size on that paper: turned by a quarter when the one is wide and the other tall,
- * made smaller or larger as the paper's scaling says, centred or in the lower left corner. */
+/* A page of this size on that paper (one without area has no place on it): turned by a quarter when
+ * the one is wide and the other tall, made smaller or larger as the paper's scaling says, centred
+ * or in the lower left corner. */
 Placement placePage(int64_t width, int64_t height, const Paper &paper);
 
 } // namespace job

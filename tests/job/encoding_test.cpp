@@ -193,6 +193,12 @@ TEST(JobPlacement, EachPagesOwnPaper)
     EXPECT_EQ(placed.paperHeight, 400);
 }
 
+TEST(JobPlacement, APageWithoutAreaIsNotScaled)
+{
+    for (int64_t size : {0, -7})
+        EXPECT_TRUE(job::placePage(size, 5, {600, 800, job::Scaling::FIT, true}).isIdentity());
+}
+
 TEST(JobPlacement, ScalesAndCentres)
 {
     job::Paper paper = {600, 800, job::Scaling::FIT, true};

@@ -51,7 +51,7 @@ TEST(LevelTwo, PagesLookAsTheyDoOnLevelThree)
 TEST(LevelTwo, StreamsAreInClearAndFontsAreOfType1)
 {
     Preparation made =
-        preparePdf(compositePdf("BT /F 20 Tf 10 50 Td " + codes("Ag") + " Tj ET"), {"--level=2"});
+        preparePdf(compositePdf("BT /F1 20 Tf 10 50 Td " + codes("Ag") + " Tj ET"), {"--level=2"});
     EXPECT_EQ(made.status, 0);
     EXPECT_FALSE(holds(made.pdf, "/FlateDecode"));
     EXPECT_FALSE(holds(made.pdf, "/FontFile3"));
@@ -62,7 +62,7 @@ TEST(LevelTwo, StreamsAreInClearAndFontsAreOfType1)
 
 TEST(LevelTwo, TextIsDrawnAsItWas)
 {
-    std::string pdf = compositePdf("BT /F 40 Tf 10 50 Td " + codes("Ag") + " Tj ET");
+    std::string pdf = compositePdf("BT /F1 40 Tf 10 50 Td " + codes("Ag") + " Tj ET");
     Preparation made = preparePdf(pdf, {"--level=2"});
     expectSamePages(pdf, made.pdf);
 }
