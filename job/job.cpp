@@ -42,6 +42,15 @@ void tell(const Callbacks &callbacks, Severity severity, const std::string &key,
         callbacks.message({severity, key, text, page});
 }
 
+/* A shared part is told of as the page knows it that has it first; answers that page. */
+int originalNames(const PlannedResource &part, std::string *text)
+{
+    std::string name = "/S" + std::to_string(part.shared);
+    for (size_t at = 0; (at = text->find(name, at)) != std::string::npos; at += part.name.size())
+        text->replace(at, name.size(), part.name);
+    return part.firstPage;
+}
+
 void hearMessage(void *context, const ControlMessage &message)
 {
     const Hearer &hearer = *static_cast<const Hearer *>(context);
@@ -55,7 +64,10 @@ void hearMessage(void *context, const ControlMessage &message)
     bool isOfPage = hearer.run->currentPage > 0;
     if (isOfPage && !hearer.plan)
         return;
-    tell(*hearer.callbacks, (Severity)message.severity, message.key, message.text, page);
+    std::string text = message.text;
+    if (hearer.writer && hearer.writer->part)
+        page = originalNames(*hearer.writer->part, &text);
+    tell(*hearer.callbacks, (Severity)message.severity, message.key, text, page);
 }
 
 struct WatchedJob {

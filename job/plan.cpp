@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "job/labels.h"
+#include "job/parts.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/lexer.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/names.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/xref.h"
@@ -71,14 +72,6 @@ struct Walk {
 Walk &walkOf(ConversionRun *run)
 {
     return *static_cast<Walk *>(run->plan);
-}
-
-/* A fault of the page, not of the document: it is met again, and told, when the page is written. */
-void forgive(ConversionRun *run)
-{
-    if (!run->wasCancelled)
-        run->errorFlag = 0;
-    control_endRun(run->controller);
 }
 
 /* ---- what a resource takes */
@@ -163,7 +156,7 @@ void lookAt(Walk &walk, PlannedResource *resource)
 }
 
 /* The resource that is known by `key`, looked at when it is new; its index. */
-uint32_t note(Walk &walk, ValuePosition key, ValuePosition position, uint8_t role)
+uint32_t note(Walk &walk, ValuePosition key, ValuePosition position, uint8_t role, const char *name)
 {
     Plan &plan = *walk.plan;
     auto [found, isNew] = plan.index.try_emplace(key, (uint32_t)plan.resources.size());
@@ -173,6 +166,8 @@ uint32_t note(Walk &walk, ValuePosition key, ValuePosition position, uint8_t rol
         resource.position = position;
         resource.role = role;
         resource.shared = -1;
+        resource.firstPage = walk.plan->pages.back().number;
+        resource.name = name;
         if (role != ROLE_CONTENT)
             lookAt(walk, &resource);
         plan.resources.push_back(resource);
@@ -188,7 +183,8 @@ void visitResources(Walk &walk, ValuePosition dictionary);
 void visitEntries(Walk &walk, const PdfDict *entries, uint8_t role)
 {
     for (int32_t i = 0; i < entries->count && ++walk.lines <= LINES_LIMIT; i++) {
-        uint32_t index = note(walk, entries->entries[i].value, entries->entries[i].value, role);
+        uint32_t index = note(walk, entries->entries[i].value, entries->entries[i].value, role,
+                              dictKey(entries, i));
         if (ValuePosition nested = walk.plan->resources[index].nested)
             visitResources(walk, nested);
         if (walk.run->errorFlag)
@@ -219,7 +215,7 @@ void visitResources(Walk &walk, ValuePosition dictionary)
 
 void noteContent(Walk &walk, const PdfStream *stream)
 {
-    uint32_t index = note(walk, stream->dataPosition, stream->dictPosition, ROLE_CONTENT);
+    uint32_t index = note(walk, stream->dataPosition, stream->dictPosition, ROLE_CONTENT, "");
     walk.plan->resources[index].bytes =
         SMALL_RESOURCE_BYTES + (uint64_t)std::max(stream->length, 0);
 }
@@ -305,6 +301,13 @@ void findPageTree(ConversionRun *run)
     checkCatalog(run);
 }
 
+void forgive(ConversionRun *run)
+{
+    if (!run->wasCancelled)
+        run->errorFlag = 0;
+    control_endRun(run->controller);
+}
+
 void makePlan(ConversionRun *run, const Options &options, Plan *plan)
 {
     Walk walk = {run, &options, plan};
@@ -317,6 +320,7 @@ void makePlan(ConversionRun *run, const Options &options, Plan *plan)
     run->plan = nullptr;
     if (run->errorFlag)
         return;
+    mergeEqual(run, plan);
     chooseShared(plan, options.printerMemory);
     readLabels(run, plan);
     if (run->errorFlag)

@@ -40,6 +40,8 @@ struct PlannedResource {
     int32_t shared = -1;      /* number of the shared part */
     uint8_t role;
     uint64_t bytes = 0; /* about what its definition takes */
+    int firstPage = 0;  /* as messages call it */
+    std::string name;   /* there */
 };
 
 struct Plan {
@@ -62,6 +64,10 @@ constexpr uint32_t LINES_LIMIT = 1000000;
 /* Walks over the pages that the options choose.  What is wrong with a page is left to be told
  * when it is written.  The run's error flag is set when the document itself cannot be read. */
 void makePlan(ConversionRun *run, const Options &options, Plan *plan);
+
+/* After a fault of a page, not of the document: the run goes on.  The fault is met again, and told,
+ * when the page is written. */
+void forgive(ConversionRun *run);
 
 /* Leaves the input at the page tree; the run's error flag is set on failure. */
 void findPageTree(ConversionRun *run);

@@ -7,17 +7,14 @@
 #include <cerrno>
 #include <cstring>
 
-#include <zlib.h>
-
 #include "job/comments.h"
-#include "tools/zolak1_3/pdf_to_ps/reader/names.h"
+#include "job/parts.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/contents.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/pagetree.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/redirect.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/resources.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/serializer.h"
 #include "zelkov/format.h"
-#include "zelkov/text.h"
 
 namespace job {
 
@@ -25,7 +22,6 @@ namespace {
 
 constexpr size_t SAMPLE_BYTES = 4096;
 constexpr size_t LEAST_PASSED_BYTES = 2048; /* less is not worth another block */
-constexpr size_t MOST_DECODED_CONTENT = 64 << 20;
 
 PageWriter &writerOf(ConversionRun *run)
 {
@@ -51,62 +47,6 @@ void passThrough(ConversionRun *run, uint32_t start, uint32_t count)
 }
 
 /* ---- content */
-
-/* Is Flate, without a predictor, all that is to be undone? */
-bool isPlainFlate(ConversionRun *run, const PdfDict *dict)
-{
-    if (findKey(run, dict, "/DecodeParms") >= 0 && peekType(run) != PDF_NULL)
-        return false;
-    if (findKey(run, dict, "/Filter") < 0)
-        return false;
-    ArrayPtr filters(nullptr, {run});
-    if (peekType(run) == PDF_ARRAY) {
-        filters = readArray(run);
-        if (!filters || filters->count != 1)
-            return false;
-        fputp(run->input, filters->items[0]);
-    }
-    if (peekType(run) != PDF_NAME)
-        return false;
-    NamePtr name = readName(run);
-    return name && (cmpstr(name.get(), "/FlateDecode") == 0 || cmpstr(name.get(), "/Fl") == 0);
-}
-
-/* Inflates the stream's data; false when that does not go to its end, or is too much. */
-bool inflateContent(ConversionRun *run, const PdfStream *stream, std::string *content)
-{
-    z_stream z = {};
-    if (inflateInit(&z) != Z_OK)
-        throw std::bad_alloc();
-    std::unique_ptr<z_stream, int (*)(z_stream *)> ended(&z, inflateEnd);
-    uint8_t in[16 * 1024];
-    size_t left = (size_t)std::max(stream->length, 0);
-    fputp(run->input, stream->dataPosition);
-    int result = Z_OK;
-    while (result == Z_OK) {
-        if (z.avail_in == 0 && left > 0) {
-            size_t got = fgetm(run->input, in, std::min(left, sizeof in));
-            left = got > 0 ? left - got : 0;
-            z.next_in = in;
-            z.avail_in = (uInt)got;
-        }
-        uint8_t out[16 * 1024];
-        z.next_out = out;
-        z.avail_out = sizeof out;
-        result = inflate(&z, Z_NO_FLUSH);
-        content->append((const char *)out, sizeof out - z.avail_out);
-        if (content->size() > MOST_DECODED_CONTENT)
-            return false;
-    }
-    return result == Z_STREAM_END;
-}
-
-/* The stream's content undone, where that is cheap: it is compressed again with the text around it.
- * False: it has to go as it stands. */
-bool undoneContent(ConversionRun *run, const PdfStream *stream, std::string *content)
-{
-    return isPlainFlate(run, stream->dict) && inflateContent(run, stream, content);
-}
 
 void writeContents(ConversionRun *run, const PdfStream *stream)
 {
@@ -266,57 +206,14 @@ int appendTo(void *context, const uint8_t *bytes, size_t count)
     return 0;
 }
 
-void noResources(ConversionRun *, const PdfDict *)
-{
-}
-
-/* Content is kept as a form without a box; its data stands in front, as that of a form does. */
-void writeSharedContent(ConversionRun *run, const char *name)
-{
-    StreamPtr stream = readStream(run);
-    if (!stream)
-        return;
-    std::string content;
-    bool isUndone = undoneContent(run, stream.get(), &content);
-    size_t length = isUndone ? content.size() : (size_t)std::max(stream->length, 0);
-    fputstr_arg(run->output, "%zu /C%s ReadCount", length, name + 1);
-    if (isUndone) {
-        fputm(run->output, content.data(), content.size());
-        fputstr(run->output, "");
-    } else {
-        copyStreamData(run, stream->dataPosition, stream->length);
-    }
-    fputstr_arg(run->output, "%s << /ExternName (C%s)", name, name + 1);
-    if (!isUndone)
-        writeDictEntries(run, stream->dict, {"/Filter", "/DecodeParms"});
-    fputstr(run->output, ">> CallForm");
-}
-
-/* Writes the definition of a shared part, without the resources that it may have: those are parts
- * themselves or stand in the pages. */
-void definePart(ConversionRun *run, const PlannedResource &resource, const char *name)
-{
-    fputp(run->input, resource.position);
-    if (resource.role == ROLE_CONTENT)
-        writeSharedContent(run, name);
-    else
-        resourceKinds[resource.role].define(run, name);
-}
-
 void writePart(PageWriter &writer, size_t number)
 {
     ConversionRun *run = writer.run;
     std::string text, name = "/S" + std::to_string(number);
-    ZFile *buffer = fopensink({appendTo, &text});
-    if (!buffer)
-        throw std::bad_alloc();
-    {
-        OutputRedirect redirect(run, buffer);
-        run->written.resourceEntries = 0;
-        definePart(run, writer.plan->resources[writer.plan->shared[number]], name.c_str());
-    }
-    fclosx(buffer);
+    writer.part = &writer.plan->resources[writer.plan->shared[number]];
+    definePart(run, *writer.part, name.c_str(), {appendTo, &text});
     forgivePage(writer);
+    writer.part = nullptr;
     fputstr_arg(run->output, "%zu %zu", number, text.size());
     bool isCompressed = text.size() >= LEAST_PASSED_BYTES &&
                         looksCompressed({(const uint8_t *)text.data() + text.size() / 3,
@@ -334,7 +231,6 @@ void writeShared(PageWriter *writer)
         return;
     ConversionRun *run = writer->run;
     run->plan = writer;
-    run->writeResources = noResources;
     run->passThrough = nullptr; /* the parts decide for themselves */
     inSection(*writer, "PdfShared", [&] {
         for (size_t i = 0; i < writer->plan->shared.size() && !run->errorFlag; i++)

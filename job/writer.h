@@ -16,10 +16,11 @@ struct PageWriter {
     const Plan *plan;
     ZFile *job;
     Encoding encoding;
-    size_t written = 0;               /* pages */
-    uint32_t lines = 0;               /* of the page being written */
-    SectionWriter *section = nullptr; /* being written */
-    bool isWhole = true;              /* no page lacks a part */
+    size_t written = 0;                    /* pages */
+    uint32_t lines = 0;                    /* of the page being written */
+    SectionWriter *section = nullptr;      /* being written */
+    const PlannedResource *part = nullptr; /* the shared part being written */
+    bool isWhole = true;                   /* no page lacks a part */
 };
 
 /* Writes the section with what pages share, when there is any. */

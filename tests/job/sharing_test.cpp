@@ -142,6 +142,46 @@ TEST(JobSharing, ContentOfManyPagesStandsOnce)
     expectSamePages(document, job);
 }
 
+TEST(JobSharing, EqualDefinitionsAreOneWhateverTheirObjects)
+{
+    PdfBuilder pdf;
+    for (int i = 0; i < 10; i++) {
+        int image = addImage(pdf, 40, 40);
+        int form = pdf.addStream("/Subtype /Form /BBox [0 0 9 9]", "0 0 9 9 re f");
+        int other = pdf.addStream("/Subtype /Form /BBox [0 0 9 9]",
+                                  "0 0 " + std::to_string(20 + i) + " 9 re f");
+        pdf.addPage("/MediaBox [0 0 100 100] /Resources << /XObject << /I " + ref(image) + " /M " +
+                    ref(form) + " /N " + ref(other) +
+                    " >> /ExtGState << /G << /SA true >> >> >> /Contents " +
+                    ref(pdf.addStream("", std::to_string(i) +
+                                              " 50 9 9 re f /G gs /M Do q 40 0 0 40 20 20 cm /I "
+                                              "Do Q 1 0 0 1 80 80 cm /N Do")));
+    }
+    std::string document = pdf.build(), job = jobOf(document, {"--binary"});
+    EXPECT_EQ(occurrences(sharedTextOf(job), "CallImage"), 1u);
+    EXPECT_EQ(occurrences(sharedTextOf(job), "CallForm"), 1u);
+    EXPECT_EQ(occurrences(sharedTextOf(job), "/ExtGState defineRes pop"), 1u);
+    for (const std::string &page : pageTextsOf(job))
+        EXPECT_EQ(occurrences(page, "CallForm"), 1u) << "the one that differs";
+    expectSamePages(document, job);
+}
+
+/* The same content with other resources behind its names is another form. */
+TEST(JobSharing, EqualFormsWithOtherResourcesAreNotEqual)
+{
+    PdfBuilder pdf;
+    for (int i = 0; i < 2; i++) {
+        int image = addImage(pdf, 20 + 10 * i, 20);
+        int form = pdf.addStream("/Subtype /Form /BBox [0 0 90 90] /Resources << /XObject << /X " +
+                                     ref(image) + " >> >>",
+                                 "90 0 0 90 0 0 cm /X Do");
+        pdf.addPage("/MediaBox [0 0 100 100] /Resources << /XObject << /M " + ref(form) +
+                    " >> >> /Contents " + ref(pdf.addStream("", "/M Do")));
+    }
+    std::string document = pdf.build();
+    expectSamePages(document, jobOf(document));
+}
+
 TEST(JobSharing, ManyNamesOfOneObject)
 {
     PdfBuilder pdf;
