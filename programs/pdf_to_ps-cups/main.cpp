@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <new>
 #include <set>
 #include <string>
@@ -24,6 +25,8 @@ namespace {
 
 constexpr int STATUS_PRINTED = 0, STATUS_FAILED = 1;
 
+constexpr size_t HEAD_BYTES = 2048, DESCRIPTION_BYTES = 4 << 20;
+
 /* A reason in the printer's state while a program that we need is not there. */
 constexpr char MISSING_FILTER[] = "cups-missing-filter-warning";
 
@@ -31,6 +34,16 @@ std::string environment(const char *name)
 {
     const char *value = getenv(name);
     return value ? value : "";
+}
+
+/* As many bytes of a file as are read of it: none when it cannot be read. */
+std::string beginningOf(const std::string &path, size_t most)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::string bytes(most, '\0');
+    file.read(bytes.data(), (std::streamsize)most);
+    bytes.resize((size_t)file.gcount());
+    return bytes;
 }
 
 /* ---- what is said */
@@ -128,7 +141,7 @@ bool takeLayout(const Invocation &invocation, const JobOptions &options, std::st
     switch (laidOut.empty() ? Layout::FAILED : layOut(invocation, *input, laidOut)) {
     case Layout::DONE:
         *input = laidOut;
-        *earlier = readEarlierFilters(laidOut, "application/vnd.cups-pdf");
+        *earlier = readEarlierFilters(beginningOf(laidOut, HEAD_BYTES), LAID_OUT_TYPE);
         return true;
     case Layout::MISSING:
         tell("STATE", std::string("+") + MISSING_FILTER);
@@ -157,9 +170,8 @@ bool takeInput(const Invocation &invocation, std::string *input)
 
 int print(const Invocation &invocation)
 {
-    constexpr int MOST_COPIES = 9999;
-    int copies = atoi(invocation.copies.c_str());
-    if (copies < 1 || copies > MOST_COPIES)
+    int copies = readCount(invocation.copies, MOST_COPIES);
+    if (copies == 0)
         return fail("Not a number of copies: " + invocation.copies);
 
     PrintRequest request;
@@ -167,15 +179,16 @@ int print(const Invocation &invocation)
         return STATUS_FAILED;
     JobOptions options = readJobOptions(invocation.options);
     /* A filter that is given a file is the first one. */
-    EarlierFilters earlier = readEarlierFilters(invocation.file.empty() ? request.input : "",
-                                                environment("CONTENT_TYPE"));
+    std::string head = invocation.file.empty() ? beginningOf(request.input, HEAD_BYTES) : "";
+    EarlierFilters earlier = readEarlierFilters(head, environment("CONTENT_TYPE"));
     if (!takeLayout(invocation, options, &request.input, &earlier))
         return STATUS_FAILED;
 
     request.job.title = invocation.title;
     std::string fault;
-    if (!applyOptions(options, readPrinterDescription(environment("PPD")), earlier, copies,
-                      &request, &fault))
+    std::string description = beginningOf(environment("PPD"), DESCRIPTION_BYTES);
+    if (!applyOptions(options, readPrinterDescription(description), earlier, copies, &request,
+                      &fault))
         return fail(fault);
 
     Teller teller;

@@ -9,6 +9,11 @@
 
 #include "programs/printing/document.h"
 
+constexpr int MOST_COPIES = 9999;
+
+/* The type of documents that a filter has laid out. */
+constexpr char LAID_OUT_TYPE[] = "application/vnd.cups-pdf";
+
 /* Options of a job by their names in small letters; one that is only named is "true", with "no" in
  * front of its name "false". */
 using JobOptions = std::map<std::string, std::string>;
@@ -23,8 +28,8 @@ struct PrinterDescription {
     int level = 3;
 };
 
-/* An empty path, or a file that cannot be read: nothing is known of the printer. */
-PrinterDescription readPrinterDescription(const std::string &path);
+/* Reads a printer description; of an empty text nothing is known of the printer. */
+PrinterDescription readPrinterDescription(const std::string &text);
 
 /* What the filters before this one have done, as their output tells. */
 struct EarlierFilters {
@@ -33,8 +38,11 @@ struct EarlierFilters {
     bool isCollated = false;
 };
 
-/* `type` is the job's own (CONTENT_TYPE). */
-EarlierFilters readEarlierFilters(const std::string &path, const std::string &type);
+/* `head` is the beginning of the document, `type` the job's own (CONTENT_TYPE). */
+EarlierFilters readEarlierFilters(const std::string &head, const std::string &type);
+
+/* A whole number in a text; 0 when it is none, or not between 1 and `highest`. */
+int readCount(const std::string &text, int highest);
 
 /* Does the job ask for a layout that is another filter's work: pages on one sheet, mirrored, in
  * another order, ...? */

@@ -154,7 +154,8 @@ std::string ownProgram(const std::string &name)
     constexpr int MOST_LEVELS = 3; /* lib/system/filter */
     for (int level = 0; level < MOST_LEVELS && directory.size() > 1; level++) {
         directory.resize(directory.rfind('/', directory.size() - 2) + 1);
-        std::string inTree = directory + "bin/" + name;
+        std::string inTree = directory;
+        inTree.append("bin/").append(name);
         if (access(inTree.c_str(), X_OK) == 0)
             return inTree;
     }

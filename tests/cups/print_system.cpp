@@ -355,7 +355,9 @@ int Scheduler::print(const std::string &file, const std::vector<std::string> &op
     const std::string mark = "office-";
     size_t at = result.out.find(mark);
     EXPECT_NE(at, std::string::npos) << result.out << result.err;
-    return at == std::string::npos ? 0 : atoi(result.out.c_str() + at + mark.size());
+    return at == std::string::npos
+               ? 0
+               : (int)strtol(result.out.c_str() + at + mark.size(), nullptr, 10);
 }
 
 std::map<int, std::string> Scheduler::states() const
@@ -372,8 +374,8 @@ std::map<int, std::string> Scheduler::states() const
     std::map<int, std::string> states;
     std::istringstream lines(result.out);
     for (std::string line; std::getline(lines, line);)
-        if (size_t comma = line.find(','); comma != std::string::npos && atoi(line.c_str()) > 0)
-            states[atoi(line.c_str())] = line.substr(comma + 1);
+        if (int job = (int)strtol(line.c_str(), nullptr, 10); job > 0)
+            states[job] = line.substr(line.find(',') + 1);
     return states;
 }
 

@@ -112,7 +112,7 @@ TEST_F(PrintScheduler, TwentyJobsAtOnce)
     for (const std::string &job : printer.jobs()) {
         size_t at = job.find("\n%%Pages: ");
         ASSERT_NE(at, std::string::npos);
-        counts.push_back(atoi(job.c_str() + at + 10));
+        counts.push_back((int)strtol(job.c_str() + at + 10, nullptr, 10));
         EXPECT_TRUE(job.ends_with("%%EOF\n"));
     }
     std::sort(counts.begin(), counts.end());
