@@ -62,7 +62,7 @@ if(TARGET pdf_to_ps-cups)
     debian_component(cups pdf-to-ps-cups text "prints PDF documents in the print system"
         "A filter and a description of a generic PostScript printer."
         "pdf-to-ps (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
-    set(CPACK_DEBIAN_CUPS_PACKAGE_RECOMMENDS cups)
+    set(CPACK_DEBIAN_CUPS_PACKAGE_RECOMMENDS "cups, cups-filters-core-drivers") # which has pdftopdf
 endif()
 
 include(CPack)
