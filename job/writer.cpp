@@ -110,6 +110,17 @@ void writeResourceLines(ConversionRun *run, const PdfDict *resources)
     }
 }
 
+/* The resources of a page, or, in brackets, those of the form or font that comes next. */
+void writeScope(ConversionRun *run, const PdfDict *resources)
+{
+    bool isPage = run->written.resourceDepth == 0;
+    if (!isPage)
+        fputstr(run->output, "OpenResources");
+    writeResourceLines(run, resources);
+    if (!isPage)
+        fputstr(run->output, "CloseResources");
+}
+
 /* ---- a page */
 
 void writePlacement(ConversionRun *run, const Options &options, const PlannedPage &page)
@@ -243,7 +254,7 @@ void writePages(PageWriter *writer)
 {
     ConversionRun *run = writer->run;
     run->plan = writer;
-    run->writeResources = writeResourceLines;
+    run->writeResources = writeScope;
     run->writePage = writePage;
     run->passThrough = passThrough;
     findPageTree(run);

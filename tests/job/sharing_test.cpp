@@ -118,7 +118,9 @@ TEST(JobSharing, AFormKeepsTheLinesOfItsResourcesInFrontOfIt)
                   "/M Do q 50 0 0 50 30 30 cm /X Do Q");
     std::string job = jobOf(document);
     for (const std::string &page : pageTextsOf(job))
-        EXPECT_TRUE(page.starts_with("/X 1 UseShared\n/M 0 UseShared\n/X 2 UseShared\n")) << page;
+        EXPECT_TRUE(page.starts_with("OpenResources\n/X 1 UseShared\nCloseResources\n/M 0 "
+                                     "UseShared\n/X 2 UseShared\n"))
+            << page;
     expectSamePages(document, job);
 }
 
@@ -164,6 +166,43 @@ TEST(JobSharing, EqualDefinitionsAreOneWhateverTheirObjects)
     for (const std::string &page : pageTextsOf(job))
         EXPECT_EQ(occurrences(page, "CallForm"), 1u) << "the one that differs";
     expectSamePages(document, job);
+}
+
+/* Forms in forms, each with names that others have too: every name means what its own dictionary
+ * says. */
+TEST(JobSharing, NamesMeanWhatTheirOwnDictionarySays)
+{
+    for (int copies : {1, 2}) {
+        PdfBuilder pdf;
+        auto box = [&](const char *colour, const std::string &resources = "",
+                       const std::string &more = "") {
+            return ref(pdf.addStream("/Subtype /Form /BBox [0 0 100 100] " + resources,
+                                     std::string(colour) + " rg 0 0 30 30 re f " + more));
+        };
+        std::string red = box("1 0 0"), green = box("0 1 0"), blue = box("0 0 1");
+        std::string inner =
+            box("0 1 1", "/Resources << /XObject << /A " + blue + " /Z " + red + " >> >>",
+                "q 1 0 0 1 30 0 cm /A Do 1 0 0 1 30 0 cm /Z Do Q");
+        std::string plain = box("1 0 1");
+        std::string outer =
+            box("1 1 0",
+                "/Resources << /XObject << /P " + plain + " /A " + green + " /B " + inner + " /C " +
+                    plain + " >> >>",
+                "q 1 0 0 1 30 0 cm /A Do 1 0 0 1 30 0 cm /C Do Q q 1 0 0 1 0 35 cm /B Do Q");
+        for (int i = 0; i < copies; i++)
+            pdf.addPage("/MediaBox [0 0 100 " + std::to_string(110 + i) +
+                        "] /Resources << /XObject << /A " + red + " /B " + outer + " /C " + blue +
+                        " >> >> /Contents " +
+                        ref(pdf.addStream("", "/A Do q 1 0 0 1 35 0 cm /C Do Q "
+                                              "q 1 0 0 1 0 35 cm /B Do Q")));
+        std::string document = pdf.build();
+        PrintedJob printed = printFile(jobOf(document), 72);
+        EXPECT_EQ(faultsOf(printed), Lines{});
+        std::vector<Picture> expected = renderPdf(document, 72);
+        ASSERT_EQ(printed.pages.size(), expected.size());
+        for (size_t i = 0; i < expected.size(); i++)
+            EXPECT_TRUE(isRight(comparePictures(printed.pages[i], expected[i]))) << i;
+    }
 }
 
 /* The same content with other resources behind its names is another form. */
