@@ -1,0 +1,31 @@
+#!/bin/sh
+# messages.sh SOURCE - every message that docs/printing.md explains is one that the code says
+#
+# In the tables below "Messages" the first column quotes them.  Words in capital letters, and "...",
+# stand for what differs; what is between these has to be in the code.
+set -eu
+source=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# Texts that stand on several lines in the code are joined.
+find "$source/programs" "$source/prepare" "$source/job" "$source/tools" "$source/data/ps" \
+    -name '*.cpp' -o -name '*.h' -o -name '*.ps' | sort | xargs cat | tr -d '\n' |
+    sed 's/" *"//g' >"$work/code"
+
+sed -n '/^## Messages/,$p' "$source/docs/printing.md" | sed -n 's/^| \(`[^|]*\) |.*/\1/p' |
+    grep -o '`[^`]*`' | tr -d '`' |
+    sed -E 's/(\.\.\.|\b(REASON|NAME|WHAT|N)\b)/\n/g' | sed 's/^[ .]*//; s/[ .:]*$//' | grep .... |
+    sort -u >"$work/texts"
+
+[ "$(wc -l <"$work/texts")" -ge 30 ] || {
+    echo "The tables of messages cannot be read"
+    exit 1
+}
+status=0
+while IFS= read -r text; do
+    grep -qaF -e "$text" "$work/code" && continue
+    echo "No part of the code says: $text"
+    status=1
+done <"$work/texts"
+exit $status
