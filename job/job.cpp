@@ -98,8 +98,6 @@ uint64_t mostOutput(const ConversionRun *run, const Options &options)
 
 /* ---- the runtime */
 
-constexpr int RUNTIME_LEVEL = 9; /* of Flate: it is the same each time, and small */
-
 void writeRuntime(ZFile *job, const Encoding &encoding)
 {
     fputstr(job, "%%BeginProlog");
@@ -108,8 +106,10 @@ void writeRuntime(ZFile *job, const Encoding &encoding)
         fputm(job, builtinRuntime.bytes, builtinRuntime.count);
     } else {
         /* The same words read a section that is PostScript: they are all there is yet. */
-        SectionWriter section(job, encoding, LOADER, RUNTIME_LEVEL);
-        fputm(section.file(), builtinRuntime.bytes, builtinRuntime.count);
+        bool isDeflated = encoding.level >= 3;
+        const RuntimeFile &runtime = isDeflated ? deflatedRuntime : builtinRuntime;
+        SectionWriter section(job, encoding, LOADER, isDeflated);
+        fputm(section.file(), runtime.bytes, runtime.count);
         section.finish();
     }
     fputstr(job, "%%EndResource");

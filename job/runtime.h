@@ -16,6 +16,9 @@ struct RuntimeFile {
 /* Made from data/ps when the program is built. */
 extern const RuntimeFile builtinRuntime;
 
+/* The same as a Flate stream: it goes in front of every job. */
+extern const RuntimeFile deflatedRuntime;
+
 /* n filter|null  LOADER  -    runs the section behind it, before there is a runtime: n bytes of the
  * job, or ASCII85 when n is negative. */
 inline constexpr char LOADER[] = "{ exch currentfile exch dup 0 lt { pop /ASCII85Decode filter } "

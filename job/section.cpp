@@ -19,6 +19,7 @@ namespace job {
 namespace {
 
 constexpr size_t LINE_LENGTH = 100;      /* of ASCII85; far below what any printer takes */
+constexpr int TEXT_LEVEL = 6;            /* of Flate */
 constexpr size_t SPOOL_MEMORY = 4 << 20; /* then it goes into a temporary file */
 
 /* ---- ASCII85 */
@@ -168,9 +169,9 @@ class Plain : public Compressor {
 
 class Flate : public Compressor {
   public:
-    Flate(ByteSink &to, int level) : next(to), textLevel(level), buffer(64 * 1024)
+    explicit Flate(ByteSink &to) : next(to), buffer(64 * 1024)
     {
-        if (deflateInit(&stream, textLevel) != Z_OK)
+        if (deflateInit(&stream, TEXT_LEVEL) != Z_OK)
             throw std::bad_alloc();
         restart();
     }
@@ -190,7 +191,7 @@ class Flate : public Compressor {
     /* Stored blocks for what is compressed already. */
     void passThrough(bool isCompressedAlready) override
     {
-        int wanted = isCompressedAlready ? 0 : textLevel;
+        int wanted = isCompressedAlready ? 0 : TEXT_LEVEL;
         while (deflateParams(&stream, wanted, Z_DEFAULT_STRATEGY) == Z_BUF_ERROR)
             flushBuffer();
     }
@@ -227,7 +228,6 @@ class Flate : public Compressor {
     }
 
     ByteSink &next;
-    int textLevel;
     z_stream stream = {};
     std::vector<uint8_t> buffer;
 };
@@ -292,7 +292,7 @@ struct SectionWriter::Stages {
     std::unique_ptr<Compressor> compressor;
     LevelTwo *levelTwo = nullptr;
 
-    Stages(ZFile *to, const Encoding &how, const char *name, int flateLevel)
+    Stages(ZFile *to, const Encoding &how, const char *name, bool isEncoded)
         : job(to), encoding(how), procedure(name)
     {
         if (encoding.isBinary)
@@ -300,10 +300,10 @@ struct SectionWriter::Stages {
         else
             ascii = std::make_unique<Ascii85>(job);
         ByteSink &next = spool ? static_cast<ByteSink &>(*spool) : *ascii;
-        if (!encoding.isCompressed) {
+        if (!encoding.isCompressed || isEncoded) {
             compressor = std::make_unique<Plain>(next);
         } else if (encoding.level >= 3) {
-            compressor = std::make_unique<Flate>(next, flateLevel);
+            compressor = std::make_unique<Flate>(next);
         } else {
             auto made = std::make_unique<LevelTwo>(next);
             levelTwo = made.get();
@@ -356,8 +356,8 @@ struct SectionWriter::Stages {
 };
 
 SectionWriter::SectionWriter(ZFile *job, const Encoding &encoding, const char *procedure,
-                             int flateLevel)
-    : stages(std::make_unique<Stages>(job, encoding, procedure, flateLevel)),
+                             bool isEncoded)
+    : stages(std::make_unique<Stages>(job, encoding, procedure, isEncoded)),
       input(fopensink({take, this}))
 {
     if (!input)

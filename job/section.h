@@ -37,10 +37,12 @@ struct ByteSink {
  *     { OutputRedirect redirect(run, section.file()); ... }
  *     section.finish();
  *
- * What is not finished leaves nothing in the job when it is binary; else a part. */
+ * With `isEncoded` what is written has been compressed as the encoding says.  What is not finished
+ * leaves nothing in the job when it is binary; else a part. */
 class SectionWriter {
   public:
-    SectionWriter(ZFile *job, const Encoding &encoding, const char *procedure, int flateLevel = 6);
+    SectionWriter(ZFile *job, const Encoding &encoding, const char *procedure,
+                  bool isEncoded = false);
     ~SectionWriter();
     SectionWriter(const SectionWriter &) = delete;
     SectionWriter &operator=(const SectionWriter &) = delete;

@@ -32,7 +32,13 @@ namespace {
 
 using namespace prepare;
 
-enum Status { STATUS_DONE = 0, STATUS_FAILED = 1, STATUS_USAGE = 2, STATUS_NEEDED = 3 };
+enum Status {
+    STATUS_DONE = 0,
+    STATUS_FAILED = 1,
+    STATUS_USAGE = 2,
+    STATUS_NEEDED = 3,
+    STATUS_UNNEEDED = 4
+};
 
 constexpr char HELP[] =
     "Usage: pdf_prepare [options] IN.pdf OUT.pdf\n"
@@ -45,14 +51,17 @@ constexpr char HELP[] =
     "fonts\n"
     "  --resolution=N          pixels per inch of what can only be drawn: 300, or 36 to 2400\n"
     "  --password-file=FILE    the document's password is the first line of FILE\n"
+    "  --if-needed             write nothing, status 4, when there is nothing to do\n"
     "  --probe                 only say whether there is something to do: status 3; 0 if not\n"
     "  --help, --version\n"
     "\n"
-    "Status: 0 done, 1 not done (no output), 2 wrong use, 3 with --probe only.\n";
+    "Status: 0 done, 1 not done (no output), 2 wrong use, 3 with --probe only, 4 with\n"
+    "--if-needed only.\n";
 
 struct Arguments {
     Options options;
     bool probe = false;
+    bool ifNeeded = false;
     std::string in, out;
 };
 
@@ -141,6 +150,9 @@ void readOption(int option, Arguments *arguments)
     case 'w':
         arguments->options.password = readPassword(optarg);
         return;
+    case 'n':
+        arguments->ifNeeded = true;
+        return;
     case 'q':
         arguments->probe = true;
         return;
@@ -165,6 +177,7 @@ Arguments readArguments(int argc, char **argv)
         {"level", required_argument, nullptr, 'l'},
         {"password-file", required_argument, nullptr, 'w'},
         {"probe", no_argument, nullptr, 'q'},
+        {"if-needed", no_argument, nullptr, 'n'},
         {"help", no_argument, nullptr, 'h'},
         {"version", no_argument, nullptr, 'v'},
         {nullptr, 0, nullptr, 0},
@@ -244,6 +257,8 @@ int work(const Arguments &arguments, const std::string &temporary)
                                                : STATUS_DONE;
     }
     print(notices);
+    if (outcome == Outcome::UNCHANGED && arguments.ifNeeded)
+        return STATUS_UNNEEDED;
     if (outcome == Outcome::UNCHANGED && !copyFile(arguments.in, temporary)) {
         fprintf(stderr, "%s: %s\n", arguments.out.c_str(), strerror(errno));
         return STATUS_FAILED;

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int STATUS_NEEDED = 3; /* of --probe */
+constexpr int STATUS_UNNEEDED = 4; /* of --if-needed */
 
 std::vector<std::string> commandLine(const PreparationOptions &options)
 {
@@ -54,19 +54,13 @@ Preparation prepareDocument(const PreparationOptions &options, const std::string
     auto pass = [&](const std::string &line) { notice(readNotice(line)); };
     std::vector<std::string> words = commandLine(options);
 
-    std::vector<std::string> probe = words;
-    probe.insert(probe.end(), {"--probe", "--", input});
-    ProcessResult result = runProcess(probe, pass);
-    if (!result.isStarted)
-        return errno == ENOENT || errno == EACCES ? Preparation::MISSING : Preparation::FAILED;
-    if (result.status == 0)
-        return Preparation::UNNEEDED;
-    if (result.status != STATUS_NEEDED)
-        return Preparation::FAILED;
-
     if (!options.resolution.empty())
         words.push_back("--resolution=" + options.resolution);
-    words.insert(words.end(), {"--", input, plain});
-    result = runProcess(words, pass);
-    return result.isStarted && result.status == 0 ? Preparation::DONE : Preparation::FAILED;
+    words.insert(words.end(), {"--if-needed", "--", input, plain});
+    ProcessResult result = runProcess(words, pass);
+    if (!result.isStarted)
+        return errno == ENOENT || errno == EACCES ? Preparation::MISSING : Preparation::FAILED;
+    if (result.status == STATUS_UNNEEDED)
+        return Preparation::UNNEEDED;
+    return result.status == 0 ? Preparation::DONE : Preparation::FAILED;
 }
