@@ -19,13 +19,14 @@ library                          zelkov tools/zolak1_3/pdf_to_ps/frame pdf_to_ps
 job                              zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer tools/zolak1_3/pdf_to_ps/frame
 programs/printing                zelkov job
 programs/pdf_print               zelkov job programs/printing
+programs/pdf_print-preview       zelkov programs/printing
 programs/pdf_to_ps-cups          zelkov job programs/printing
 '
 
 status=0
 
 # Every folder with sources has its row.
-for folder in $(find zelkov tools library job programs/printing programs/pdf_print programs/pdf_to_ps-cups -name '*.cpp' -o -name '*.h' | sed 's|/[^/]*$||' | sort -u); do
+for folder in $(find zelkov tools library job programs/printing programs/pdf_print programs/pdf_print-preview programs/pdf_to_ps-cups -name '*.cpp' -o -name '*.h' | sed 's|/[^/]*$||' | sort -u); do
     if ! printf '%s\n' "$table" | grep -q "^$folder\( \|$\)"; then
         echo "Not in the table of layers: $folder"
         status=1

@@ -1,0 +1,417 @@
+/*
+ * main.cpp - the command pdf_print-preview: a document beside its print, as one HTML file
+ *
+ * pdf_print makes the job, Ghostscript prints it, pdftoppm draws the document, each as a process of
+ * its own.  One page after the other is compared and put into a private file, since the summary,
+ * which comes first, is known last.
+ */
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <new>
+#include <string>
+#include <vector>
+
+#include <getopt.h>
+#include <strings.h>
+#include <unistd.h>
+
+#include "programs/pdf_print-preview/html.h"
+#include "programs/pdf_print-preview/picture.h"
+#include "programs/printing/document.h"
+#include "programs/printing/process.h"
+#include "programs/printing/values.h"
+#include "zelkov/file.h"
+#include "zelkov/host.h"
+#include "zelkov/process.h"
+
+namespace {
+
+enum Status {
+    STATUS_DONE = 0,
+    STATUS_FAILED = 1, /* nothing was printed, or no page of HTML could be written */
+    STATUS_USAGE = 2,
+    STATUS_OVER = 3, /* a page differs by more than --fail-over */
+};
+
+constexpr char HELP[] =
+    "Usage: pdf_print-preview [options] FILE.pdf [-- options of pdf_print]\n"
+    "Shows a document beside its print: writes FILE.html, one file with all pictures in it.\n"
+    "\n"
+    "  -o, --output=FILE    write FILE\n"
+    "      --pages=LIST     only these pages, such as 2-5,9,12-\n"
+    "      --dpi=N          resolution of the pictures (default 96)\n"
+    "      --fail-over=PCT  status 3 when more of any page differs\n"
+    "      --help, --version\n"
+    "\n"
+    "Status: 0 written, 1 nothing printed or not written, 2 wrong use, 3 see --fail-over.\n"
+    "Needs gs (Ghostscript) and pdftoppm (poppler-utils).\n";
+
+struct Arguments {
+    std::string input, output;
+    std::string pageList;
+    std::vector<std::pair<int, int>> pages; /* empty: all */
+    std::string dpi = "96";
+    double failOver = -1; /* percent; negative: not wanted */
+    std::vector<std::string> printOptions;
+};
+
+/* ---- the command line */
+
+[[noreturn]] void misuse(const std::string &text)
+{
+    fprintf(stderr, "pdf_print-preview: %s\nTry 'pdf_print-preview --help'.\n", text.c_str());
+    exit(STATUS_USAGE);
+}
+
+double readNumber(const char *text, const char *what, double lowest, double highest)
+{
+    char *end;
+    errno = 0;
+    double value = strtod(text, &end);
+    if (end == text || *end || errno || !(value >= lowest && value <= highest))
+        misuse(std::string(what) + " is a number from " + std::to_string((int)lowest) + " to " +
+               std::to_string((int)highest) + ", not: " + text);
+    return value;
+}
+
+void readOption(int option, Arguments *arguments)
+{
+    switch (option) {
+    case 'o':
+        arguments->output = optarg;
+        return;
+    case 'p':
+        arguments->pageList = optarg;
+        if (!readPageList(optarg, &arguments->pages))
+            misuse(std::string("Not a list of pages: ") + optarg);
+        return;
+    case 'r':
+        arguments->dpi = std::to_string((int)readNumber(optarg, "The resolution", 10, 600));
+        return;
+    case 'f':
+        arguments->failOver = readNumber(optarg, "The bound", 0, 100);
+        return;
+    case 'h':
+        fputs(HELP, stdout);
+        exit(STATUS_DONE);
+    case 'v':
+        puts("pdf_print-preview " PDF_PRINT_VERSION);
+        exit(STATUS_DONE);
+    default:
+        fputs("Try 'pdf_print-preview --help'.\n", stderr);
+        exit(STATUS_USAGE);
+    }
+}
+
+Arguments readArguments(int argc, char **argv)
+{
+    constexpr option options[] = {
+        {"output", required_argument, nullptr, 'o'},
+        {"pages", required_argument, nullptr, 'p'},
+        {"dpi", required_argument, nullptr, 'r'},
+        {"fail-over", required_argument, nullptr, 'f'},
+        {"help", no_argument, nullptr, 'h'},
+        {"version", no_argument, nullptr, 'v'},
+        {nullptr, 0, nullptr, 0},
+    };
+    Arguments arguments;
+    int own = (int)(std::find(argv, argv + argc, std::string("--")) - argv);
+    for (int i = own + 1; i < argc; i++) {
+        arguments.printOptions.push_back(argv[i]);
+        if (arguments.printOptions.back().starts_with("--page"))
+            misuse("--pages stands before --.");
+    }
+    for (int option; (option = getopt_long(own, argv, "o:", options, nullptr)) != -1;)
+        readOption(option, &arguments);
+    if (own - optind != 1)
+        misuse(own == optind ? "A file is wanted." : "One file at a time.");
+    arguments.input = argv[optind];
+    if (arguments.input.starts_with("-"))
+        arguments.input = std::string("./").append(arguments.input);
+    if (arguments.output.empty()) {
+        arguments.output = arguments.input;
+        size_t length = arguments.output.size();
+        if (length > 4 && strcasecmp(&arguments.output[length - 4], ".pdf") == 0)
+            arguments.output.resize(length - 4);
+        arguments.output += ".html";
+    }
+    return arguments;
+}
+
+/* ---- the programs */
+
+/* What is known of a document while its pages are gone through. */
+struct Preview {
+    Arguments arguments;
+    std::vector<std::string> messages;                    /* of the whole document */
+    std::map<int, std::vector<std::string>> pageMessages; /* by page of the document */
+    std::vector<PageView> pages;                          /* without their pictures */
+    int mostDifferent = 0;                                /* index of a page */
+    bool isIncomplete = false;                            /* so says pdf_print */
+};
+
+/* "pdf_print: FILE: page 3: what happened" goes to its page. */
+void takeMessage(Preview &preview, const std::string &line)
+{
+    std::string name = preview.arguments.input;
+    for (char &c : name)
+        if ((unsigned char)c < 32 || (unsigned char)c == 127)
+            c = '?'; /* as pdf_print tells it */
+    std::string text = line;
+    for (const std::string &front : {std::string("pdf_print: "), name + ": "})
+        if (text.starts_with(front))
+            text.erase(0, front.size());
+    int page = 0, length = 0;
+    if (sscanf(text.c_str(), "page %7d: %n", &page, &length) == 1 && length > 0)
+        preview.pageMessages[page].push_back(text.substr((size_t)length));
+    else
+        preview.messages.push_back(text);
+}
+
+/* Makes the job; false when nothing was printed. */
+bool print(Preview &preview, const std::string &job)
+{
+    const Arguments &arguments = preview.arguments;
+    std::vector<std::string> command = {ownProgram("pdf_print")};
+    command.insert(command.end(), arguments.printOptions.begin(), arguments.printOptions.end());
+    if (!arguments.pageList.empty())
+        command.push_back("--pages=" + arguments.pageList);
+    command.insert(command.end(), {"--progress=never", "--output=" + job, "--", arguments.input});
+    ProcessResult result =
+        runProcess(command, [&](const std::string &line) { takeMessage(preview, line); });
+    if (!result.isStarted)
+        preview.messages.push_back(withReason("pdf_print cannot be started"));
+    constexpr int INCOMPLETE = 3;
+    preview.isIncomplete = result.status == INCOMPLETE;
+    return result.isStarted && (result.status == 0 || result.status == INCOMPLETE);
+}
+
+/* How many pages the comments of a job tell of. */
+int pagesOf(const std::string &job)
+{
+    std::ifstream file(job);
+    int count = 0;
+    for (std::string line; std::getline(file, line) && !line.starts_with("%%EndComments");)
+        if (sscanf(line.c_str(), "%%%%Pages: %7d", &count) == 1)
+            break;
+    return count;
+}
+
+/* The numbers of the first `count` of the chosen pages. */
+std::vector<int> numbersOf(const Arguments &arguments, int count)
+{
+    std::vector<int> numbers;
+    for (int number = 1; (int)numbers.size() < count; number++) {
+        bool isChosen = arguments.pages.empty();
+        bool isPast = !isChosen;
+        for (auto [first, last] : arguments.pages) {
+            isChosen = isChosen || (first <= number && number <= last);
+            isPast = isPast && number > last;
+        }
+        if (isPast)
+            break;
+        if (isChosen)
+            numbers.push_back(number);
+    }
+    return numbers;
+}
+
+/* Prints the job as pictures "NAME1.ppm", "NAME2.ppm", ... */
+void drawJob(Preview &preview, const std::string &job, const std::string &name)
+{
+    std::string pattern = name;
+    for (size_t at = 0; (at = pattern.find('%', at)) != std::string::npos; at += 2)
+        pattern.insert(at, 1, '%');
+    std::string said = privateFile("said"), error;
+    ProcessResult result = runProcess(
+        {"gs", "-q", "-dSAFER", "-dBATCH", "-dNOPAUSE", "-sDEVICE=ppmraw", "-dTextAlphaBits=4",
+         "-dGraphicsAlphaBits=4", "-r" + preview.arguments.dpi,
+         "-sOutputFile=" + pattern + "%d.ppm", job},
+        [&](const std::string &line) { error = error.empty() ? line : error; }, said);
+    if (!result.isStarted)
+        preview.messages.push_back(withReason("Ghostscript (gs) cannot be started"));
+    else if (result.status != 0)
+        preview.messages.push_back("Ghostscript did not print the whole job: " + error);
+    std::ifstream file(said);
+    for (std::string line; std::getline(file, line);)
+        if (line.starts_with("%%["))
+            preview.messages.push_back("The printer says: " + line);
+}
+
+/* Draws a page of the document as "NAME.ppm". */
+void drawPage(Preview &preview, int number, const std::string &name)
+{
+    std::string page = std::to_string(number), error;
+    ProcessResult result =
+        runProcess({"pdftoppm", "-q", "-cropbox", "-r", preview.arguments.dpi, "-f", page, "-l",
+                    page, "-singlefile", preview.arguments.input, name},
+                   [&](const std::string &line) { error = line; });
+    if (!result.isStarted)
+        preview.pageMessages[number].push_back(withReason("pdftoppm cannot be started"));
+    else if (result.status != 0)
+        preview.pageMessages[number].push_back("pdftoppm did not draw the page: " + error);
+}
+
+/* ---- pages */
+
+std::string verdictOf(const Difference &difference, const Picture &print, const Picture &original)
+{
+    char text[160];
+    if (print.rgb.empty() || original.rgb.empty())
+        return std::string("there is no picture of the ") +
+               (original.rgb.empty() ? "PDF" : "print");
+    if (!difference.isSameSize)
+        snprintf(text, sizeof text, "the size differs: %d x %d pixels in place of %d x %d",
+                 print.width, print.height, original.width, original.height);
+    else if (difference.area <= 0)
+        return "no difference";
+    else if (difference.area < 0.00005)
+        return "less than 0.01 % of the page differs";
+    else
+        snprintf(text, sizeof text, "%.2f %% of the page differs (%.1f %% of what is drawn)",
+                 100 * difference.area, 100 * difference.ink);
+    return text;
+}
+
+/* One page, with its pictures; their files are removed. */
+PageView viewPage(Preview &preview, int number, const std::string &printFile)
+{
+    PageView page = {};
+    page.number = number;
+    std::string name = privateFile("page");
+    drawPage(preview, number, name);
+    Picture original, print;
+    if (!readPicture(name + ".ppm", &original))
+        original = {};
+    if (!readPicture(printFile, &print))
+        print = {};
+    unlink((name + ".ppm").c_str());
+    unlink(printFile.c_str());
+    Difference difference;
+    if (!original.rgb.empty() && !print.rgb.empty())
+        difference = comparePictures(print, original);
+    page.area = difference.area;
+    page.verdict = verdictOf(difference, print, original);
+    page.messages = preview.pageMessages[number];
+    if (!original.rgb.empty())
+        page.original = dataAddress(original);
+    if (!print.rgb.empty())
+        page.print = dataAddress(print);
+    if (difference.isSameSize)
+        page.difference = dataAddress(difference.marked);
+    return page;
+}
+
+/* Writes the parts of all pages into a file. */
+bool viewPages(Preview &preview, const std::string &job, const std::string &body)
+{
+    std::vector<int> numbers = numbersOf(preview.arguments, pagesOf(job));
+    std::string prints = privateFile("print-");
+    for (size_t i = 1; i <= numbers.size(); i++)
+        privateFile(("print-" + std::to_string(i) + ".ppm").c_str());
+    privateFile("page.ppm");
+    drawJob(preview, job, prints);
+    std::ofstream file(body, std::ios::binary);
+    for (size_t i = 0; i < numbers.size(); i++) {
+        PageView page = viewPage(preview, numbers[i], prints + std::to_string(i + 1) + ".ppm");
+        file << htmlPage(page);
+        page.original = page.print = page.difference = "";
+        if (page.area >
+            (preview.pages.empty() ? -1 : preview.pages[(size_t)preview.mostDifferent].area))
+            preview.mostDifferent = (int)i;
+        preview.pages.push_back(std::move(page));
+    }
+    return file.flush().good();
+}
+
+/* ---- the result */
+
+std::string summaryOf(const Preview &preview)
+{
+    if (preview.pages.empty())
+        return "Nothing was printed.";
+    const PageView &most = preview.pages[(size_t)preview.mostDifferent];
+    size_t count = preview.pages.size(), messages = preview.messages.size();
+    for (const PageView &page : preview.pages)
+        messages += page.messages.size();
+    std::string text = std::to_string(count) + (count == 1 ? " page; " : " pages; ");
+    text += most.area <= 0
+                ? "no page differs; "
+                : "page " + std::to_string(most.number) + " most: " + most.verdict + "; ";
+    text += std::to_string(messages) + (messages == 1 ? " message." : " messages.");
+    if (preview.isIncomplete)
+        text += " Something is missing in the print, or replaced.";
+    return text;
+}
+
+/* Puts the file together; false, with errno set, when it cannot be written. */
+bool writeHtml(const Preview &preview, const std::string &body)
+{
+    const std::string &input = preview.arguments.input, &name = preview.arguments.output;
+    std::string exact = name.find('/') == std::string::npos ? "./" + name : name;
+    ZFile *file = fopenw("", exact.c_str(), "", 0);
+    if (!file)
+        return false;
+    std::string begin =
+        htmlBeginning(input.substr(input.rfind('/') + 1) + ": the PDF and its print",
+                      summaryOf(preview), preview.messages, preview.pages);
+    fputm(file, begin.data(), begin.size());
+    std::ifstream pages(body, std::ios::binary);
+    char buffer[64 * 1024];
+    while (pages.read(buffer, sizeof buffer), pages.gcount() > 0)
+        fputm(file, buffer, (size_t)pages.gcount());
+    std::string end = htmlEnd();
+    fputm(file, end.data(), end.size());
+    return fclosx(file) == 0;
+}
+
+int fail(const std::string &text)
+{
+    fprintf(stderr, "pdf_print-preview: %s\n", text.c_str());
+    return STATUS_FAILED;
+}
+
+int previewDocument(Arguments arguments)
+{
+    Preview preview;
+    preview.arguments = std::move(arguments);
+    if (access(preview.arguments.input.c_str(), R_OK) != 0)
+        return fail(withReason(preview.arguments.input + " cannot be read"));
+    std::string job = privateFile("job.ps"), body = privateFile("body.html");
+    if (job.empty())
+        return fail(withReason("No directory for temporary files"));
+    bool isPrinted = print(preview, job);
+    if (isPrinted && !viewPages(preview, job, body))
+        return fail(withReason("The pages cannot be kept"));
+    if (!writeHtml(preview, body))
+        return fail(withReason(preview.arguments.output + " cannot be written"));
+    if (!isPrinted)
+        return fail(preview.messages.empty() ? "Nothing was printed."
+                                             : "Nothing was printed: " + preview.messages.back());
+    for (const PageView &page : preview.pages)
+        if (preview.arguments.failOver >= 0 && 100 * page.area > preview.arguments.failOver) {
+            fprintf(stderr, "pdf_print-preview: page %d: %s\n", page.number, page.verdict.c_str());
+            return STATUS_OVER;
+        }
+    return STATUS_DONE;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    process_begin();
+    host().listener = nullptr; /* the reason stands in our own messages */
+    Arguments arguments = readArguments(argc, argv);
+    int status;
+    try {
+        status = previewDocument(std::move(arguments));
+    } catch (const std::bad_alloc &) {
+        status = fail("There is not enough memory.");
+    }
+    process_exit(status);
+}
