@@ -4,7 +4,7 @@
 #include "job/parts.h"
 
 #include <algorithm>
-#include <array>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <tuple>
@@ -119,21 +119,39 @@ void writeDefinition(ConversionRun *run, const PlannedResource &resource, const 
 
 /* ---- equal ones */
 
-/* 128 bits of what was written. */
+/* 128 bits of what was written, eight bytes at a time. */
 struct Digest {
-    uint64_t one = 14695981039346656037u, two = 0x9E3779B97F4A7C15u, count = 0;
+    uint64_t one = 0x9E3779B97F4A7C15u, two = 0xC2B2AE3D27D4EB4Fu, count = 0;
+    uint8_t rest[8] = {}; /* bytes that do not make eight yet */
+
+    void add(uint64_t word)
+    {
+        one = (one ^ word) * 0xFF51AFD7ED558CCDu;
+        one ^= one >> 32;
+        two = (two + word) * 0xD6E8FEB86659FD93u;
+        two ^= two >> 29;
+    }
     auto operator<=>(const Digest &) const = default;
 };
 
 int digest(void *context, const uint8_t *bytes, size_t count)
 {
     Digest &sum = *static_cast<Digest *>(context);
-    for (size_t i = 0; i < count; i++) {
-        sum.one = (sum.one ^ bytes[i]) * 1099511628211u;
-        sum.two = (sum.two + bytes[i]) * 0xD6E8FEB86659FD93u;
-        sum.two ^= sum.two >> 32;
+    uint64_t word;
+    for (; count > 0 && sum.count % 8 != 0; count--, sum.count++) {
+        sum.rest[sum.count % 8] = *bytes++;
+        if (sum.count % 8 == 7) {
+            memcpy(&word, sum.rest, 8);
+            sum.add(word);
+            memset(sum.rest, 0, 8);
+        }
     }
-    sum.count += count;
+    for (; count >= 8; count -= 8, bytes += 8, sum.count += 8) {
+        memcpy(&word, bytes, 8);
+        sum.add(word);
+    }
+    for (; count > 0; count--, sum.count++)
+        sum.rest[sum.count % 8] = *bytes++;
     return 0;
 }
 
