@@ -45,8 +45,9 @@ endmacro()
 debian_component(program pdf-to-ps text "prints PDF documents on PostScript printers"
     "Page content is passed through instead of being redrawn: the output is small,\nits text stays text, and a document is converted about as fast as it is copied.")
 # What the programs call, and the data of encodings.
-set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "poppler-utils, jbig2dec, poppler-data")
-set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS "ghostscript, cups-client, parallel")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS
+    "poppler-utils, jbig2dec, poppler-data, ghostscript")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS "cups-client, parallel")
 
 debian_component(library libpdf-to-ps${PROJECT_VERSION_MAJOR} libs
     "converts PDF documents to PostScript, as a library"
