@@ -234,6 +234,23 @@ TEST(Batch, SharesMakeTheWholeTogether)
         EXPECT_EQ(nameIn(lines[(size_t)i]), "in/" + std::to_string(i) + ".pdf");
 }
 
+/* A share that tries again leaves what the others have told. */
+TEST(Batch, SharesTryTheirOwnFailuresAgain)
+{
+    ScratchDirectory directory;
+    for (const char *name : {"in/1.pdf", "in/2.pdf"})
+        put(directory, name, "this is a letter");
+    EXPECT_EQ(runBatch(directory, {"in", "-o", "out", "--begin"}).status, 0);
+    for (const char *share : {"--share=1/2", "--share=2/2"})
+        EXPECT_EQ(runBatch(directory, {"-o", "out", share}).status, 0);
+    put(directory, "in/1.pdf", onePagePdf(BAR));
+    EXPECT_EQ(runBatch(directory, {"-o", "out", "--share=1/2", "--retry-failed"}).status, 0);
+    ProgramResult end = runBatch(directory, {"-o", "out", "--end"});
+    EXPECT_EQ(end.status, 1);
+    EXPECT_EQ(occurrences(end.err, "1 printed, 0 printed in part, 1 failed, 0 not done"), 1u)
+        << end.err;
+}
+
 TEST(Batch, WrongUseIsStatusTwo)
 {
     ScratchDirectory directory;
