@@ -141,7 +141,9 @@ bool loadDocument(Document *document, const std::string &path)
     }
     if (document->pages.empty()) {
         notice(document, "DAMAGED", 0,
-               pages.empty() ? "The document has no pages." : "None of the pages wanted exists.");
+               pages.empty() || document->options.pages.empty()
+                   ? "The document has no pages."
+                   : "None of the pages wanted exists.");
         return false;
     }
     if (document->pages.size() < pages.size())
