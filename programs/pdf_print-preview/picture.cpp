@@ -95,8 +95,8 @@ Picture mark(const Picture &picture, const Comparison &comparison)
             bool differs = x / 2 < comparison.width && index < comparison.differs.size() &&
                            comparison.differs[index];
             int grey = (pixel[0] + pixel[1] + pixel[2]) / 3;
-            pixel[0] = differs ? 220 : (uint8_t)(170 + grey / 3);
-            pixel[1] = pixel[2] = differs ? 0 : (uint8_t)(170 + grey / 3);
+            pixel[0] = (uint8_t)(differs ? 220 : 170 + grey / 3);
+            pixel[1] = pixel[2] = (uint8_t)(differs ? 0 : 170 + grey / 3);
         }
     return marked;
 }
