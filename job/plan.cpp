@@ -296,9 +296,12 @@ void chooseShared(Plan *plan, uint64_t budget)
 
 } // namespace
 
-void findPageTree(ConversionRun *run)
+void walkPages(ConversionRun *run)
 {
-    checkCatalog(run);
+    checkCatalog(run); /* which leaves the input at the page tree */
+    PageAttributes attributes = {};
+    int64_t pageCounter = 0;
+    walkPageTree(run, attributes, &pageCounter);
 }
 
 void forgive(ConversionRun *run)
@@ -313,10 +316,7 @@ void makePlan(ConversionRun *run, const Options &options, Plan *plan)
     Walk walk = {run, &options, plan};
     run->plan = &walk;
     run->writePage = planPage;
-    findPageTree(run);
-    PageAttributes attributes = {};
-    int64_t pageCounter = 0;
-    walkPageTree(run, attributes, &pageCounter);
+    walkPages(run);
     run->plan = nullptr;
     if (run->errorFlag)
         return;

@@ -69,8 +69,9 @@ void makePlan(ConversionRun *run, const Options &options, Plan *plan);
  * when the page is written. */
 void forgive(ConversionRun *run);
 
-/* Leaves the input at the page tree; the run's error flag is set on failure. */
-void findPageTree(ConversionRun *run);
+/* Calls the run's writePage for each page of the document; the run's error flag is set when the
+ * tree cannot be read. */
+void walkPages(ConversionRun *run);
 
 } // namespace job
 

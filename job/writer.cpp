@@ -10,7 +10,6 @@
 #include "job/comments.h"
 #include "job/parts.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/contents.h"
-#include "tools/zolak1_3/pdf_to_ps/writer/pagetree.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/redirect.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/resources.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/serializer.h"
@@ -257,10 +256,7 @@ void writePages(PageWriter *writer)
     run->writeResources = writeScope;
     run->writePage = writePage;
     run->passThrough = passThrough;
-    findPageTree(run);
-    PageAttributes attributes = {};
-    int64_t pageCounter = 0;
-    walkPageTree(run, attributes, &pageCounter);
+    walkPages(run);
     run->passThrough = nullptr;
     run->plan = nullptr;
 }

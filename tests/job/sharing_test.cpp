@@ -284,6 +284,18 @@ TEST(JobSharing, WhatFindsNoRoomInThePrinterStandsInItsPages)
     expectSamePages(document, job);
 }
 
+TEST(JobSharing, WhatDefinesNothingIsNoErrorOfThePages)
+{
+    PdfBuilder pdf;
+    int unknown = pdf.addStream("/Subtype /PS", "showpage");
+    std::string document =
+        pagesWith(pdf, 2, "/XObject << /X " + ref(unknown) + " >>", "10 10 50 50 re f");
+    std::string job = jobOf(document);
+    for (const std::string &page : pageTextsOf(job))
+        EXPECT_EQ(occurrences(page, "/X 0 UseShared\n"), 1u);
+    expectSamePages(document, job);
+}
+
 TEST(JobSharing, OnePageSharesOnlyWhatItRepeats)
 {
     PdfBuilder pdf;
