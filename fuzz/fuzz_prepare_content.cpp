@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "prepare/content/state.h"
-#include "prepare/content/tokens.h"
+#include "prepare/content/track.h"
+#include "prepare/model/tokens.h"
 
 using namespace prepare;
 

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "prepare/colour/function.h"
+#include "prepare/model/function.h"
 
 using namespace prepare;
 

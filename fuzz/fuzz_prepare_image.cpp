@@ -42,11 +42,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     std::vector<Notice> notices;
     Document document;
-    document.notices = &notices;
-    document.pdf.emptyPDF();
-    document.pdf.setSuppressWarnings(true);
+    document.diagnostics.notices = &notices;
+    document.source.pdf.emptyPDF();
+    document.source.pdf.setSuppressWarnings(true);
     QPDFObjectHandle image = QPDFObjectHandle::newStream(
-        &document.pdf, std::string(reinterpret_cast<const char *>(data) + 4, size - 4));
+        &document.source.pdf, std::string(reinterpret_cast<const char *>(data) + 4, size - 4));
     QPDFObjectHandle dict = QPDFObjectHandle::parse(entriesFor(data));
     for (const std::string &key : dict.getKeys())
         image.getDict().replaceKey(key, dict.getKey(key));

@@ -6,7 +6,7 @@
  *   structure     attributes, content and resources in order       (page/structure)
  *   annotations   appearances as forms                           (page/annotations)
  *   boxes         one box, quarter turns, unit                     (page/boxes)
- *   scan          what the content uses and needs                  (content/scan)
+ *   evaluation    what the content uses and needs                  (content/evaluate)
  *   images        such that the converter does not take            (images/convert)
  *   content       the passes that rewrite content, in their order  (content/rewrite)
  *   regions       what these have asked to be drawn                (paint/region)
@@ -19,12 +19,13 @@
 
 #include "prepare/colour/colours.h"
 #include "prepare/content/rewrite.h"
-#include "prepare/content/scan.h"
+#include "prepare/content/evaluate.h"
 #include "prepare/document/document.h"
 #include "prepare/document/load.h"
 #include "prepare/document/probe.h"
 #include "prepare/document/write.h"
 #include "prepare/fonts/store.h"
+#include "prepare/images/colours.h"
 #include "prepare/images/convert.h"
 #include "prepare/page/annotations.h"
 #include "prepare/page/boxes.h"
@@ -40,6 +41,11 @@ namespace prepare {
 
 namespace {
 
+/* Who watches the walk over a page. */
+constexpr const Observer *observers[] = {&layerObserver,        &nameObserver,   &fontObserver,
+                                         &colourObserver,       &imageObserver,  &patternObserver,
+                                         &transparencyObserver};
+
 /* A pass over a page that works on its dictionary. */
 struct PagePass {
     const char *name;
@@ -54,9 +60,9 @@ void boxPass(Document *document, Page *page)
     mendBoxes(document, page);
 }
 
-void scanPass(Document *document, Page *page)
+void evaluatePass(Document *document, Page *page)
 {
-    scanPage(document, page);
+    evaluatePage(document, page, observers);
     if (resourcesNeedWork(document, *page))
         page->needs |= NEED_RESOURCES;
 }
@@ -66,13 +72,13 @@ constexpr PagePass lookPasses[] = {
     {"structure", mendPage},
     {"annotations", drawAnnotations},
     {"boxes", boxPass},
-    {"scan", scanPass},
+    {"evaluation", evaluatePass},
 };
 
 /* ORDER: layers first, so that nothing is done for what is off; fonts behind everything that adds
  * or changes text; names last. */
 const ContentPass *const contentPasses[] = {&layerPass,   &inlineImagePass, &transparencyPass,
-                                            &patternPass, &colourPass,      &fontPass,
+                                            &patternPass, &colourPass,      &inlineColourPass, &fontPass,
                                             &namePass};
 
 void runContentPasses(Document *document, Page *page)
@@ -84,7 +90,7 @@ void runContentPasses(Document *document, Page *page)
     if (!wanted.empty())
         rewritePage(document, page, wanted);
     else if (page->needs & NEED_CONTENT)
-        page->object.replaceKey("/Contents", newFlateStream(&document->pdf, page->content));
+        page->object.replaceKey("/Contents", newFlateStream(&document->source.pdf, page->content));
 }
 
 /* Runs something on a page.  What goes wrong there costs the page its preparation, no more. */
@@ -116,7 +122,7 @@ void lookAt(Document *document, Page *page)
 /* Has libqpdf met damage so far?  Then the file needs its repairs. */
 void noteDamage(Document *document)
 {
-    if (!document->pdf.anyWarnings())
+    if (!document->source.pdf.anyWarnings())
         return;
     document->needs |= NEED_STRUCTURE;
     notice(document, "DAMAGED", 0, "The document is damaged; what can be read is used.");
@@ -126,11 +132,10 @@ bool open(Document *document, const std::string &in, const Options &options,
           std::vector<Notice> *notices)
 {
     document->options = options;
-    document->notices = notices;
-    document->fonts = newFontStore();
+    document->diagnostics.notices = notices;
     if (!loadDocument(document, in))
         return false;
-    if (!hasPlainTables(in) || document->pdf.isEncrypted())
+    if (!hasPlainTables(in) || document->source.pdf.isEncrypted())
         document->needs |= NEED_STRUCTURE;
     if (options.level == 2)
         document->needs |= NEED_STRUCTURE; /* streams are written without Flate */

@@ -31,9 +31,7 @@ struct Options {
 };
 
 /* Bounds of one document; a page that meets one is written as it stands. */
-constexpr size_t MAX_CONTENT_BYTES = 256u << 20; /* decoded content of one page with its forms */
 constexpr int MAX_FORM_DEPTH = 12;
-constexpr int MAX_FORM_COPIES = 64;
 
 struct Notice {
     std::string key;  /* "ENCRYPTED", "DAMAGED", "NOFONT", "NOCMAP", "LIMIT", ... */

@@ -4,7 +4,6 @@
 #include "prepare/colour/colours.h"
 
 #include "prepare/colour/convert.h"
-#include "prepare/images/decode.h"
 
 namespace prepare {
 
@@ -23,40 +22,32 @@ struct ColourHandler : Handler {
     bool take(Rewriter *rewriter, const Operation &operation) override;
 };
 
-bool isStrokeOperator(std::string_view name)
-{
-    return name[0] == 'C' || name[0] == 'S';
-}
-
 /* cs, CS: the initial colour of a space that is converted. */
 bool takeSpace(Rewriter *rewriter, const Operation &operation)
 {
-    if ((operation.name != "cs" && operation.name != "CS") || operation.operands.empty())
+    std::string name = lastName(operation);
+    if (name.empty())
         return false;
-    Colour colour;
-    colour.space = nameValue(operation.operands.back().source);
-    if (!isConverted(*spaceOf(&rewriter->state, colour)))
+    Paint paint{spaceOfName(&rewriter->state, name), {}, nullptr, false};
+    if (!isConverted(paint.space->read()))
         return false;
-    emit(rewriter,
-         colourText(deviceColourOf(&rewriter->state, colour), isStrokeOperator(operation.name)));
+    emit(rewriter, colourText(deviceColourOf(paint), operation.op->ofStrokes()));
     return true;
 }
 
 /* sc, scn, SC, SCN */
 bool takeColour(Rewriter *rewriter, const Operation &operation)
 {
-    std::string_view name = operation.name;
-    if (name != "sc" && name != "scn" && name != "SC" && name != "SCN")
+    const GraphicsState &now = rewriter->state.now;
+    bool isStroke = operation.op->ofStrokes();
+    Paint paint = isStroke ? now.stroke : now.fill;
+    if (!isConverted(paint.space->read()))
         return false;
-    bool isStroke = isStrokeOperator(name);
-    Colour colour = isStroke ? rewriter->state.now.stroke : rewriter->state.now.fill;
-    if (!isConverted(*spaceOf(&rewriter->state, colour)))
-        return false;
-    colour.values.clear();
+    paint.values.clear();
     for (const Token &token : operation.operands)
-        if (token.kind == TokenKind::NUMBER && colour.values.size() < MAX_COLORANTS)
-            colour.values.push_back(numberValue(token));
-    emit(rewriter, colourText(deviceColourOf(&rewriter->state, colour), isStroke));
+        if (token.kind == TokenKind::NUMBER && paint.values.size() < MAX_COLORANTS)
+            paint.values.push_back(numberValue(token));
+    emit(rewriter, colourText(deviceColourOf(paint), isStroke));
     return true;
 }
 
@@ -73,10 +64,7 @@ std::string dashText(QPDFObjectHandle dash)
 
 bool takeGraphicsState(Rewriter *rewriter, const Operation &operation)
 {
-    if (operation.name != "gs" || operation.operands.empty())
-        return false;
-    QPDFObjectHandle state =
-        findResource(rewriter->scope, EXTGSTATE, nameValue(operation.operands.back().source));
+    QPDFObjectHandle state = namedResource(rewriter->scope, EXTGSTATE, operation);
     if (!hasLineParameters(state))
         return false;
     std::string text(operation.source);
@@ -90,28 +78,29 @@ bool takeGraphicsState(Rewriter *rewriter, const Operation &operation)
     return true;
 }
 
-bool takeInlineImage(Rewriter *rewriter, const Operation &operation)
-{
-    if (operation.name != "BI" || !isConvertedSpace(inlineSpace(rewriter->scope, operation)))
-        return false;
-    QPDFObjectHandle image = inlineImage(rewriter->document, rewriter->scope, operation);
-    if (!image.isStream())
-        return true;
-    try {
-        convertColours(rewriter->document, image);
-    } catch (const LimitReached &limit) {
-        notice(rewriter->document, "IMAGE", rewriter->page->number,
-               "A picture is left out. " + limit.text);
-        return true;
-    }
-    emit(rewriter, nameText(addResource(rewriter, XOBJECT, "/PfI", image)) + " Do");
-    return true;
-}
-
 bool ColourHandler::take(Rewriter *rewriter, const Operation &operation)
 {
-    return takeSpace(rewriter, operation) || takeColour(rewriter, operation) ||
-           takeGraphicsState(rewriter, operation) || takeInlineImage(rewriter, operation);
+    const Operator &op = *operation.op;
+    return op.is(SETS_SPACE)                 ? takeSpace(rewriter, operation)
+           : op.is(SETS_COLOUR)              ? takeColour(rewriter, operation)
+           : op.id == Op::GRAPHICS_STATE && takeGraphicsState(rewriter, operation);
+}
+
+bool isConvertedPaint(const Paint &paint)
+{
+    return isConverted(paint.space->read());
+}
+
+void watchColour(Walk *walk, int category, const std::string &, QPDFObjectHandle found)
+{
+    if (category == EXTGSTATE && hasLineParameters(found))
+        addNeed(walk, NEED_COLOURS);
+    if (category != COLORSPACE || !isConvertedSpace(found))
+        return;
+    addNeed(walk, NEED_COLOURS);
+    SpacePtr read = readSpace(*walk->state->scope, found);
+    if (read && paintsNothing(*read))
+        addNeed(walk, NEED_PATTERNS); /* they can paint nothing, too */
 }
 
 } // namespace
@@ -136,17 +125,10 @@ QPDFObjectHandle withoutLineParameters(QPDFObjectHandle state)
     return copy;
 }
 
-QPDFObjectHandle inlineSpace(const ResourceScope &scope, const Operation &operation)
-{
-    const std::vector<Token> &tokens = operation.operands;
-    for (size_t i = 0; i + 1 < tokens.size(); i++)
-        if ((tokens[i].source == "/CS" || tokens[i].source == "/ColorSpace") &&
-            tokens[i + 1].kind == TokenKind::NAME)
-            return findResource(scope, COLORSPACE, nameValue(tokens[i + 1].source));
-    return QPDFObjectHandle::newNull();
-}
-
 const ContentPass colourPass = {"colours", NEED_COLOURS,
-                                [] { return std::unique_ptr<Handler>(new ColourHandler); }};
+                                [] { return std::unique_ptr<Handler>(new ColourHandler); },
+                                isConvertedPaint};
+
+const Observer colourObserver = {.name = "colours", .resource = watchColour};
 
 } // namespace prepare

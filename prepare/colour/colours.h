@@ -4,6 +4,7 @@
 #ifndef PREPARE_COLOUR_COLOURS_H
 #define PREPARE_COLOUR_COLOURS_H
 
+#include "prepare/content/evaluate.h"
 #include "prepare/content/rewrite.h"
 
 namespace prepare {
@@ -12,14 +13,13 @@ namespace prepare {
  * graphics states hold as operators. */
 extern const ContentPass colourPass;
 
+extern const Observer colourObserver;
+
 /* Has the graphics state parameters that the converter drops? */
 bool hasLineParameters(QPDFObjectHandle graphicsState);
 
 /* Takes them out of a copy. */
 QPDFObjectHandle withoutLineParameters(QPDFObjectHandle graphicsState);
-
-/* The colour space that an inline image names, in full; null when there is none. */
-QPDFObjectHandle inlineSpace(const ResourceScope &scope, const Operation &operation);
 
 } // namespace prepare
 

@@ -7,7 +7,7 @@
 #ifndef PREPARE_COLOUR_CONVERT_H
 #define PREPARE_COLOUR_CONVERT_H
 
-#include "prepare/colour/space.h"
+#include "prepare/model/space.h"
 #include "prepare/document/document.h"
 
 namespace prepare {
@@ -17,13 +17,6 @@ bool isConverted(const ColourSpace &space);
 
 /* The same of the array of a space; of Indexed ones not, since their tables are converted. */
 bool isConvertedSpace(QPDFObjectHandle space);
-
-/* Has an image's own dictionary such a space? */
-bool imageNeedsColours(QPDFObjectHandle image);
-
-/* Puts an image into the device space that its colours come down to.  Throws LimitReached when it
- * cannot be read. */
-void convertColours(Document *document, QPDFObjectHandle image);
 
 /* A table of samples with the colours of a space of one component: those of its device space, for
  * values from 0 to 1. */

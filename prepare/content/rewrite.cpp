@@ -1,120 +1,238 @@
 /*
  * rewrite.cpp - the chain of handlers, and forms inside content
  *
- * A form with resources of its own that selects its fonts itself means the same wherever it is
- * painted: it is rewritten in place, once.  Any other form gets a copy for each font that it
- * inherits and each set of resources that it relies on.
+ * A form with resources of its own that takes nothing from the state around it which a pass
+ * replaces means the same wherever it is painted: it is rewritten in place, once.  Any other form
+ * gets a copy for each font, paint and set of resources that it inherits; and for each place where
+ * it inherits a pattern, because a pattern lies on the page and not on the form (8.7.3.1).
  */
 #include "prepare/content/rewrite.h"
 
 #include <algorithm>
+#include <tuple>
 
-#include "prepare/content/scan.h"
-#include "prepare/fonts/store.h"
-#include "prepare/paint/transparency.h"
+#include "prepare/content/evaluate.h"
 
 namespace prepare {
 
 namespace {
 
-void rewriteStream(Rewriter *rewriter, const std::string &content);
+/* A form as it is painted in one context. */
+struct FormCopyKey {
+    QPDFObjGen form, font, resources;
+    int page;
+    std::string paints; /* that it inherits and a pass replaces */
+    bool operator<(const FormCopyKey &other) const
+    {
+        return std::tie(form, font, resources, page, paints) <
+               std::tie(other.form, other.font, other.resources, other.page, other.paints);
+    }
+};
 
-std::unique_ptr<Rewriter> innerRewriter(const Rewriter *outer, QPDFObjectHandle resources)
+struct FormCopy {
+    std::string name; /* empty: it needs no copy */
+    QPDFObjectHandle form;
+};
+
+struct RewriteMemo {
+    std::set<QPDFObjGen> rewritten;                   /* forms in place, and Type 3 fonts */
+    std::map<QPDFObjGen, QPDFObjectHandle> originals; /* of forms that may be copied afterwards */
+    std::map<FormCopyKey, FormCopy> copies;
+    int page = 0, copiesOfPage = 0;
+};
+
+RewriteMemo &memoOf(const Rewriter *rewriter)
+{
+    return rewriter->document->memos.of<RewriteMemo>();
+}
+
+void rewriteContent(Rewriter *rewriter, const std::string &content);
+
+std::unique_ptr<Rewriter> innerRewriter(const Rewriter *outer, QPDFObjectHandle stream,
+                                        QPDFObjectHandle resources, const ResourceScope &around,
+                                        const GraphicsState &begin)
 {
     auto inner = std::make_unique<Rewriter>();
     inner->document = outer->document;
     inner->page = outer->page;
     inner->passes = outer->passes;
-    inner->scope = {resources.isDictionary() ? resources : outer->scope.resources, &outer->scope};
+    inner->scope = {resources.isDictionary() ? resources : around.resources, &around};
     inner->outer = outer;
     inner->depth = outer->depth + 1;
-    inner->state.now.text = outer->state.now.text;
+    inner->bounds = boxOf(stream.getDict().getKey("/BBox"));
+    beginContent(&inner->state, &inner->scope, begin);
     return inner;
+}
+
+/* The content as the document has it. */
+std::string contentOf(const Rewriter *rewriter, QPDFObjectHandle stream)
+{
+    const RewriteMemo &memo = memoOf(rewriter);
+    auto original = memo.originals.find(stream.getObjGen());
+    if (original != memo.originals.end())
+        stream = original->second;
+    bool damaged = false;
+    return decodeStream(stream, MAX_CONTENT_BYTES, &damaged);
+}
+
+/* What a form inherits that is the same wherever it is painted. */
+GraphicsState withoutPlace(const GraphicsState &outer)
+{
+    GraphicsState begin;
+    begin.text = outer.text;
+    begin.fill = outer.fill;
+    begin.stroke = outer.stroke;
+    return inherited(begin);
 }
 
 /* The new content of a form or glyph; nothing when it stays as it is. */
 std::optional<std::string> rewriteInner(const Rewriter *outer, QPDFObjectHandle stream,
-                                        QPDFObjectHandle resources)
+                                        QPDFObjectHandle resources, const GraphicsState &begin,
+                                        bool isPlaced)
 {
-    bool damaged = false;
-    std::string content = decodeStream(stream, MAX_CONTENT_BYTES, &damaged);
-    std::unique_ptr<Rewriter> inner = innerRewriter(outer, resources);
-    inner->bounds = boxOf(stream.getDict().getKey("/BBox"));
-    rewriteStream(inner.get(), content);
+    auto inner = innerRewriter(outer, stream, resources, outer->scope, begin);
+    inner->isPlaced = isPlaced;
+    rewriteContent(inner.get(), contentOf(outer, stream));
     if (!inner->taken)
         return std::nullopt;
     return std::move(inner->out);
 }
 
-void rewriteFormInPlace(Rewriter *rewriter, QPDFObjectHandle form, QPDFObjectHandle resources)
+void rewriteFormInPlace(Rewriter *rewriter, QPDFObjectHandle form, const Inheritance &inheritance)
 {
-    if (!rewriter->document->rewrittenForms.insert(form.getObjGen()).second)
+    RewriteMemo &memo = memoOf(rewriter);
+    if (!memo.rewritten.insert(form.getObjGen()).second)
         return;
-    if (auto content = rewriteInner(rewriter, form, resources))
-        replaceWithFlate(form, *content);
+    auto content = rewriteInner(rewriter, form, form.getDict().getKey("/Resources"),
+                                withoutPlace(rewriter->state.now), false);
+    if (!content)
+        return;
+    bool isPlacedElsewhere = needsOf(rewriter->document, form) & NEED_TRANSPARENCY;
+    if (inheritance.fill || inheritance.stroke || isPlacedElsewhere)
+        memo.originals[form.getObjGen()] = form.copyStream();
+    replaceWithFlate(form, *content);
+}
+
+/* ---- copies */
+
+bool isReplaced(const Rewriter &rewriter, const Paint &paint)
+{
+    return std::any_of(rewriter.passes->begin(), rewriter.passes->end(),
+                       [&](auto *pass) { return pass->replaces && pass->replaces(paint); });
+}
+
+/* What tells an inherited paint from others; empty: no pass replaces it. */
+std::string keyOfPaint(const Rewriter &rewriter, const Paint &paint)
+{
+    if (!isReplaced(rewriter, paint))
+        return "";
+    std::string key = "space " + QPDFObjectHandle(paint.space->object()).unparse();
+    if (!isPattern(paint))
+        return key;
+    for (double value : paint.values)
+        key += " " + numberText(value);
+    constexpr int PLACES = 6;
+    const GraphicsState &now = rewriter.state.now;
+    key += " at " + numbersText(now.ctm, PLACES) + rectangleText(now.clip);
+    if (paint.pattern)
+        key += QPDFObjectHandle(paint.pattern->object).unparse() + " from " +
+               numbersText(paint.pattern->base, PLACES);
+    return key;
+}
+
+/* Does a form paint in a pattern from outside? */
+bool inheritsPattern(const Rewriter &rewriter, const Inheritance &inheritance)
+{
+    const GraphicsState &now = rewriter.state.now;
+    return (inheritance.fill && isPattern(now.fill)) ||
+           (inheritance.stroke && isPattern(now.stroke));
+}
+
+void countCopy(Rewriter *rewriter)
+{
+    RewriteMemo &memo = memoOf(rewriter);
+    if (memo.page != rewriter->page->number) {
+        memo.page = rewriter->page->number;
+        memo.copiesOfPage = 0;
+    }
+    if (++memo.copiesOfPage > MAX_FORM_COPIES)
+        throw LimitReached{"Too many forms rely on what is around them."};
+}
+
+FormCopy newCopy(Rewriter *rewriter, QPDFObjectHandle form, bool followsPattern)
+{
+    const GraphicsState &now = rewriter->state.now;
+    auto content = rewriteInner(rewriter, form, form.getDict().getKey("/Resources"),
+                                followsPattern ? stateInForm(now, form) : withoutPlace(now),
+                                followsPattern && rewriter->isPlaced);
+    if (!content)
+        return {};
+    countCopy(rewriter);
+    FormCopy copy = {"", form.copyStream()};
+    replaceWithFlate(copy.form, *content);
+    copy.name = addResource(rewriter, XOBJECT, "/PfX", copy.form);
+    return copy;
 }
 
 /* The name of the form's copy for this context; empty when it needs none. */
-std::string copyForm(Rewriter *rewriter, QPDFObjectHandle form)
+std::string copyForm(Rewriter *rewriter, QPDFObjectHandle form, const Inheritance &inheritance)
 {
-    Document *document = rewriter->document;
-    QPDFObjectHandle font = rewriter->state.now.text.font;
-    QPDFObjGen fontKey = font.isInitialized() ? font.getObjGen() : QPDFObjGen();
-    FormCopyKey key{form.getObjGen(), fontKey, rewriter->scope.resources.getObjGen(),
-                    rewriter->page->number};
-    auto known = document->formCopyNames.find(key);
-    if (known != document->formCopyNames.end()) {
-        if (!known->second.name.empty())
-            putResource(rewriter, XOBJECT, known->second.name, known->second.form);
-        return known->second.name;
-    }
-    document->formCopyNames[key] = {}; /* a form that paints itself ends here */
-    auto content = rewriteInner(rewriter, form, form.getDict().getKey("/Resources"));
-    if (!content)
-        return "";
-    if (++document->formCopies > MAX_FORM_COPIES)
-        throw LimitReached{"Too many forms rely on what is around them."};
-    QPDFObjectHandle copy = form.copyStream();
-    replaceWithFlate(copy, *content);
-    std::string name = addResource(rewriter, XOBJECT, "/PfX", copy);
-    document->formCopyNames[key] = {name, copy};
-    return name;
+    RewriteMemo &memo = memoOf(rewriter);
+    const GraphicsState &now = rewriter->state.now;
+    FormCopyKey key{form.getObjGen(),
+                    now.text.font.isInitialized() ? now.text.font.getObjGen() : QPDFObjGen(),
+                    rewriter->scope.resources.getObjGen(), rewriter->page->number, ""};
+    if (inheritance.fill)
+        key.paints = keyOfPaint(*rewriter, now.fill);
+    if (inheritance.stroke)
+        key.paints += "/" + keyOfPaint(*rewriter, now.stroke);
+    auto [known, isNew] = memo.copies.try_emplace(key);
+    if (isNew) /* a form that paints itself finds an empty one */
+        memo.copies[key] = newCopy(rewriter, form, inheritsPattern(*rewriter, inheritance));
+    FormCopy copy = memo.copies[key];
+    if (!copy.name.empty())
+        putResource(rewriter, XOBJECT, copy.name, copy.form);
+    return copy.name;
 }
 
 /* Rewrites what a Do paints; true when it is to be painted under another name. */
 bool takeForm(Rewriter *rewriter, const Operation &operation, std::string *name)
 {
-    if (operation.name != "Do" || operation.operands.empty() || rewriter->depth >= MAX_FORM_DEPTH)
+    if (operation.op->id != Op::PAINT_OBJECT || rewriter->depth >= MAX_FORM_DEPTH)
         return false;
-    const Token &operand = operation.operands.back();
-    if (operand.kind != TokenKind::NAME)
+    QPDFObjectHandle form = namedResource(rewriter->scope, XOBJECT, operation);
+    if (!isForm(form))
         return false;
-    QPDFObjectHandle form = findResource(rewriter->scope, XOBJECT, nameValue(operand.source));
-    if (!form.isStream() || !form.getDict().getKey("/Subtype").isNameAndEquals("/Form"))
-        return false;
-    if (dependsOnPlace(*rewriter, form))
-        return false; /* its handler rewrites it */
-    QPDFObjectHandle resources = form.getDict().getKey("/Resources");
-    bool inherits = rewriter->document->inheritingForms.count(form.getObjGen()) > 0;
-    if (resources.isDictionary() && !inherits) {
-        rewriteFormInPlace(rewriter, form, resources);
+    for (const std::unique_ptr<Handler> &handler : rewriter->handlers)
+        if (handler->placesForm(*rewriter, form))
+            return false;
+    Inheritance inheritance = inheritanceOf(rewriter->document, form);
+    const GraphicsState &now = rewriter->state.now;
+    bool inheritsReplaced = (inheritance.fill && isReplaced(*rewriter, now.fill)) ||
+                            (inheritance.stroke && isReplaced(*rewriter, now.stroke));
+    bool isOwn = form.getDict().getKey("/Resources").isDictionary();
+    if (isOwn && !inheritance.font && !inheritsReplaced) {
+        rewriteFormInPlace(rewriter, form, inheritance);
         return false;
     }
-    *name = copyForm(rewriter, form);
+    *name = copyForm(rewriter, form, inheritance);
     return !name->empty();
 }
 
 void rewriteGlyphs(Rewriter *rewriter, QPDFObjectHandle font)
 {
-    if (!rewriter->document->rewrittenForms.insert(font.getObjGen()).second ||
-        rewriter->depth >= MAX_FORM_DEPTH)
+    if (rewriter->depth >= MAX_FORM_DEPTH ||
+        !memoOf(rewriter).rewritten.insert(font.getObjGen()).second)
         return;
     QPDFObjectHandle resources = font.getKey("/Resources");
+    GraphicsState begin = withoutPlace(rewriter->state.now);
     for (auto &[name, glyph] : entriesOf(font.getKey("/CharProcs")))
         if (glyph.isStream())
-            if (auto content = rewriteInner(rewriter, glyph, resources))
+            if (auto content = rewriteInner(rewriter, glyph, resources, begin, false))
                 replaceWithFlate(glyph, *content);
 }
+
+/* ---- operations */
 
 /* Offers an operation to the handlers from `stage` on. */
 void offer(Rewriter *rewriter, const Operation &operation, size_t stage)
@@ -130,7 +248,7 @@ void offer(Rewriter *rewriter, const Operation &operation, size_t stage)
         }
     }
     rewriter->out += operation.source;
-    if (operation.name == "Do" && !operation.operands.empty())
+    if (operation.op->id == Op::PAINT_OBJECT && !operation.operands.empty())
         rewriter->painted.insert(nameValue(operation.operands.back().source));
 }
 
@@ -148,18 +266,17 @@ void rewriteOperation(Rewriter *rewriter, const Operation &operation)
         track(&rewriter->state, operation);
     rewriter->isTracked = false;
     QPDFObjectHandle font = rewriter->state.now.text.font;
-    if (operation.name == "Tf" && font.isInitialized() && font.isDictionary() &&
+    if (operation.op->id == Op::FONT_SIZE && font.isInitialized() && font.isDictionary() &&
         font.getKey("/Subtype").isNameAndEquals("/Type3"))
         rewriteGlyphs(rewriter, font);
 }
 
-void rewriteStream(Rewriter *rewriter, const std::string &content)
+void rewriteContent(Rewriter *rewriter, const std::string &content)
 {
     for (const ContentPass *pass : *rewriter->passes)
         rewriter->handlers.push_back(pass->make());
-    rewriter->state.scope = &rewriter->scope;
-    if (rewriter->page->needs & NEED_TRANSPARENCY)
-        startPainting(rewriter);
+    for (const std::unique_ptr<Handler> &handler : rewriter->handlers)
+        handler->begin(rewriter);
     ContentReader reader{content};
     Operation operation;
     while (readOperation(&reader, &operation))
@@ -169,6 +286,22 @@ void rewriteStream(Rewriter *rewriter, const std::string &content)
         rewriter->handlers[i]->end(rewriter);
     }
     rewriter->out += operation.source;
+}
+
+/* The name under which a space is a resource here. */
+const std::string &nameOfSpace(Rewriter *rewriter, const SpaceRef &space)
+{
+    std::string &name = rewriter->spaceNames[space];
+    if (!name.empty())
+        return name;
+    QPDFObjectHandle entries = entryOf(rewriter->scope.resources, categoryKey(COLORSPACE));
+    for (auto &[known, object] : entriesOf(entries))
+        if (object.isSameObjectAs(space->object()))
+            name = known;
+    if (name.empty())
+        name = newName(rewriter->document, "/PfC");
+    putResource(rewriter, COLORSPACE, name, space->object());
+    return name;
 }
 
 } // namespace
@@ -185,6 +318,14 @@ void emit(Rewriter *rewriter, const std::string &content)
     rewriter->out += operation.source;
 }
 
+Handler *handlerOf(const Rewriter &rewriter, const ContentPass &pass)
+{
+    for (size_t i = 0; i < rewriter.handlers.size(); i++)
+        if ((*rewriter.passes)[i] == &pass)
+            return rewriter.handlers[i].get();
+    return nullptr;
+}
+
 void putResource(Rewriter *rewriter, int category, const std::string &name,
                  QPDFObjectHandle resource)
 {
@@ -198,51 +339,51 @@ void putResource(Rewriter *rewriter, int category, const std::string &name,
     if (rewriter->depth == 0)
         rewriter->page->usage.names[category].insert(name);
     else if (resources.isIndirect())
-        rewriter->document->formUsage[resources.getObjGen()].names[category].insert(name);
-}
-
-std::optional<std::string> rewriteForm(const Rewriter *outer, QPDFObjectHandle form,
-                                       const GraphicsState &begin)
-{
-    bool damaged = false;
-    std::string content = decodeStream(form, MAX_CONTENT_BYTES, &damaged);
-    std::unique_ptr<Rewriter> inner = innerRewriter(outer, form.getDict().getKey("/Resources"));
-    inner->bounds = boxOf(form.getDict().getKey("/BBox"));
-    inner->state.now = begin;
-    inner->painting = outer->painting;
-    rewriteStream(inner.get(), content);
-    if (!inner->taken)
-        return std::nullopt;
-    return std::move(inner->out);
+        usagesOfForms(rewriter->document)[resources.getObjGen()].names[category].insert(name);
 }
 
 std::string addResource(Rewriter *rewriter, int category, const std::string &prefix,
                         QPDFObjectHandle resource)
 {
-    std::string name = prefix + std::to_string(++rewriter->document->uniqueNames);
+    std::string name = newName(rewriter->document, prefix);
     putResource(rewriter, category, name, resource);
     return name;
 }
 
-Box boxOf(QPDFObjectHandle array)
+std::string selectText(Rewriter *rewriter, const Paint &paint, bool isStroke)
 {
-    if (!array.isArray() || array.getArrayNItems() < 4)
-        return EVERYTHING;
-    double v[4];
-    for (int i = 0; i < 4; i++)
-        v[i] = numberOr(array.getArrayItem(i), 0);
-    return {std::min(v[0], v[2]), std::min(v[1], v[3]), std::max(v[0], v[2]), std::max(v[1], v[3])};
+    if (isPattern(paint))
+        return "";
+    QPDFObjectHandle object = paint.space->object();
+    bool isResource = object.isInitialized() && !object.isName();
+    if (!isResource || isReplaced(*rewriter, paint))
+        return colourText(deviceColourOf(paint), isStroke);
+    std::string text = nameOfSpace(rewriter, paint.space) + (isStroke ? " CS" : " cs");
+    constexpr int PLACES = 9;
+    for (double value : paint.values)
+        text += " " + numberText(value, PLACES);
+    return text + (paint.values.empty() ? "" : isStroke ? " SCN" : " scn");
 }
 
-std::string rewriteCell(const Rewriter *outer, QPDFObjectHandle cell, bool isUncoloured)
+std::optional<std::string> rewriteForm(const Rewriter *outer, QPDFObjectHandle form,
+                                       const GraphicsState &begin)
 {
-    bool damaged = false;
-    std::string content = decodeStream(cell, MAX_CONTENT_BYTES, &damaged);
-    std::unique_ptr<Rewriter> inner = innerRewriter(outer, cell.getDict().getKey("/Resources"));
-    inner->bounds = boxOf(cell.getDict().getKey("/BBox"));
+    auto inner = innerRewriter(outer, form, form.getDict().getKey("/Resources"), outer->scope,
+                               begin);
+    inner->isPlaced = outer->isPlaced;
+    inner->joinsOuter = true;
+    rewriteContent(inner.get(), contentOf(outer, form));
+    if (!inner->taken)
+        return std::nullopt;
+    return std::move(inner->out);
+}
+
+std::string rewriteCell(const Rewriter *outer, QPDFObjectHandle cell, const ResourceScope &around,
+                        bool isUncoloured)
+{
+    auto inner = innerRewriter(outer, cell, cell.getDict().getKey("/Resources"), around, {});
     inner->isUncoloured = isUncoloured;
-    inner->state.now = GraphicsState();
-    rewriteStream(inner.get(), content);
+    rewriteContent(inner.get(), contentOf(outer, cell));
     return std::move(inner->out);
 }
 
@@ -254,10 +395,12 @@ void rewritePage(Document *document, Page *page, const std::vector<const Content
     rewriter.passes = &passes;
     rewriter.scope.resources = page->object.getKey("/Resources");
     rewriter.bounds = boxOf(page->object.getKey("/MediaBox"));
-    rewriteStream(&rewriter, page->content);
+    rewriter.isPlaced = true;
+    beginContent(&rewriter.state, &rewriter.scope);
+    rewriteContent(&rewriter, page->content);
     if (!rewriter.taken)
         return;
-    page->object.replaceKey("/Contents", newFlateStream(&document->pdf, rewriter.out));
+    page->object.replaceKey("/Contents", newFlateStream(&document->source.pdf, rewriter.out));
     if (!page->formsUseObjects) /* others have taken the place of some */
         page->usage.names[XOBJECT] = std::move(rewriter.painted);
 }

@@ -8,22 +8,18 @@
 #define PREPARE_DOCUMENT_DOCUMENT_H
 
 #include <map>
-#include <memory>
 #include <set>
 #include <string>
-#include <tuple>
 #include <vector>
 
-#include "prepare/content/path.h"
-#include "prepare/document/qpdf.h"
+#include "prepare/document/memo.h"
+#include "prepare/model/objects.h"
+#include "prepare/model/scope.h"
+#include "prepare/model/streams.h"
+#include "prepare/model/qpdf.h"
 #include "prepare/prepare.h"
 
 namespace prepare {
-
-struct FontStore;  /* fonts/store.h */
-struct Layers;     /* page/layers.cpp */
-struct FlatImages; /* paint/transparency.cpp */
-struct Original;   /* paint/region.cpp */
 
 /* What a page needs; each pass looks at its own bits. */
 enum Need : uint32_t {
@@ -42,12 +38,6 @@ enum Need : uint32_t {
     NEED_PATTERNS = 1u << 16,     /* patterns and shadings in use */
     NEED_COLOURS = 1u << 17,      /* colours that the converter does not know, or prints wrong */
 };
-
-/* The kinds of resources that content names. */
-enum Category { XOBJECT, FONT, EXTGSTATE, COLORSPACE, PATTERN, SHADING, PROPERTIES, CATEGORIES };
-
-/* "/XObject" and so on. */
-const char *categoryKey(int category);
 
 /* The names that a piece of content uses, with their slash; its own resources apart from those
  * that it takes from around it. */
@@ -69,84 +59,43 @@ struct Page {
     std::set<std::string> regionReasons;
 };
 
-/* A form as it is painted in one context, and its copy for that context. */
-using FormCopyKey = std::tuple<QPDFObjGen, QPDFObjGen, QPDFObjGen, int>; /* form, font around it,
-                                                                          * resources, page */
-struct FormCopy {
-    std::string name; /* empty: it needs no copy */
-    QPDFObjectHandle form;
+/* The file, and libqpdf's view of it. */
+struct Source {
+    std::string path;
+    std::string repaired; /* what `pdf` reads instead of the file, when not empty */
+    QPDF pdf;
+};
+
+/* What is counted over the whole document, against the bounds of those who count. */
+struct Budget {
+    double shadingWork = 0;  /* steps and pixels */
+    int stoppedPrograms = 0; /* other programs that were called and took too long */
+};
+
+struct Diagnostics {
+    std::vector<Notice> *notices = nullptr;
 };
 
 struct Document {
-    std::string file;       /* its path */
-    std::string mendedFile; /* what `pdf` reads instead of the file, when not empty */
-    QPDF pdf;
+    Source source;
     Options options;
-    std::vector<Notice> *notices = nullptr;
+    Diagnostics diagnostics;
+    Budget budget;
     std::vector<Page> pages; /* the chosen ones */
-    uint32_t needs = 0;      /* of the file itself, and of the pages scanned so far */
-
-    std::unique_ptr<FontStore, void (*)(FontStore *)> fonts{nullptr, nullptr};
-    std::shared_ptr<Layers> layers;     /* null: there are none */
-    std::shared_ptr<Original> original; /* the document opened again; null: not needed so far */
-
-    /* Objects that a pass has been through, so that shared ones are done once. */
-    std::set<QPDFObjGen> structured;
-    std::map<std::pair<QPDFObjGen, QPDFObjGen>, Usage> scannedForms; /* by form and font around */
-    std::set<QPDFObjGen> rewrittenForms;                             /* and Type 3 fonts */
-    std::set<QPDFObjGen> scannedType3;
-    std::set<QPDFObjGen> transparentForms; /* they paint transparent things, or masked images */
-    std::set<QPDFObjGen> inheritingForms;  /* they show text in the font around them */
-    std::map<QPDFObjGen, Usage> formUsage; /* of resources that belong to forms and glyphs */
-    std::set<QPDFObjGen> convertedImages;
-    bool formsHavePatterns = false;
-    std::map<FormCopyKey, FormCopy> formCopyNames;
-    std::map<std::pair<QPDFObjGen, std::string>, FormCopy> placedForms; /* by their new content */
-    std::shared_ptr<FlatImages> flatImages;                             /* null: none so far */
-    std::set<QPDFObjGen> flatImagesUsed, maskedImagesUsed; /* images under other names, and not */
-    /* Forms of patterns' cells, by pattern and what stands before the cell; and blocks of them. */
-    std::map<std::pair<QPDFObjGen, std::string>, QPDFObjectHandle> patternForms;
-    std::map<std::string, QPDFObjectHandle> shadingPictures; /* small ones, by their content */
-    double shadingWork = 0;                                  /* steps and pixels so far */
-    int formCopies = 0;
-    int uniqueNames = 0;
-    int stoppedPrograms = 0; /* other programs that were called and took too long */
-    std::map<std::string, std::string> plainNames; /* of resources, by their odd ones */
+    uint32_t needs = 0;      /* of the file itself, and of the pages looked at so far */
+    int names = 0;           /* made by newNumber */
+    Memos memos;             /* each belongs to a pass */
 };
+
+/* A number, and a name with it, that nothing else in the document has. */
+int newNumber(Document *document);
+std::string newName(Document *document, const std::string &prefix);
 
 /* An entry of the page's dictionary, or null. */
 QPDFObjectHandle entryOf(const Page &page, const char *key);
 
-/* An entry of a dictionary; null of anything else. */
-QPDFObjectHandle entryOf(QPDFObjectHandle object, const char *key);
-
-/* The entries of a dictionary; none of anything else. */
-std::map<std::string, QPDFObjectHandle> entriesOf(QPDFObjectHandle object);
-
 /* Adds a notice; the same one (key, page and text) only once, and at most 200 in all. */
 void notice(Document *document, const std::string &key, int page, const std::string &text);
-
-/* A page met a bound of ours: it is written as it stands. */
-struct LimitReached {
-    std::string text;
-};
-
-/* A stream with this data, compressed; indirect. */
-QPDFObjectHandle newFlateStream(QPDF *pdf, const std::string &data);
-
-/* Puts other data into a stream, compressed. */
-void replaceWithFlate(QPDFObjectHandle stream, const std::string &data);
-
-/* Decodes a stream as far as its data goes; `damaged` is set when that is not to its end.  Throws
- * LimitReached beyond `limit` bytes. */
-std::string decodeStream(QPDFObjectHandle stream, size_t limit, bool *damaged);
-
-/* The value of a number, or what is given instead. */
-double numberOr(QPDFObjectHandle object, double otherwise);
-int integerOr(QPDFObjectHandle object, int otherwise);
-
-/* The name with its slash, or nothing. */
-std::string nameOr(QPDFObjectHandle object, const std::string &otherwise = "");
 
 } // namespace prepare
 

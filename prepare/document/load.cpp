@@ -54,17 +54,17 @@ std::string withTrailer(const std::string &path)
 void process(Document *document, const std::string &path)
 {
     const char *password = document->options.password.c_str();
-    document->mendedFile = withTrailer(path);
-    if (document->mendedFile.empty())
-        document->pdf.processFile(path.c_str(), password);
+    document->source.repaired = withTrailer(path);
+    if (document->source.repaired.empty())
+        document->source.pdf.processFile(path.c_str(), password);
     else
-        document->pdf.processMemoryFile(path.c_str(), document->mendedFile.data(),
-                                        document->mendedFile.size(), password);
+        document->source.pdf.processMemoryFile(path.c_str(), document->source.repaired.data(),
+                                        document->source.repaired.size(), password);
 }
 
 bool openFile(Document *document, const std::string &path)
 {
-    QPDF &pdf = document->pdf;
+    QPDF &pdf = document->source.pdf;
     pdf.setSuppressWarnings(true);
     pdf.setLogger(QPDFLogger::create());
     pdf.getLogger()->setError(pdf.getLogger()->discard());
@@ -87,7 +87,7 @@ bool openFile(Document *document, const std::string &path)
 std::vector<QPDFObjectHandle> pagesOfTree(Document *document)
 {
     try {
-        return document->pdf.getAllPages();
+        return document->source.pdf.getAllPages();
     } catch (const std::bad_alloc &) {
         throw;
     } catch (const std::exception &) {
@@ -100,7 +100,7 @@ std::vector<QPDFObjectHandle> pagesAnywhere(Document *document)
 {
     std::vector<QPDFObjectHandle> pages;
     try {
-        for (QPDFObjectHandle object : document->pdf.getAllObjects())
+        for (QPDFObjectHandle object : document->source.pdf.getAllObjects())
             if (object.isDictionary() && nameOr(object.getKey("/Type")) == "/Page")
                 pages.push_back(object);
     } catch (const std::bad_alloc &) {
@@ -125,7 +125,7 @@ bool isWanted(const Options &options, int number)
 
 bool loadDocument(Document *document, const std::string &path)
 {
-    document->file = path;
+    document->source.path = path;
     if (!openFile(document, path))
         return false;
     std::vector<QPDFObjectHandle> pages = pagesOfTree(document);

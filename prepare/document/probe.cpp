@@ -8,7 +8,7 @@
 #include <fstream>
 #include <set>
 
-#include "prepare/content/tokens.h"
+#include "prepare/model/tokens.h"
 
 namespace prepare {
 

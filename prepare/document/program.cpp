@@ -216,10 +216,10 @@ ProgramStatus meaningOf(int status)
 
 ProgramOutcome runFor(Document *document, const ProgramCall &call)
 {
-    if (document->stoppedPrograms >= MAX_STOPPED)
+    if (document->budget.stoppedPrograms >= MAX_STOPPED)
         return {ProgramStatus::STOPPED, "", ""};
     ProgramOutcome outcome = runLimited(call, document->options.scratch);
-    document->stoppedPrograms += outcome.status == ProgramStatus::STOPPED;
+    document->budget.stoppedPrograms += outcome.status == ProgramStatus::STOPPED;
     return outcome;
 }
 

@@ -28,7 +28,7 @@ QPDFObjectHandle plainPage(const Page &page, QPDFObjectHandle parent)
 /* The labels of the pages that remain. */
 void keepLabels(Document *document, QPDFObjectHandle root)
 {
-    QPDFPageLabelDocumentHelper labels(document->pdf);
+    QPDFPageLabelDocumentHelper labels(document->source.pdf);
     if (!labels.hasPageLabels())
         return;
     std::vector<QPDFObjectHandle> numbers;
@@ -41,7 +41,7 @@ void keepLabels(Document *document, QPDFObjectHandle root)
 
 void replaceTree(Document *document)
 {
-    QPDF &pdf = document->pdf;
+    QPDF &pdf = document->source.pdf;
     QPDFObjectHandle tree = pdf.makeIndirectObject(QPDFObjectHandle::newDictionary());
     std::vector<QPDFObjectHandle> kids;
     for (const Page &page : document->pages)
@@ -69,7 +69,7 @@ void replaceTree(Document *document)
 void writeDocument(Document *document, const std::string &path)
 {
     replaceTree(document);
-    QPDFWriter writer(document->pdf, path.c_str());
+    QPDFWriter writer(document->source.pdf, path.c_str());
     writer.setObjectStreamMode(qpdf_o_disable);
     if (document->options.level == 2) {
         writer.setDecodeLevel(qpdf_dl_generalized);

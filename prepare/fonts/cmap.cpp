@@ -11,7 +11,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "prepare/content/tokens.h"
+#include "prepare/model/tokens.h"
 
 namespace prepare {
 

@@ -321,7 +321,7 @@ Subfont *chooseSubfont(Document *document, CompositeFont *font, const Choice &ch
     Subfont &subfont = font->subfonts.emplace_back();
     subfont.resource =
         "/Pf" + std::to_string(font->number) + "x" + std::to_string(font->subfonts.size());
-    subfont.font = document->pdf.makeIndirectObject(QPDFObjectHandle::newDictionary());
+    subfont.font = document->source.pdf.makeIndirectObject(QPDFObjectHandle::newDictionary());
     subfont.origin = choice.origin;
     subfont.face = choice.face;
     subfont.taken.assign(256, false);

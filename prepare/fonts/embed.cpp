@@ -15,14 +15,14 @@ namespace {
 /* Compact fonts came with Level 3. */
 void putProgram(Document *document, const std::string &compact, QPDFObjectHandle descriptor)
 {
-    QPDFObjectHandle program = newFlateStream(&document->pdf, compact);
+    QPDFObjectHandle program = newFlateStream(&document->source.pdf, compact);
     program.getDict().replaceKey("/Subtype", QPDFObjectHandle::newName("/Type1C"));
     descriptor.replaceKey("/FontFile3", program);
 }
 
 void putProgram(Document *document, const PlainType1 &font, QPDFObjectHandle descriptor)
 {
-    QPDFObjectHandle program = newFlateStream(&document->pdf, font.clear + font.secret + font.end);
+    QPDFObjectHandle program = newFlateStream(&document->source.pdf, font.clear + font.secret + font.end);
     auto putLength = [&](const char *key, const std::string &part) {
         program.getDict().replaceKey(key, QPDFObjectHandle::newInteger((long long)part.size()));
     };
@@ -51,7 +51,7 @@ std::string uniqueFontName(Document *document, const std::string &baseFont)
 {
     constexpr int LETTERS = 26, TAG = 6;
     std::string tag;
-    int number = ++document->uniqueNames;
+    int number = newNumber(document);
     for (int i = 0; i < TAG; i++, number /= LETTERS)
         tag.insert(tag.begin(), (char)('A' + number % LETTERS));
     return tag + "+" + plainFontName(baseFont);
@@ -79,7 +79,7 @@ QPDFObjectHandle newDescriptor(Document *document, const CompactFont &font, QPDF
         putProgram(document, writePlainType1(font), descriptor);
     else
         putProgram(document, writeCompactFont(font), descriptor);
-    return document->pdf.makeIndirectObject(descriptor);
+    return document->source.pdf.makeIndirectObject(descriptor);
 }
 
 QPDFObjectHandle newEncoding(const std::vector<std::string> &names)

@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "prepare/content/tokens.h"
+#include "prepare/model/tokens.h"
 #include "prepare/document/document.h"
 #include "prepare/fonts/compact.h"
 

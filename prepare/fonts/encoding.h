@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "prepare/document/qpdf.h"
+#include "prepare/model/qpdf.h"
 #include "prepare/fonts/program.h"
 
 namespace prepare {

@@ -38,17 +38,10 @@ struct FontHandler : Handler {
     bool isPointLost = false; /* nor is the text matrix */
 };
 
-bool isShow(std::string_view name)
+std::string matrixText(const Matrix &matrix)
 {
-    return name == "Tj" || name == "TJ" || name == "'" || name == "\"";
-}
-
-std::string matrixText(const Matrix &m)
-{
-    std::string text;
-    for (double value : {m.a, m.b, m.c, m.d, m.e, m.f})
-        text += numberText(value) + " ";
-    return text + "Tm\n";
+    constexpr int PLACES = 5;
+    return numbersText(matrix, PLACES) + "Tm\n";
 }
 
 void flushText(Run *run)
@@ -303,7 +296,7 @@ bool FontHandler::take(Rewriter *rewriter, const Operation &operation)
         return holdBack(this, rewriter, operation);
     if (name == "gs")
         return selectByState(this, rewriter, operation);
-    if (!isShow(name)) {
+    if (!operation.op->is(SHOWS_TEXT)) {
         if (name == "TD" && isLineLost && operation.operands.size() >= 2) {
             isPointLost = true;
             double leading = -numberValue(operation.operands.back());

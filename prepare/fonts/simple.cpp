@@ -349,7 +349,7 @@ void removeProgram(Document *document, QPDFObjectHandle font)
     QPDFObjectHandle descriptor = font.getKey("/FontDescriptor").shallowCopy();
     for (const char *key : {"/FontFile", "/FontFile2", "/FontFile3"})
         descriptor.removeKey(key);
-    font.replaceKey("/FontDescriptor", document->pdf.makeIndirectObject(descriptor));
+    font.replaceKey("/FontDescriptor", document->source.pdf.makeIndirectObject(descriptor));
     notice(document, "NOFONT", 0,
            "The program of font " + plainFontName(nameOr(font.getKey("/BaseFont"), "/?")) +
                " cannot be read; another font takes its place.");

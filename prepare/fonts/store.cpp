@@ -11,19 +11,12 @@ namespace prepare {
 
 const ContentPass fontPass = {"fonts", NEED_COMPOSITE, makeFontHandler};
 
-std::unique_ptr<FontStore, void (*)(FontStore *)> newFontStore()
-{
-    auto store = new FontStore;
-    store->library = openFontLibrary();
-    return {store, [](FontStore *old) { delete old; }};
-}
-
-const FontLibrary &fontLibrary(Document *document)
-{
-    return document->fonts->library;
-}
-
 namespace {
+
+FontStore &storeOf(Document *document)
+{
+    return document->memos.of<FontStore>();
+}
 
 uint32_t findNeed(Document *document, QPDFObjectHandle font)
 {
@@ -45,11 +38,16 @@ uint32_t findNeed(Document *document, QPDFObjectHandle font)
 
 } // namespace
 
+const FontLibrary &fontLibrary(Document *document)
+{
+    return storeOf(document).library;
+}
+
 uint32_t fontNeed(Document *document, QPDFObjectHandle font)
 {
     if (!font.isIndirect())
         return 0;
-    auto [place, isNew] = document->fonts->needs.emplace(font.getObjGen(), 0u);
+    auto [place, isNew] = storeOf(document).needs.emplace(font.getObjGen(), 0u);
     if (isNew)
         place->second = findNeed(document, font);
     return place->second;
@@ -59,7 +57,7 @@ FontUse *simpleFontUse(Document *document, QPDFObjectHandle font)
 {
     if (fontNeed(document, font) != NEED_FONTS)
         return nullptr;
-    FontUse &use = document->fonts->simple[font.getObjGen()];
+    FontUse &use = storeOf(document).simple[font.getObjGen()];
     use.font = font;
     return &use;
 }
@@ -83,7 +81,7 @@ CompositeFont *compositeFont(Document *document, QPDFObjectHandle font, int page
 {
     if (!font.isDictionary() || fontNeed(document, font) != NEED_COMPOSITE)
         return nullptr;
-    FontStore &store = *document->fonts;
+    FontStore &store = storeOf(document);
     auto &composite = store.composite[font.getObjGen()];
     if (!composite)
         composite = readCompositeFont(document, font, (int)store.composite.size(), page);
@@ -92,14 +90,44 @@ CompositeFont *compositeFont(Document *document, QPDFObjectHandle font, int page
 
 bool isRewrittenFont(Document *document, QPDFObjectHandle font)
 {
-    return document->fonts->composite.count(font.getObjGen()) > 0;
+    return storeOf(document).composite.count(font.getObjGen()) > 0;
 }
+
+namespace {
+
+void watchFont(Walk *walk, QPDFObjectHandle font)
+{
+    addNeed(walk, fontNeed(walk->document, font));
+}
+
+void watchText(Walk *walk, const Operation &operation)
+{
+    QPDFObjectHandle font = walk->state->now.text.font;
+    if (!font.isInitialized() || !font.isDictionary())
+        return;
+    if (FontUse *shown = simpleFontUse(walk->document, font))
+        for (const Token &token : operation.operands)
+            if (token.kind == TokenKind::STRING || token.kind == TokenKind::HEX_STRING)
+                noteShown(shown, token);
+}
+
+/* The converter does not select the font of a graphics state. */
+void watchGraphicsState(Walk *walk, int category, const std::string &, QPDFObjectHandle found)
+{
+    if (category == EXTGSTATE && found.getKeyIfDict("/Font").isArray())
+        addNeed(walk, NEED_COMPOSITE);
+}
+
+} // namespace
+
+const Observer fontObserver = {
+    .name = "fonts", .resource = watchGraphicsState, .font = watchFont, .text = watchText};
 
 void finishFonts(Document *document)
 {
-    for (auto &[key, use] : document->fonts->simple)
+    for (auto &[key, use] : storeOf(document).simple)
         rewriteSimpleFont(document, use);
-    for (auto &[key, font] : document->fonts->composite)
+    for (auto &[key, font] : storeOf(document).composite)
         writeSubfonts(document, font.get());
 }
 

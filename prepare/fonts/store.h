@@ -12,8 +12,9 @@
 #include <map>
 #include <memory>
 
+#include "prepare/content/evaluate.h"
 #include "prepare/content/rewrite.h"
-#include "prepare/content/tokens.h"
+#include "prepare/model/tokens.h"
 #include "prepare/document/document.h"
 #include "prepare/fonts/program.h"
 
@@ -28,13 +29,11 @@ struct FontUse {
 struct CompositeFont; /* fonts/composite.h */
 
 struct FontStore {
-    FontLibrary library;
+    FontLibrary library = openFontLibrary();
     std::map<QPDFObjGen, uint32_t> needs;
     std::map<QPDFObjGen, FontUse> simple;
     std::map<QPDFObjGen, std::shared_ptr<CompositeFont>> composite;
 };
-
-std::unique_ptr<FontStore, void (*)(FontStore *)> newFontStore();
 
 /* NEED_FONTS for a simple font that gets another program, NEED_COMPOSITE for a composite one, else
  * 0.  The font is an indirect dictionary. */
@@ -57,6 +56,8 @@ CompositeFont *compositeFont(Document *document, QPDFObjectHandle font, int page
 const FontLibrary &fontLibrary(Document *document);
 
 extern const ContentPass fontPass;
+
+extern const Observer fontObserver;
 
 /* Writes the programs of all fonts that pages have used. */
 void finishFonts(Document *document);

@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <set>
 
-#include "prepare/content/tokens.h"
+#include "prepare/model/tokens.h"
 
 namespace prepare {
 

@@ -3,13 +3,18 @@
  */
 #include "prepare/images/convert.h"
 
-#include "prepare/colour/convert.h"
+#include "prepare/images/colours.h"
 #include "prepare/images/decode.h"
 #include "prepare/images/encode.h"
 
 namespace prepare {
 
 namespace {
+
+/* Images that have been converted, so that shared ones are so once. */
+struct ConvertedImages {
+    std::set<QPDFObjGen> images;
+};
 
 constexpr int MAX_NESTING = 2 * MAX_FORM_DEPTH; /* forms and soft masks within each other */
 
@@ -114,7 +119,7 @@ bool hasOddData(QPDFObjectHandle image)
 /* Converts an image, once. */
 void convert(Document *document, const Page &page, QPDFObjectHandle image)
 {
-    if (!imageNeedsWork(image) || !document->convertedImages.insert(image.getObjGen()).second)
+    if (!imageNeedsWork(image) || !document->memos.of<ConvertedImages>().images.insert(image.getObjGen()).second)
         return;
     document->needs |= NEED_IMAGES;
     try {
@@ -133,17 +138,17 @@ void convert(Document *document, const Page &page, QPDFObjectHandle image)
 
 /* ---- the walk ---- */
 
-struct Walk {
+struct ImageWalk {
     Document *document;
     const Page *page;
     std::set<QPDFObjGen> seen; /* forms, fonts and patterns */
     int depth = 0;
 };
 
-void walkResources(Walk *walk, QPDFObjectHandle resources, const Usage *usage);
+void walkResources(ImageWalk *walk, QPDFObjectHandle resources, const Usage *usage);
 
 /* Whatever has resources of its own. */
-void walkInner(Walk *walk, QPDFObjectHandle holder)
+void walkInner(ImageWalk *walk, QPDFObjectHandle holder)
 {
     if (holder.isIndirect() && !walk->seen.insert(holder.getObjGen()).second)
         return;
@@ -151,14 +156,15 @@ void walkInner(Walk *walk, QPDFObjectHandle holder)
         return;
     QPDFObjectHandle resources =
         (holder.isStream() ? holder.getDict() : holder).getKey("/Resources");
-    auto known = walk->document->formUsage.find(resources.getObjGen());
-    bool isKnown = resources.isIndirect() && known != walk->document->formUsage.end();
+    const std::map<QPDFObjGen, Usage> &usages = usagesOfForms(walk->document);
+    auto known = usages.find(resources.getObjGen());
+    bool isKnown = resources.isIndirect() && known != usages.end();
     walk->depth++;
     walkResources(walk, resources, isKnown ? &known->second : nullptr);
     walk->depth--;
 }
 
-void walkImage(Walk *walk, QPDFObjectHandle image)
+void walkImage(ImageWalk *walk, QPDFObjectHandle image)
 {
     convert(walk->document, *walk->page, image);
     for (const char *key : {"/SMask", "/Mask"})
@@ -166,7 +172,7 @@ void walkImage(Walk *walk, QPDFObjectHandle image)
             convert(walk->document, *walk->page, mask);
 }
 
-void walkResource(Walk *walk, int category, QPDFObjectHandle value)
+void walkResource(ImageWalk *walk, int category, QPDFObjectHandle value)
 {
     QPDFObjectHandle dict = value.isStream() ? value.getDict() : value;
     if (!dict.isDictionary())
@@ -187,7 +193,7 @@ void walkResource(Walk *walk, int category, QPDFObjectHandle value)
 }
 
 /* The resources that `usage` names; all of them where there is none. */
-void walkResources(Walk *walk, QPDFObjectHandle resources, const Usage *usage)
+void walkResources(ImageWalk *walk, QPDFObjectHandle resources, const Usage *usage)
 {
     for (int category : {XOBJECT, FONT, EXTGSTATE, PATTERN})
         for (auto &[name, value] : entriesOf(entryOf(resources, categoryKey(category)))) {
@@ -240,12 +246,31 @@ bool inlineImageNeedsWork(const Operation &operation)
 
 void convertImages(Document *document, Page *page)
 {
-    Walk walk{document, page, {}};
+    ImageWalk walk{document, page, {}};
     walkResources(&walk, entryOf(*page, "/Resources"), &page->usage);
 }
 
 const ContentPass inlineImagePass = {"inline images", NEED_INLINE_IMAGES, [] {
                                          return std::unique_ptr<Handler>(new InlineImageHandler);
                                      }};
+
+namespace {
+
+void watchImage(Walk *walk, int category, const std::string &, QPDFObjectHandle found)
+{
+    if (category == XOBJECT && imageNeedsWork(found))
+        addNeed(walk, NEED_IMAGES);
+}
+
+void watchInlineImage(Walk *walk, const Operation &operation)
+{
+    if (inlineImageNeedsWork(operation))
+        addNeed(walk, NEED_INLINE_IMAGES);
+}
+
+} // namespace
+
+const Observer imageObserver = {
+    .name = "images", .resource = watchImage, .inlineImage = watchInlineImage};
 
 } // namespace prepare

@@ -7,6 +7,7 @@
 #ifndef PREPARE_IMAGES_CONVERT_H
 #define PREPARE_IMAGES_CONVERT_H
 
+#include "prepare/content/evaluate.h"
 #include "prepare/content/rewrite.h"
 #include "prepare/document/document.h"
 
@@ -25,6 +26,8 @@ void convertImages(Document *document, Page *page);
 
 /* Makes XObjects of inline images that need work. */
 extern const ContentPass inlineImagePass;
+
+extern const Observer imageObserver;
 
 } // namespace prepare
 

@@ -98,7 +98,7 @@ std::string undo(Document *document, QPDFObjectHandle image, const std::vector<F
     FirstBytes sink(&bytes, limit);
     bool good = false;
     try {
-        QPDFObjectHandle stream = QPDFObjectHandle::newStream(&document->pdf);
+        QPDFObjectHandle stream = QPDFObjectHandle::newStream(&document->source.pdf);
         stream.replaceStreamData(image.getRawStreamData(), QPDFObjectHandle::newArray(names),
                                  QPDFObjectHandle::newArray(parameters));
         bool attempted = filters.empty();
@@ -532,7 +532,7 @@ QPDFObjectHandle inlineImage(Document *document, const ResourceScope &scope,
     if (!entries.isDictionary() || operation.operands.empty() ||
         operation.operands.back().kind != TokenKind::INLINE_DATA)
         return QPDFObjectHandle::newNull();
-    QPDFObjectHandle image = QPDFObjectHandle::newStream(&document->pdf);
+    QPDFObjectHandle image = QPDFObjectHandle::newStream(&document->source.pdf);
     QPDFObjectHandle dict = image.getDict();
     for (auto &[key, value] : entriesOf(entries)) {
         auto full = longKeys.find(key);

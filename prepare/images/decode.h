@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "prepare/content/state.h"
+#include "prepare/content/track.h"
 #include "prepare/document/document.h"
 
 namespace prepare {

@@ -68,7 +68,7 @@ void replaceImage(QPDFObjectHandle stream, const PackedImage &image, ImageCode c
 
 QPDFObjectHandle newImage(Document *document, const PackedImage &image, ImageCode code)
 {
-    QPDFObjectHandle stream = QPDFObjectHandle::newStream(&document->pdf);
+    QPDFObjectHandle stream = QPDFObjectHandle::newStream(&document->source.pdf);
     QPDFObjectHandle dict = stream.getDict();
     dict.replaceKey("/Type", QPDFObjectHandle::newName("/XObject"));
     dict.replaceKey("/Subtype", QPDFObjectHandle::newName("/Image"));

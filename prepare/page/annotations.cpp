@@ -10,8 +10,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "prepare/content/scan.h"
-#include "prepare/content/state.h"
+#include "prepare/content/evaluate.h"
+#include "prepare/content/track.h"
 #include "prepare/page/appearances.h"
 #include "prepare/page/fields.h"
 #include "prepare/page/layers.h"
@@ -177,20 +177,12 @@ std::string nameOf(Overlay *overlay, QPDFObjectHandle form)
     openResources(overlay);
     std::string &name = overlay->names[form.getObjGen()];
     while (name.empty()) {
-        std::string next = "/PfA" + std::to_string(++overlay->document->uniqueNames);
+        std::string next = newName(overlay->document, "/PfA");
         if (!overlay->xobjects.hasKey(next))
             name = next;
     }
     overlay->xobjects.replaceKey(name, form);
     return name;
-}
-
-std::string matrixText(const Matrix &matrix)
-{
-    std::string text;
-    for (double v : {matrix.a, matrix.b, matrix.c, matrix.d, matrix.e, matrix.f})
-        text += numberText(v) + " ";
-    return text;
 }
 
 void paint(Overlay *overlay, QPDFObjectHandle form, const Matrix &matrix, bool isBelow)
@@ -199,7 +191,7 @@ void paint(Overlay *overlay, QPDFObjectHandle form, const Matrix &matrix, bool i
     if (!mendPainted(overlay->document, overlay->page, form))
         return;
     std::string &content = isBelow ? overlay->front : overlay->back;
-    content += "q " + matrixText(matrix) + "cm " + nameOf(overlay, form) + " Do Q\n";
+    content += "q " + concatText(matrix) + nameOf(overlay, form) + " Do Q\n";
 }
 
 /* A form of ours already is where it belongs. */

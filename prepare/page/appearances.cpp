@@ -13,7 +13,7 @@
 
 #include <qpdf/QUtil.hh>
 
-#include "prepare/content/tokens.h"
+#include "prepare/model/tokens.h"
 #include "prepare/page/fields.h"
 
 namespace prepare {
@@ -591,7 +591,7 @@ void useFont(Drawing *drawing, const StandardFont &font)
                               {"/Encoding", "/WinAnsiEncoding"}})
         dict.replaceKey(key, QPDFObjectHandle::newName(value));
     drawing->fonts = QPDFObjectHandle::newDictionary();
-    drawing->fonts.replaceKey("/F", drawing->document->pdf.makeIndirectObject(dict));
+    drawing->fonts.replaceKey("/F", drawing->document->source.pdf.makeIndirectObject(dict));
 }
 
 constexpr double TEXT_MARGIN = 2, LINE_FEED = 1.16, ASCENT = 0.75;
@@ -740,7 +740,7 @@ QPDFObjectHandle formOf(Drawing *drawing)
     }
     if (drawing->fonts.isInitialized())
         resources.replaceKey("/Font", drawing->fonts);
-    QPDFObjectHandle form = newFlateStream(&drawing->document->pdf, content);
+    QPDFObjectHandle form = newFlateStream(&drawing->document->source.pdf, content);
     double margin = 10 * std::max(1.0, drawing->border.width); /* endings and joins */
     const Rect &b = drawing->bounds;
     std::vector<QPDFObjectHandle> box;

@@ -10,7 +10,7 @@
 #include <cmath>
 #include <optional>
 
-#include "prepare/content/tokens.h"
+#include "prepare/model/tokens.h"
 
 namespace prepare {
 
@@ -61,7 +61,7 @@ void scaleContent(Document *document, Page *page, double unit)
 {
     std::string scale = numberText(unit);
     QPDFObjectHandle first =
-        QPDFObjectHandle::newStream(&document->pdf, scale + " 0 0 " + scale + " 0 0 cm\n");
+        QPDFObjectHandle::newStream(&document->source.pdf, scale + " 0 0 " + scale + " 0 0 cm\n");
     std::vector<QPDFObjectHandle> streams = {first};
     QPDFObjectHandle contents = page->object.getKey("/Contents");
     if (contents.isStream())

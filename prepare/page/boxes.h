@@ -4,7 +4,7 @@
 #ifndef PREPARE_PAGE_BOXES_H
 #define PREPARE_PAGE_BOXES_H
 
-#include "prepare/content/path.h"
+#include "prepare/model/path.h"
 #include "prepare/document/document.h"
 
 namespace prepare {

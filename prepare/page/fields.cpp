@@ -35,7 +35,7 @@ bool isTooDeep(QPDFObjectHandle field)
 QPDFObjectHandle formOf(Document *document)
 {
     try {
-        return entryOf(document->pdf.getRoot(), "/AcroForm");
+        return entryOf(document->source.pdf.getRoot(), "/AcroForm");
     } catch (const std::bad_alloc &) {
         throw;
     } catch (const std::exception &) {
@@ -81,7 +81,7 @@ void settle(Document *document, QPDFObjectHandle widget)
         return;
     bool damaged = false;
     std::string content = decodeStream(made, MAX_CONTENT_BYTES, &damaged);
-    QPDFObjectHandle plain = newFlateStream(&document->pdf, content);
+    QPDFObjectHandle plain = newFlateStream(&document->source.pdf, content);
     for (const char *key : {"/BBox", "/Matrix", "/Resources"})
         if (made.getDict().hasKey(key))
             plain.getDict().replaceKey(key, made.getDict().getKey(key));

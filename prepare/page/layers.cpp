@@ -11,13 +11,14 @@
 
 namespace prepare {
 
+namespace {
+
 struct Layers {
+    bool areThere = false; /* without them everything is visible */
     bool isOnBase = true;
     std::map<QPDFObjGen, bool> states;    /* those that differ from the base */
     std::map<QPDFObjGen, bool> memberOff; /* memberships seen */
 };
-
-namespace {
 
 constexpr int MAX_EXPRESSION_DEPTH = 32;
 constexpr int MAX_EXPRESSION_STEPS = 10000;
@@ -221,19 +222,15 @@ void LayerHandler::hideText(Rewriter *rewriter, const Operation &operation)
 /* Takes what would paint. */
 bool LayerHandler::silence(Rewriter *rewriter, const Operation &operation)
 {
-    static const std::set<std::string_view> paths = {"S", "s",  "f", "F", "f*",
-                                                     "B", "B*", "b", "b*"};
-    static const std::set<std::string_view> texts = {"Tj", "TJ", "'", "\""};
-    static const std::set<std::string_view> others = {"Do", "sh", "BI"};
-    if (paths.count(operation.name)) {
+    if (operation.op->paintsPath()) {
         emit(rewriter, "n");
         return true;
     }
-    if (texts.count(operation.name)) {
+    if (operation.op->is(SHOWS_TEXT)) {
         hideText(rewriter, operation);
         return true;
     }
-    return others.count(operation.name) > 0;
+    return operation.op->is(PAINTS);
 }
 
 bool LayerHandler::take(Rewriter *rewriter, const Operation &operation)
@@ -263,7 +260,7 @@ void loadLayers(Document *document)
 {
     QPDFObjectHandle properties;
     try {
-        properties = entryOf(document->pdf.getRoot(), "/OCProperties");
+        properties = entryOf(document->source.pdf.getRoot(), "/OCProperties");
     } catch (const std::bad_alloc &) {
         throw;
     } catch (const std::exception &) {
@@ -271,20 +268,20 @@ void loadLayers(Document *document)
     }
     if (!properties.isDictionary())
         return;
-    auto layers = std::make_shared<Layers>();
+    Layers *layers = &document->memos.of<Layers>();
+    layers->areThere = true;
     QPDFObjectHandle settings = properties.getKey("/D");
     layers->isOnBase = !isNamed(entryOf(settings, "/BaseState"), "/OFF");
-    setStates(layers.get(), entryOf(settings, "/ON"), true);
-    setStates(layers.get(), entryOf(settings, "/OFF"), false);
+    setStates(layers, entryOf(settings, "/ON"), true);
+    setStates(layers, entryOf(settings, "/OFF"), false);
     for (QPDFObjectHandle application : itemsOf(entryOf(settings, "/AS")))
-        applyUsage(layers.get(), application);
-    document->layers = std::move(layers);
+        applyUsage(layers, application);
 }
 
 bool isOff(Document *document, QPDFObjectHandle group)
 {
-    Layers *layers = document->layers.get();
-    if (!layers || !group.isInitialized() || !group.isDictionary())
+    Layers *layers = &document->memos.of<Layers>();
+    if (!layers->areThere || !group.isInitialized() || !group.isDictionary())
         return false;
     if (!isNamed(group.getKey("/Type"), "/OCMD"))
         return isNamed(group.getKey("/Type"), "/OCG") && !isGroupOn(*layers, group);
@@ -298,11 +295,25 @@ bool isOff(Document *document, QPDFObjectHandle group)
 
 bool isPaintOff(Document *document, QPDFObjectHandle object)
 {
-    return document->layers && object.isInitialized() && object.isStream() &&
+    return object.isInitialized() && object.isStream() &&
            isOff(document, object.getDict().getKey("/OC"));
 }
 
 const ContentPass layerPass = {"layers", NEED_LAYERS,
                                [] { return std::unique_ptr<Handler>(new LayerHandler); }};
+
+namespace {
+
+/* Content that is off needs silencing. */
+void watchLayer(Walk *walk, int category, const std::string &, QPDFObjectHandle found)
+{
+    if ((category == PROPERTIES && isOff(walk->document, found)) ||
+        (category == XOBJECT && isPaintOff(walk->document, found)))
+        addNeed(walk, NEED_LAYERS);
+}
+
+} // namespace
+
+const Observer layerObserver = {.name = "layers", .resource = watchLayer};
 
 } // namespace prepare

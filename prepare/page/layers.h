@@ -4,6 +4,7 @@
 #ifndef PREPARE_PAGE_LAYERS_H
 #define PREPARE_PAGE_LAYERS_H
 
+#include "prepare/content/evaluate.h"
 #include "prepare/content/rewrite.h"
 #include "prepare/document/document.h"
 
@@ -21,6 +22,8 @@ bool isPaintOff(Document *document, QPDFObjectHandle object);
 /* Silences what is off.  It goes on setting the state: paths end without being painted, text moves
  * on without being seen. */
 extern const ContentPass layerPass;
+
+extern const Observer layerObserver;
 
 } // namespace prepare
 

@@ -9,6 +9,11 @@ namespace prepare {
 
 namespace {
 
+/* Names of resources by the odd ones that they stand for. */
+struct PlainNames {
+    std::map<std::string, std::string> byOddOnes;
+};
+
 constexpr size_t MAX_NAME = 127; /* bytes of a PostScript name */
 
 bool isPlain(char c)
@@ -36,15 +41,15 @@ void forgetUse(Rewriter *rewriter, int category, const std::string &name)
     if (rewriter->depth == 0)
         rewriter->page->usage.names[category].erase(name);
     else if (resources.isIndirect())
-        rewriter->document->formUsage[resources.getObjGen()].names[category].erase(name);
+        usagesOfForms(rewriter->document)[resources.getObjGen()].names[category].erase(name);
 }
 
 /* The plain name that stands for an odd one all over the document. */
 std::string plainName(Document *document, const std::string &name)
 {
-    std::string &plain = document->plainNames[name];
+    std::string &plain = document->memos.of<PlainNames>().byOddOnes[name];
     if (plain.empty())
-        plain = "/Pn" + std::to_string(++document->uniqueNames);
+        plain = newName(document, "/Pn");
     return plain;
 }
 
@@ -91,5 +96,18 @@ bool isOddName(const std::string &name)
 
 const ContentPass namePass = {"names", NEED_NAMES,
                               [] { return std::unique_ptr<Handler>(new NameHandler); }};
+
+namespace {
+
+void watchName(Walk *walk, int category, const std::string &name, QPDFObjectHandle found)
+{
+    bool isWritten = category != PATTERN && category != SHADING && category != PROPERTIES;
+    if (isWritten && !found.isNull() && isOddName(name))
+        addNeed(walk, NEED_NAMES);
+}
+
+} // namespace
+
+const Observer nameObserver = {.name = "names", .resource = watchName};
 
 } // namespace prepare

@@ -7,6 +7,7 @@
 #ifndef PREPARE_PAGE_NAMES_H
 #define PREPARE_PAGE_NAMES_H
 
+#include "prepare/content/evaluate.h"
 #include "prepare/content/rewrite.h"
 
 namespace prepare {
@@ -17,6 +18,8 @@ bool isOddName(const std::string &name);
 
 /* Gives resources with odd names plain ones.  Stands behind the passes that look names up. */
 extern const ContentPass namePass;
+
+extern const Observer nameObserver;
 
 } // namespace prepare
 

@@ -3,8 +3,8 @@
  */
 #include "prepare/page/overlay.h"
 
-#include "prepare/content/scan.h"
-#include "prepare/content/tokens.h"
+#include "prepare/content/evaluate.h"
+#include "prepare/model/tokens.h"
 
 namespace prepare {
 
@@ -53,7 +53,7 @@ std::string repeated(const char *text, size_t count)
 
 void surroundContent(Document *document, Page *page, std::string front, const std::string &back)
 {
-    QPDF *pdf = &document->pdf;
+    QPDF *pdf = &document->source.pdf;
     QPDFObjectHandle contents = page->object.getKey("/Contents");
     std::vector<QPDFObjectHandle> streams;
     if (contents.isStream())

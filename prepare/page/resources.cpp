@@ -13,6 +13,8 @@
 #include "prepare/colour/convert.h"
 #include "prepare/fonts/store.h"
 #include "prepare/images/convert.h"
+#include "prepare/images/replaced.h"
+#include "prepare/page/structure.h"
 
 namespace prepare {
 
@@ -26,13 +28,6 @@ bool isHarmless(Document *document, int category, QPDFObjectHandle value)
     if (category == XOBJECT && value.isStream())
         return !imageNeedsWork(value) && !value.getDict().getKey("/Filter").isOrHasName("/Crypt");
     return category != COLORSPACE || value.isName();
-}
-
-/* Is the image painted under other names only? */
-bool isReplaced(Document *document, QPDFObjectHandle image)
-{
-    QPDFObjGen key = image.getObjGen();
-    return document->flatImagesUsed.count(key) > 0 && document->maskedImagesUsed.count(key) == 0;
 }
 
 /* A graphics state without what content says itself by now: the font, and all that is transparent.
@@ -70,7 +65,7 @@ QPDFObjectHandle keptOf(Document *document, QPDFObjectHandle entries, int catego
             continue; /* its text is shown through other fonts now */
         if (category == XOBJECT && imageNeedsWork(value))
             continue; /* nothing paints it, or it would have been converted */
-        if (category == XOBJECT && usage.complete && isReplaced(document, value))
+        if (category == XOBJECT && usage.complete && isReplacedEverywhere(document, value))
             continue; /* what is painted is another one */
         if (category == COLORSPACE && usage.complete && isUnusedSpace(value))
             continue; /* its colours are written as device colours now */
@@ -174,7 +169,7 @@ bool resourcesNeedWork(Document *document, const Page &page)
             if (isUsed && category == XOBJECT && imageNeedsWork(value))
                 return true;
         }
-    return document->formsHavePatterns;
+    return formsHavePatterns(document);
 }
 
 void dropUnused(Document *document, Page *page)
@@ -187,10 +182,10 @@ void dropUnused(Document *document, Page *page)
 
 void dropUnusedInForms(Document *document)
 {
-    for (auto &[key, usage] : document->formUsage) {
-        QPDFObjectHandle resources = document->pdf.getObject(key);
+    for (auto &[key, usage] : usagesOfForms(document)) {
+        QPDFObjectHandle resources = document->source.pdf.getObject(key);
         if (resources.isDictionary())
-            document->pdf.replaceObject(key, keptResources(document, resources, usage));
+            document->source.pdf.replaceObject(key, keptResources(document, resources, usage));
     }
 }
 

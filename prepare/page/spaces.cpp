@@ -111,7 +111,7 @@ QPDFObjectHandle deviceIndexed(Document *document, const ColourSpace &space)
     return QPDFObjectHandle::newArray({QPDFObjectHandle::newName("/Indexed"),
                                        deviceName((int)deviceComponents(space)),
                                        QPDFObjectHandle::newInteger(space.high),
-                                       QPDFObjectHandle::newStream(&document->pdf, table)});
+                                       QPDFObjectHandle::newStream(&document->source.pdf, table)});
 }
 
 /* [/Indexed base hival table] */
@@ -130,7 +130,7 @@ QPDFObjectHandle mendIndexed(Document *document, QPDFObjectHandle space, bool *i
     if (!table.isString() || table.getStringValue().find('\0') == std::string::npos)
         return space;
     QPDFObjectHandle copy = space.shallowCopy();
-    copy.setArrayItem(3, QPDFObjectHandle::newStream(&document->pdf, table.getStringValue()));
+    copy.setArrayItem(3, QPDFObjectHandle::newStream(&document->source.pdf, table.getStringValue()));
     *isChanged = true;
     return copy;
 }

@@ -9,7 +9,7 @@
 #include <algorithm>
 
 #include "prepare/colour/convert.h"
-#include "prepare/content/tokens.h"
+#include "prepare/model/tokens.h"
 #include "prepare/page/spaces.h"
 
 namespace prepare {
@@ -17,6 +17,16 @@ namespace prepare {
 namespace {
 
 constexpr int MAX_TREE_DEPTH = 64;
+
+struct StructureMemo {
+    std::set<QPDFObjGen> done; /* so that shared objects are looked at once */
+    bool formsHavePatterns = false;
+};
+
+StructureMemo &memoOf(Document *document)
+{
+    return document->memos.of<StructureMemo>();
+}
 
 struct Mending {
     Document *document;
@@ -84,7 +94,7 @@ void mendInner(Mending *mending, QPDFObjectHandle holder, int depth)
     QPDFObjectHandle resources = holder.getKey("/Resources");
     if (resources.isDictionary() && !resources.isIndirect()) {
         /* Their usage is kept by number. */
-        resources = mending->document->pdf.makeIndirectObject(resources);
+        resources = mending->document->source.pdf.makeIndirectObject(resources);
         holder.replaceKey("/Resources", resources);
     }
     if (resources.isDictionary())
@@ -130,7 +140,7 @@ bool mendXObject(Mending *mending, QPDFObjectHandle object, int depth)
     std::string subtype = kindOfXObject(mending, dict);
     if (subtype != "/Image" && subtype != "/Form")
         return false;
-    if (!mending->document->structured.insert(object.getObjGen()).second)
+    if (!memoOf(mending->document).done.insert(object.getObjGen()).second)
         return true;
     mendFilters(mending, object);
     if (subtype == "/Image")
@@ -186,7 +196,7 @@ bool mendFont(Mending *mending, QPDFObjectHandle font, int depth)
 {
     if (!font.isDictionary() || !font.getKey("/Subtype").isName())
         return false;
-    if (!mending->document->structured.insert(font.getObjGen()).second)
+    if (!memoOf(mending->document).done.insert(font.getObjGen()).second)
         return true;
     std::string subtype = nameOr(font.getKey("/Subtype"));
     if (subtype == "/Type3")
@@ -199,7 +209,7 @@ bool mendFont(Mending *mending, QPDFObjectHandle font, int depth)
 /* A tiling pattern's cell is content like that of a form. */
 void mendPattern(Mending *mending, QPDFObjectHandle pattern, int depth)
 {
-    if (!pattern.isStream() || !mending->document->structured.insert(pattern.getObjGen()).second)
+    if (!pattern.isStream() || !memoOf(mending->document).done.insert(pattern.getObjGen()).second)
         return;
     mendFilters(mending, pattern);
     mendInner(mending, pattern.getDict(), depth);
@@ -265,7 +275,7 @@ bool mendGraphicsState(Mending *mending, QPDFObjectHandle state)
     if (font.isArray() && font.getArrayNItems() > 0) {
         QPDFObjectHandle dict = font.getArrayItem(0);
         if (dict.isDictionary() && !dict.isIndirect())
-            font.setArrayItem(0, mending->document->pdf.makeIndirectObject(dict));
+            font.setArrayItem(0, mending->document->source.pdf.makeIndirectObject(dict));
     }
     return true;
 }
@@ -279,7 +289,7 @@ bool mendEntry(Mending *mending, int category, QPDFObjectHandle entries, const s
         return mendXObject(mending, value, depth);
     case FONT:
         if (value.isDictionary() && !value.isIndirect()) {
-            value = mending->document->pdf.makeIndirectObject(value);
+            value = mending->document->source.pdf.makeIndirectObject(value);
             entries.replaceKey(name, value);
         }
         return mendFont(mending, value, depth);
@@ -311,7 +321,7 @@ void mendCategory(Mending *mending, QPDFObjectHandle resources, int category, in
         resources.removeKey(categoryKey(category));
         return changed(mending);
     }
-    if (entries.isIndirect() && !mending->document->structured.insert(entries.getObjGen()).second)
+    if (entries.isIndirect() && !memoOf(mending->document).done.insert(entries.getObjGen()).second)
         return;
     for (const std::string &name : entries.getKeys()) {
         if (mendEntry(mending, category, entries, name, entries.getKey(name), depth))
@@ -326,10 +336,10 @@ void mendResources(Mending *mending, QPDFObjectHandle resources, int depth)
     if (depth > MAX_FORM_DEPTH)
         return;
     if (resources.isIndirect() &&
-        !mending->document->structured.insert(resources.getObjGen()).second)
+        !memoOf(mending->document).done.insert(resources.getObjGen()).second)
         return;
     if (depth > 1 && resources.hasKey("/Pattern"))
-        mending->document->formsHavePatterns = true;
+        memoOf(mending->document).formsHavePatterns = true;
     for (int category = 0; category < CATEGORIES; category++)
         mendCategory(mending, resources, category, depth);
 }
@@ -384,6 +394,11 @@ bool mendPainted(Document *document, Page *page, QPDFObjectHandle object)
 {
     Mending mending{document, page};
     return mendXObject(&mending, object, 1);
+}
+
+bool formsHavePatterns(Document *document)
+{
+    return memoOf(document).formsHavePatterns;
 }
 
 } // namespace prepare

@@ -17,6 +17,9 @@ void mendPage(Document *document, Page *page);
 /* The same for a form or image that is to become part of the page; false: it cannot. */
 bool mendPainted(Document *document, Page *page, QPDFObjectHandle object);
 
+/* Has a form been seen whose resources hold patterns? */
+bool formsHavePatterns(Document *document);
+
 } // namespace prepare
 
 #endif

@@ -7,8 +7,8 @@
 #ifndef PREPARE_PAINT_BLEND_H
 #define PREPARE_PAINT_BLEND_H
 
-#include "prepare/colour/space.h"
-#include "prepare/content/state.h"
+#include "prepare/model/space.h"
+#include "prepare/content/track.h"
 
 namespace prepare {
 

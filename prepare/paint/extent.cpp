@@ -71,19 +71,12 @@ void readSimple(QPDFObjectHandle font, double unit, FontWidths *widths)
 /* Widths of a Type 3 font are in glyph space, and its glyphs may be of any size. */
 double readType3(QPDFObjectHandle font, FontWidths *widths)
 {
-    QPDFObjectHandle matrix = font.getKey("/FontMatrix"), box = font.getKey("/FontBBox");
+    QPDFObjectHandle matrix = font.getKey("/FontMatrix"), array = font.getKey("/FontBBox");
     Matrix m = {0.001, 0, 0, 0.001, 0, 0};
-    double v[6] = {};
-    if (matrix.isArray() && matrix.getArrayNItems() == 6) {
-        for (int i = 0; i < 6; i++)
-            v[i] = numberOr(matrix.getArrayItem(i), 0);
-        m = {v[0], v[1], v[2], v[3], v[4], v[5]};
-    }
-    if (box.isArray() && box.getArrayNItems() == 4) {
-        for (int i = 0; i < 4; i++)
-            v[i] = numberOr(box.getArrayItem(i), 0);
-        Box glyph = {std::min(v[0], v[2]), std::min(v[1], v[3]), std::max(v[0], v[2]),
-                     std::max(v[1], v[3])};
+    if (matrix.isArray() && matrix.getArrayNItems() == 6)
+        m = matrixOf(matrix);
+    if (array.isArray() && array.getArrayNItems() == 4) {
+        Box glyph = boxOf(array);
         widths->hasBox = areaOf(glyph) > 0;
         widths->box = transformed(m, glyph);
     }
@@ -193,12 +186,12 @@ Box showText(TextPen *pen, const ContentState &state, const Operation &operation
     const TextState &text = state.now.text;
     const FontWidths &widths = widthsOf(pen, text.font);
     Matrix matrix = state.textMatrix;
-    if (operation.name == "'" || operation.name == "\"") {
+    if (operation.op->is(MOVES_TEXT)) { /* ' and " */
         matrix = Matrix{1, 0, 0, 1, 0, -text.leading} * state.lineMatrix;
         pen->shown = 0;
     }
     Box line; /* from the first glyph to the last one that is seen */
-    bool isArray = operation.name == "TJ";
+    bool isArray = operation.op->id == Op::SHOW_ADJUSTED;
     size_t first = isArray || operation.operands.empty() ? 0 : operation.operands.size() - 1;
     for (size_t i = first; i < operation.operands.size(); i++) {
         const Token &token = operation.operands[i];
@@ -220,9 +213,8 @@ Box showText(TextPen *pen, const ContentState &state, const Operation &operation
 
 void movePen(TextPen *pen, const Operation &operation)
 {
-    for (std::string_view name : {"BT", "Tm", "Td", "TD", "T*"})
-        if (operation.name == name)
-            pen->shown = 0;
+    if (operation.op->is(MOVES_TEXT) || operation.op->id == Op::BEGIN_TEXT)
+        pen->shown = 0;
 }
 
 Box pathBox(const ContentState &state, bool isStroked)
@@ -264,27 +256,6 @@ std::vector<Box> strokeBoxes(const ContentState &state)
 Box imageBox(const ContentState &state)
 {
     return transformed(state.now.ctm, {0, 0, 1, 1});
-}
-
-bool isShow(std::string_view name)
-{
-    return name == "Tj" || name == "TJ" || name == "'" || name == "\"";
-}
-
-bool fillsPath(std::string_view name)
-{
-    return name == "f" || name == "F" || name == "f*" || name == "B" || name == "B*" ||
-           name == "b" || name == "b*";
-}
-
-bool strokesPath(std::string_view name)
-{
-    return name == "S" || name == "s" || name == "B" || name == "B*" || name == "b" || name == "b*";
-}
-
-bool isPathPainting(std::string_view name)
-{
-    return fillsPath(name) || strokesPath(name);
 }
 
 } // namespace prepare

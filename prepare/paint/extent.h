@@ -8,8 +8,8 @@
 #include <memory>
 #include <vector>
 
-#include "prepare/content/state.h"
-#include "prepare/document/qpdf.h"
+#include "prepare/content/track.h"
+#include "prepare/model/qpdf.h"
 
 namespace prepare {
 
@@ -37,11 +37,6 @@ std::vector<Box> strokeBoxes(const ContentState &state);
 
 /* The unit square, which images fill. */
 Box imageBox(const ContentState &state);
-
-bool isShow(std::string_view name);
-bool isPathPainting(std::string_view name); /* without "n" */
-bool fillsPath(std::string_view name);
-bool strokesPath(std::string_view name);
 
 } // namespace prepare
 

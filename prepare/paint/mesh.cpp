@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "prepare/content/tokens.h"
+#include "prepare/model/tokens.h"
 
 namespace prepare {
 

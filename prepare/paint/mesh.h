@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "prepare/colour/space.h"
-#include "prepare/content/path.h"
+#include "prepare/model/space.h"
+#include "prepare/model/path.h"
 
 namespace prepare {
 

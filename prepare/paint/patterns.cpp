@@ -26,17 +26,16 @@ constexpr size_t MAX_MASK_RECTANGLES = 20000;
 
 /* Text shown in a pattern. */
 struct PatternText {
-    Colour colour;
+    Paint colour;
     Box box; /* about where, in the outermost space */
 };
 
 struct PatternHandler : Handler {
+    void begin(Rewriter *rewriter) override { firstClip = rewriter->state.now.clip; }
     bool take(Rewriter *rewriter, const Operation &operation) override;
     void end(Rewriter *rewriter) override;
 
-    bool hasBegun = false;
-    Matrix base;   /* the matrix in which the content begins */
-    Box firstClip; /* and the clip */
+    Box firstClip; /* the clip with which the content begins */
 
     std::string path; /* held back */
     std::string clip; /* the operator that makes it one; empty: none */
@@ -49,71 +48,22 @@ struct PatternHandler : Handler {
     bool hasSavedInText = false;
 };
 
-bool isOneOf(std::string_view name, std::initializer_list<std::string_view> names)
+bool isColourOperator(const Operator &op)
 {
-    return std::find(names.begin(), names.end(), name) != names.end();
-}
-
-bool isPathMaking(std::string_view name)
-{
-    return isOneOf(name, {"m", "l", "c", "v", "y", "h", "re"});
-}
-
-bool isFilling(std::string_view name)
-{
-    return isOneOf(name, {"f", "F", "f*", "B", "B*", "b", "b*"});
-}
-
-bool isStroking(std::string_view name)
-{
-    return isOneOf(name, {"S", "s", "B", "B*", "b", "b*"});
-}
-
-bool isShowing(std::string_view name)
-{
-    return isOneOf(name, {"Tj", "TJ", "'", "\""});
-}
-
-bool isColourOperator(std::string_view name)
-{
-    return isOneOf(
-        name, {"g", "rg", "k", "cs", "sc", "scn", "G", "RG", "K", "CS", "SC", "SCN", "ri", "sh"});
-}
-
-bool isPattern(Rewriter *rewriter, const Colour &colour)
-{
-    if (colour.space.compare(0, 7, "/Device") == 0)
-        return false;
-    const ColourSpace &space = *spaceOf(&rewriter->state, colour);
-    return space.family == Family::PATTERN || paintsNothing(space);
+    return op.is(SETS_SPACE | SETS_COLOUR | SETS_DEVICE) || op.id == Op::INTENT ||
+           op.id == Op::SHADING_FILL;
 }
 
 /* Colours of no ink at all, which are treated like an empty pattern. */
-bool isNoColour(Rewriter *rewriter, const Colour &colour)
+bool isNoColour(const Paint &paint)
 {
-    return paintsNothing(*spaceOf(&rewriter->state, colour));
+    return paintsNothing(paint.space->read());
 }
 
-std::string matrixText(const Matrix &m)
+/* What has no operators in the end: patterns, and colours of no ink. */
+bool isReplaced(const Paint &paint)
 {
-    /* More places than coordinates have: these are factors. */
-    std::string text;
-    for (double value : {m.a, m.b, m.c, m.d, m.e, m.f}) {
-        char number[48];
-        snprintf(number, sizeof number, "%.9f ", std::isfinite(value) ? value : 0);
-        text += number;
-    }
-    return text + "cm\n";
-}
-
-Matrix matrixOf(QPDFObjectHandle array)
-{
-    if (!array.isArray() || array.getArrayNItems() < 6)
-        return {};
-    double v[6];
-    for (int i = 0; i < 6; i++)
-        v[i] = numberOr(array.getArrayItem(i), 0);
-    return {v[0], v[1], v[2], v[3], v[4], v[5]};
+    return !isDevice(paint) && (isPattern(paint) || isNoColour(paint));
 }
 
 /* Where something may be painted by this content, wherever that is itself painted: what the clip
@@ -123,7 +73,7 @@ Box limits(const PatternHandler *handler, const Rewriter *rewriter)
     const Box &now = rewriter->state.now.clip, &first = handler->firstClip;
     constexpr Box LARGE = {-20000, -20000, 20000, 20000}; /* for glyphs, which have no bounds */
     bool isBounded = contains(EVERYTHING, grown(rewriter->bounds, 1));
-    Box box = transformed(handler->base, isBounded ? rewriter->bounds : LARGE);
+    Box box = transformed(rewriter->state.base, isBounded ? rewriter->bounds : LARGE);
     if (now.left > first.left)
         box.left = std::max(box.left, now.left);
     if (now.bottom > first.bottom)
@@ -138,15 +88,13 @@ Box limits(const PatternHandler *handler, const Rewriter *rewriter)
 /* Does the operation select a pattern, or colours where a pattern space is? */
 bool selectsPattern(Rewriter *rewriter, const Operation &operation)
 {
-    bool isStroke = operation.name[0] == 'C' || operation.name[0] == 'S';
-    if (isOneOf(operation.name, {"sc", "scn", "SC", "SCN"}))
-        return isPattern(rewriter,
-                         isStroke ? rewriter->state.now.stroke : rewriter->state.now.fill);
-    if (!isOneOf(operation.name, {"cs", "CS"}) || operation.operands.empty())
-        return false;
-    Colour colour;
-    colour.space = nameValue(operation.operands.back().source);
-    return isPattern(rewriter, colour);
+    const Operator &op = *operation.op;
+    const GraphicsState &now = rewriter->state.now;
+    if (op.is(SETS_COLOUR))
+        return isReplaced(op.ofStrokes() ? now.stroke : now.fill);
+    std::string name = op.is(SETS_SPACE) ? lastName(operation) : "";
+    return !name.empty() &&
+           isReplaced({spaceOfName(&rewriter->state, name), {}, nullptr, false});
 }
 
 /* Something in a pattern is painted in one colour: the box, in the outermost space, becomes a
@@ -154,8 +102,7 @@ bool selectsPattern(Rewriter *rewriter, const Operation &operation)
 void paintElsewhere(const PatternHandler *handler, Rewriter *rewriter, const Box &box,
                     const std::string &what)
 {
-    bool isPlaced = rewriter->depth == 0 || rewriter->painting;
-    if (isPlaced)
+    if (rewriter->isPlaced)
         addRegion(rewriter->document, rewriter->page, intersection(box, limits(handler, rewriter)),
                   what);
     else
@@ -163,30 +110,46 @@ void paintElsewhere(const PatternHandler *handler, Rewriter *rewriter, const Box
                "In a form, " + what + " is replaced by one colour.");
 }
 
-/* A single colour in place of the pattern. */
-DeviceColour plainColour(Rewriter *rewriter, const Colour &colour)
+/* A pattern of either kind, and its dictionary; null: there is none. */
+QPDFObjectHandle objectOf(const PatternRef &pattern)
 {
-    QPDFObjectHandle pattern = findResource(rewriter->scope, PATTERN, colour.pattern);
-    QPDFObjectHandle dict = pattern.isStream() ? pattern.getDict() : pattern;
-    if (dict.isDictionary() && integerOr(dict.getKey("/PatternType"), 0) == 2)
-        return shadingColour(rewriter->scope, dict.getKey("/Shading"));
-    if (!pattern.isStream() || integerOr(dict.getKey("/PaintType"), 1) == 2)
-        return deviceColourOf(&rewriter->state, colour);
-    return tilingColour(rewriter->scope, pattern);
+    return pattern ? pattern->object : QPDFObjectHandle::newNull();
+}
+
+QPDFObjectHandle dictOf(const PatternRef &pattern)
+{
+    QPDFObjectHandle object = objectOf(pattern);
+    return object.isStream() ? object.getDict() : object;
+}
+
+bool isShading(QPDFObjectHandle pattern)
+{
+    return pattern.isDictionary() && integerOr(pattern.getKey("/PatternType"), 0) == 2;
+}
+
+/* A single colour in place of the pattern. */
+DeviceColour plainColour(const Paint &paint)
+{
+    QPDFObjectHandle dict = dictOf(paint.pattern);
+    if (isShading(dict))
+        return shadingColour(*paint.pattern->scope, dict.getKey("/Shading"));
+    QPDFObjectHandle cell = objectOf(paint.pattern);
+    if (!cell.isStream() || integerOr(dict.getKey("/PaintType"), 1) == 2)
+        return deviceColourOf(paint);
+    return tilingColour(*paint.pattern->scope, cell);
 }
 
 /* Content that paints the pattern within a box of the outermost space, for the matrix that the
  * content has now.  Nothing when it cannot. */
 std::optional<std::string> patternContent(const PatternHandler *handler, Rewriter *rewriter,
-                                          const Colour &colour, const Box &box)
+                                          const Paint &paint, const Box &box)
 {
-    if (isNoColour(rewriter, colour))
+    if (isNoColour(paint))
         return "";
-    QPDFObjectHandle pattern = findResource(rewriter->scope, PATTERN, colour.pattern);
-    QPDFObjectHandle dict = pattern.isStream() ? pattern.getDict() : pattern;
+    QPDFObjectHandle dict = dictOf(paint.pattern);
     if (!dict.isDictionary())
         return "";
-    Matrix outwards = matrixOf(dict.getKey("/Matrix")) * handler->base;
+    Matrix outwards = matrixOf(dict.getKey("/Matrix")) * paint.pattern->base;
     std::optional<Matrix> inwards = inverseOf(outwards),
                           toUser = inverseOf(rewriter->state.now.ctm);
     Box visible = intersection(box, limits(handler, rewriter));
@@ -194,17 +157,18 @@ std::optional<std::string> patternContent(const PatternHandler *handler, Rewrite
         return "";
     Box there = transformed(*inwards, visible);
     std::optional<std::string> content;
-    if (integerOr(dict.getKey("/PatternType"), 0) == 2)
-        content = shadingContent(rewriter, dict.getKey("/Shading"), there, outwards, true);
-    else if (pattern.isStream())
-        content = tilingContent(rewriter, pattern, deviceColourOf(&rewriter->state, colour), there);
+    if (isShading(dict))
+        content = shadingContent(rewriter, *paint.pattern->scope, dict.getKey("/Shading"), there,
+                                 outwards, true);
+    else if (objectOf(paint.pattern).isStream())
+        content = tilingContent(rewriter, *paint.pattern, deviceColourOf(paint), there);
     if (!content || content->empty())
         return content;
-    return matrixText(outwards * *toUser) + *content;
+    return concatText(outwards * *toUser) + "\n" + *content;
 }
 
 /* The same; where that cannot be, one colour over all. */
-std::string paintOf(const PatternHandler *handler, Rewriter *rewriter, const Colour &colour,
+std::string paintOf(const PatternHandler *handler, Rewriter *rewriter, const Paint &colour,
                     const Box &box)
 {
     if (auto content = patternContent(handler, rewriter, colour, box))
@@ -214,18 +178,16 @@ std::string paintOf(const PatternHandler *handler, Rewriter *rewriter, const Col
     if (!toUser)
         return "";
     Box all = transformed(*toUser, intersection(box, limits(handler, rewriter)));
-    return colourText(plainColour(rewriter, colour), false) + " " + numberText(all.left) + " " +
-           numberText(all.bottom) + " " + numberText(all.right - all.left) + " " +
-           numberText(all.top - all.bottom) + " re f\n";
+    return colourText(plainColour(colour), false) + " " + rectangleText(all) + "f\n";
 }
 
 /* ---- paths ---- */
 
 std::string filled(const PatternHandler *handler, Rewriter *rewriter, bool isEvenOdd)
 {
-    const Colour &fill = rewriter->state.now.fill;
+    const Paint &fill = rewriter->state.now.fill;
     std::string rule = isEvenOdd ? "*" : "";
-    if (!isPattern(rewriter, fill))
+    if (!isReplaced(fill))
         return handler->path + "\nf" + rule + "\n";
     std::string content = paintOf(handler, rewriter, fill, rewriter->state.path.box);
     if (content.empty())
@@ -235,28 +197,28 @@ std::string filled(const PatternHandler *handler, Rewriter *rewriter, bool isEve
 
 std::string stroked(const PatternHandler *handler, Rewriter *rewriter)
 {
-    const Colour &stroke = rewriter->state.now.stroke;
-    if (!isPattern(rewriter, stroke))
+    const Paint &stroke = rewriter->state.now.stroke;
+    if (!isReplaced(stroke))
         return handler->path + "\nS\n";
-    if (isNoColour(rewriter, stroke))
+    if (isNoColour(stroke))
         return "";
     double reach = rewriter->state.now.lineWidth * scaleOf(rewriter->state.now.ctm);
     paintElsewhere(handler, rewriter, grown(rewriter->state.path.box, 2 * reach + 1),
                    "a line in a pattern");
-    return "q " + colourText(plainColour(rewriter, stroke), true) + "\n" + handler->path +
+    return "q " + colourText(plainColour(stroke), true) + "\n" + handler->path +
            "\nS Q\n";
 }
 
 /* The painting operator of a path that was held back. */
 void paintPath(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
 {
-    std::string_view name = operation.name;
-    if (isOneOf(name, {"s", "b", "b*"}))
+    const Operator &op = *operation.op;
+    if (op.is(CLOSES))
         handler->path += " h";
     std::string out;
-    if (isFilling(name))
-        out += filled(handler, rewriter, name.back() == '*');
-    if (isStroking(name))
+    if (op.is(FILLS))
+        out += filled(handler, rewriter, op.is(EVEN_ODD));
+    if (op.is(STROKES))
         out += stroked(handler, rewriter);
     if (!handler->clip.empty())
         out += handler->path + " " + handler->clip + " n\n";
@@ -269,20 +231,20 @@ void paintPath(PatternHandler *handler, Rewriter *rewriter, const Operation &ope
 bool takePath(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
 {
     bool isHeld = !handler->path.empty();
-    if (isPathMaking(operation.name)) {
+    if (operation.op->is(MAKES_PATH)) {
         const GraphicsState &now = rewriter->state.now;
-        if (!isHeld && !isPattern(rewriter, now.fill) && !isPattern(rewriter, now.stroke))
+        if (!isHeld && !isReplaced(now.fill) && !isReplaced(now.stroke))
             return false;
         handler->path += std::string(operation.source) + "\n";
         return true;
     }
     if (!isHeld)
         return false;
-    if (operation.name == "W" || operation.name == "W*") {
+    if (operation.op->is(CLIPS)) {
         handler->clip = operation.name;
         return true;
     }
-    if (operation.name != "n" && !isFilling(operation.name) && !isStroking(operation.name))
+    if (!operation.op->is(ENDS_PATH))
         return false;
     paintPath(handler, rewriter, operation);
     return true;
@@ -313,7 +275,7 @@ Box shownBox(PatternHandler *handler, Rewriter *rewriter, const Operation &opera
     const TextState &text = rewriter->state.now.text;
     double size = std::abs(text.size), width = 0;
     for (const Token &token : operation.operands) {
-        if (token.kind == TokenKind::NUMBER && operation.name == "TJ")
+        if (token.kind == TokenKind::NUMBER && operation.op->id == Op::SHOW_ADJUSTED)
             width += std::abs(numberValue(token)) / 1000 * size;
         if (token.kind == TokenKind::STRING || token.kind == TokenKind::HEX_STRING)
             width += (double)stringValue(token).size() *
@@ -325,19 +287,14 @@ Box shownBox(PatternHandler *handler, Rewriter *rewriter, const Operation &opera
     return transformed(rewriter->state.textMatrix * rewriter->state.now.ctm, box);
 }
 
-bool isSameColour(const Colour &a, const Colour &b)
-{
-    return a.space == b.space && a.pattern == b.pattern && a.values == b.values;
-}
-
 void noteShownText(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
 {
     const GraphicsState &now = rewriter->state.now;
     Box box = shownBox(handler, rewriter, operation);
-    if (!fillsText(now.text.mode) || !isPattern(rewriter, now.fill) || isType3(now.text))
+    if (!fillsText(now.text.mode) || !isReplaced(now.fill) || isType3(now.text))
         return;
     for (PatternText &known : handler->textPatterns)
-        if (isSameColour(known.colour, now.fill)) {
+        if (isSame(known.colour, now.fill)) {
             known.box = unionOf(known.box, box);
             return;
         }
@@ -376,16 +333,15 @@ void paintText(PatternHandler *handler, Rewriter *rewriter, const PatternText &t
 {
     emit(rewriter, "q BT");
     replay(handler, rewriter, [&](const Operation &operation) {
-        bool isMark = isPathMaking(operation.name) || isFilling(operation.name) ||
-                      isStroking(operation.name) || isOneOf(operation.name, {"Do", "BI", "sh"});
+        bool isMark = operation.op->is(MAKES_PATH | FILLS | STROKES | PAINTS);
         if (isMark || selectsPattern(rewriter, operation))
             return;
-        if (!isShowing(operation.name))
+        if (!operation.op->is(SHOWS_TEXT))
             return emit(rewriter, std::string(operation.source));
         const GraphicsState &now = rewriter->state.now;
         if (isType3(now.text))
             return;
-        bool isShown = fillsText(now.text.mode) && isSameColour(now.fill, text.colour);
+        bool isShown = fillsText(now.text.mode) && isSame(now.fill, text.colour);
         showIn(rewriter, operation, isShown ? 7 : 3);
     });
     rewriter->state.now = handler->textBegin.now;
@@ -397,9 +353,9 @@ void showPlain(PatternHandler *handler, Rewriter *rewriter, const Operation &ope
 {
     const GraphicsState &now = rewriter->state.now;
     int mode = now.text.mode;
-    bool isPatternFill = fillsText(mode) && isPattern(rewriter, now.fill);
+    bool isPatternFill = fillsText(mode) && isReplaced(now.fill);
     auto isFilledHere = [&](const PatternText &text) {
-        return isSameColour(text.colour, now.fill);
+        return isSame(text.colour, now.fill);
     };
     bool isDone =
         std::any_of(handler->textPatterns.begin(), handler->textPatterns.end(), isFilledHere);
@@ -408,14 +364,14 @@ void showPlain(PatternHandler *handler, Rewriter *rewriter, const Operation &ope
     else if (isPatternFill) {
         paintElsewhere(handler, rewriter, shownBox(handler, rewriter, operation),
                        "text in a pattern");
-        emit(rewriter, colourText(plainColour(rewriter, now.fill), false));
+        emit(rewriter, colourText(plainColour(now.fill), false));
     }
-    if (strokesText(mode) && isNoColour(rewriter, now.stroke)) {
+    if (strokesText(mode) && isNoColour(now.stroke)) {
         mode = mode == 1 ? 3 : mode == 2 ? 0 : mode == 5 ? 7 : 4;
-    } else if (strokesText(mode) && isPattern(rewriter, now.stroke)) {
+    } else if (strokesText(mode) && isReplaced(now.stroke)) {
         paintElsewhere(handler, rewriter, shownBox(handler, rewriter, operation),
                        "a line in a pattern");
-        emit(rewriter, colourText(plainColour(rewriter, now.stroke), true));
+        emit(rewriter, colourText(plainColour(now.stroke), true));
     }
     showIn(rewriter, operation, mode);
 }
@@ -426,11 +382,11 @@ void endText(PatternHandler *handler, Rewriter *rewriter)
     if (handler->hasSavedInText)
         handler->textPatterns.clear();
     for (const PatternText &text : handler->textPatterns)
-        if (!isNoColour(rewriter, text.colour))
+        if (!isNoColour(text.colour))
             paintText(handler, rewriter, text);
     emit(rewriter, "BT");
     replay(handler, rewriter, [&](const Operation &operation) {
-        if (isShowing(operation.name))
+        if (operation.op->is(SHOWS_TEXT))
             showPlain(handler, rewriter, operation);
         else if (!selectsPattern(rewriter, operation))
             emit(rewriter, std::string(operation.source));
@@ -450,13 +406,13 @@ void beginText(PatternHandler *handler, Rewriter *rewriter)
 
 bool takeText(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
 {
-    if (operation.name == "BT" && !handler->isInText) {
+    if (operation.op->id == Op::BEGIN_TEXT && !handler->isInText) {
         beginText(handler, rewriter);
         return true;
     }
     if (!handler->isInText)
         return false;
-    if (operation.name == "ET") {
+    if (operation.op->id == Op::END_TEXT) {
         GraphicsState now = rewriter->state.now;
         std::vector<GraphicsState> saved = rewriter->state.saved;
         endText(handler, rewriter);
@@ -465,11 +421,11 @@ bool takeText(PatternHandler *handler, Rewriter *rewriter, const Operation &oper
         rewriter->state.saved = std::move(saved);
         return true;
     }
-    if (isOneOf(operation.name, {"Td", "TD", "Tm", "T*", "'", "\""}))
+    if (operation.op->is(MOVES_TEXT))
         handler->shown = 0;
-    if (isShowing(operation.name))
+    if (operation.op->is(SHOWS_TEXT))
         noteShownText(handler, rewriter, operation);
-    handler->hasSavedInText |= operation.name == "q" || operation.name == "Q";
+    handler->hasSavedInText |= operation.op->id == Op::SAVE || operation.op->id == Op::RESTORE;
     handler->text += std::string(operation.source) + "\n";
     return true;
 }
@@ -539,31 +495,28 @@ bool paintStencil(PatternHandler *handler, Rewriter *rewriter, QPDFObjectHandle 
     std::string content = paintOf(handler, rewriter, before.fill, box);
     rewriter->state.now = std::move(before);
     if (!content.empty())
-        emit(rewriter, "q " + matrixText(pixels) + *path + "W n\n" + content + "Q\n");
+        emit(rewriter, "q " + concatText(pixels) + *path + "W n\n" + content + "Q\n");
     return true;
 }
 
 bool takeStencil(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
 {
-    bool isInline = operation.name == "BI";
-    const Colour &fill = rewriter->state.now.fill;
-    if ((operation.name != "Do" && !isInline) || !isPattern(rewriter, fill))
+    bool isInline = operation.op->id == Op::INLINE_IMAGE;
+    const Paint &fill = rewriter->state.now.fill;
+    if ((operation.op->id != Op::PAINT_OBJECT && !isInline) || !isReplaced(fill))
         return false;
     QPDFObjectHandle image;
     if (isInline)
         image = inlineImage(rewriter->document, rewriter->scope, operation);
-    else if (!operation.operands.empty() && operation.operands.back().kind == TokenKind::NAME)
-        image = findResource(rewriter->scope, XOBJECT, nameValue(operation.operands.back().source));
-    if (!image.isInitialized() || !image.isStream())
-        return false;
-    QPDFObjectHandle isMask = image.getDict().getKey("/ImageMask");
-    if (!isMask.isBool() || !isMask.getBoolValue())
+    else
+        image = namedResource(rewriter->scope, XOBJECT, operation);
+    if (!image.isInitialized() || !isStencil(image))
         return false;
     if (paintStencil(handler, rewriter, image))
         return true;
     paintElsewhere(handler, rewriter, transformed(rewriter->state.now.ctm, Box{0, 0, 1, 1}),
                    "a pattern");
-    emit(rewriter, "q " + colourText(plainColour(rewriter, fill), false) + "\n" +
+    emit(rewriter, "q " + colourText(plainColour(fill), false) + "\n" +
                        std::string(operation.source) + "\nQ");
     return true;
 }
@@ -572,19 +525,16 @@ bool takeStencil(PatternHandler *handler, Rewriter *rewriter, const Operation &o
 
 bool takeShading(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
 {
-    if (operation.name != "sh")
+    if (operation.op->id != Op::SHADING_FILL)
         return false;
-    if (operation.operands.empty() || operation.operands.back().kind != TokenKind::NAME)
-        return true;
-    QPDFObjectHandle shading =
-        findResource(rewriter->scope, SHADING, nameValue(operation.operands.back().source));
+    QPDFObjectHandle shading = namedResource(rewriter->scope, SHADING, operation);
     const Matrix &ctm = rewriter->state.now.ctm;
     std::optional<Matrix> inwards = inverseOf(ctm);
     Box visible = limits(handler, rewriter);
     if (!inwards || isEmpty(visible))
         return true;
     std::optional<std::string> content =
-        shadingContent(rewriter, shading, transformed(*inwards, visible), ctm, false);
+        shadingContent(rewriter, rewriter->scope, shading, transformed(*inwards, visible), ctm, false);
     if (content && !content->empty())
         emit(rewriter, "q\n" + *content + "Q\n");
     return true;
@@ -592,12 +542,7 @@ bool takeShading(PatternHandler *handler, Rewriter *rewriter, const Operation &o
 
 bool PatternHandler::take(Rewriter *rewriter, const Operation &operation)
 {
-    if (!hasBegun) {
-        hasBegun = true;
-        base = rewriter->state.now.ctm;
-        firstClip = rewriter->state.now.clip;
-    }
-    if (rewriter->isUncoloured && isColourOperator(operation.name))
+    if (rewriter->isUncoloured && isColourOperator(*operation.op))
         return true;
     if (takeText(this, rewriter, operation) || takePath(this, rewriter, operation))
         return true;
@@ -613,7 +558,20 @@ void PatternHandler::end(Rewriter *rewriter)
 
 } // namespace
 
-const ContentPass patternPass = {"patterns", NEED_PATTERNS,
-                                 [] { return std::unique_ptr<Handler>(new PatternHandler); }};
+namespace {
+
+void watchPattern(Walk *walk, int category, const std::string &, QPDFObjectHandle)
+{
+    if (category == PATTERN || category == SHADING)
+        addNeed(walk, NEED_PATTERNS);
+}
+
+} // namespace
+
+const ContentPass patternPass = {
+    "patterns", NEED_PATTERNS, [] { return std::unique_ptr<Handler>(new PatternHandler); },
+    isReplaced};
+
+const Observer patternObserver = {.name = "patterns", .resource = watchPattern};
 
 } // namespace prepare

@@ -4,6 +4,7 @@
 #ifndef PREPARE_PAINT_PATTERNS_H
 #define PREPARE_PAINT_PATTERNS_H
 
+#include "prepare/content/evaluate.h"
 #include "prepare/content/rewrite.h"
 
 namespace prepare {
@@ -12,6 +13,8 @@ namespace prepare {
  * text mode 7, and stencil masks, by the rectangles that they are made of.  "sh" paints into the
  * clip that there is. */
 extern const ContentPass patternPass;
+
+extern const Observer patternObserver;
 
 } // namespace prepare
 

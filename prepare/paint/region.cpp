@@ -15,8 +15,8 @@
 #include <qpdf/QPDFWriter.hh>
 
 #include "prepare/content/rewrite.h"
-#include "prepare/content/scan.h"
-#include "prepare/content/tokens.h"
+#include "prepare/content/evaluate.h"
+#include "prepare/model/tokens.h"
 #include "prepare/document/load.h"
 #include "prepare/document/program.h"
 #include "prepare/fonts/store.h"
@@ -30,12 +30,19 @@
 namespace prepare {
 
 /* The document opened again; nothing of it is written but pages for the renderer. */
+namespace {
+
 struct Original {
     Document document;
     std::vector<Notice> notices; /* for nobody: they are those of the document itself */
+    std::map<int, Page *> pages; /* by their numbers */
+    std::set<int> ready;         /* those that have been through the passes below */
 };
 
-namespace {
+/* The document opened again; null: not needed so far. */
+struct OriginalMemo {
+    std::shared_ptr<Original> original;
+};
 
 constexpr double POINTS_PER_INCH = 72;
 constexpr double MARGIN = 0.5;        /* points around a region, for edges of strokes and glyphs */
@@ -83,39 +90,44 @@ void mergeBoxes(std::vector<Box> *boxes)
 
 Original *originalOf(Document *document)
 {
-    if (document->original)
-        return document->original.get();
+    std::shared_ptr<Original> &known = document->memos.of<OriginalMemo>().original;
+    if (known)
+        return known.get();
     auto original = std::make_shared<Original>();
     original->document.options = document->options;
-    original->document.notices = &original->notices;
-    original->document.fonts = newFontStore();
-    if (!loadDocument(&original->document, document->file))
+    original->document.diagnostics.notices = &original->notices;
+    if (!loadDocument(&original->document, document->source.path))
         return nullptr;
     loadLayers(&original->document);
-    document->original = std::move(original);
-    return document->original.get();
+    for (Page &page : original->document.pages)
+        original->pages[page.number] = &page;
+    known = std::move(original);
+    return known.get();
 }
 
-/* Takes a page through the passes that decide what is printed, and no other. */
+/* Takes a page through the passes that decide what is printed, and no other; once, however often
+ * it is printed. */
 Page *pageOfOriginal(Document *document, const Page &page)
 {
     Original *original = originalOf(document);
     if (!original)
         return nullptr;
-    std::vector<Page> &pages = original->document.pages;
-    auto found = std::find_if(pages.begin(), pages.end(),
-                              [&](const Page &other) { return other.number == page.number; });
-    if (found == pages.end())
+    auto found = original->pages.find(page.number);
+    if (found == original->pages.end())
         return nullptr;
+    Page *source = found->second;
+    if (!original->ready.insert(page.number).second)
+        return source;
     Document *copy = &original->document;
-    mendPage(copy, &*found);
-    drawAnnotations(copy, &*found);
+    mendPage(copy, source);
+    drawAnnotations(copy, source);
     if (page.needs & NEED_LAYERS) {
-        scanPage(copy, &*found);
-        rewritePage(copy, &*found, {&layerPass});
-        found->content = {};
+        const Observer *observers[] = {&layerObserver};
+        evaluatePage(copy, source, observers);
+        rewritePage(copy, source, {&layerPass});
+        source->content = {};
     }
-    return &*found;
+    return source;
 }
 
 QPDFObjectHandle arrayOf(const Box &box)
@@ -290,7 +302,7 @@ size_t paintAll(Rendering *rendering, Page *page)
         QPDFObjectHandle image = render(rendering, grid);
         if (image.isNull())
             continue;
-        std::string name = "/PrRegion" + std::to_string(++document->uniqueNames);
+        std::string name = newName(document, "/PrRegion");
         images[name] = image;
         content += paintText(grid, name);
     }

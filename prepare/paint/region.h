@@ -12,7 +12,7 @@
 
 #include <string>
 
-#include "prepare/content/path.h"
+#include "prepare/model/path.h"
 #include "prepare/document/document.h"
 
 namespace prepare {

@@ -24,6 +24,11 @@ constexpr int FUNCTION_SIDE = 512;        /* pixels of a picture of a function o
 constexpr double MAX_FUNCTION_WORK = 2e8; /* steps */
 constexpr double MAX_SHADING_WORK = 3e9;  /* of one document */
 
+/* Small pictures, by their content. */
+struct ShadingPictures {
+    std::map<std::string, QPDFObjectHandle> byContent;
+};
+
 struct Shading {
     int type = 0;
     SpacePtr space;
@@ -111,13 +116,7 @@ void appendBytes(std::string *bytes, const DeviceColour &colour)
 
 std::string placed(double a, double b, double c, double d, double e, double f)
 {
-    std::string text;
-    for (double value : {a, b, c, d, e, f}) {
-        char number[48];
-        snprintf(number, sizeof number, "%.7f ", std::isfinite(value) ? value : 0);
-        text += number;
-    }
-    return text + "cm ";
+    return concatText({a, b, c, d, e, f});
 }
 
 std::string rectangle(double left, double bottom, double right, double top)
@@ -139,14 +138,14 @@ std::string addPicture(Rewriter *rewriter, int width, int height, size_t compone
     constexpr size_t MOST_KNOWN = 1u << 14; /* bytes of pictures that are looked up */
     std::string key = std::to_string(height) + " " + std::to_string(components) + " ";
     if (bytes.size() <= MOST_KNOWN) {
-        QPDFObjectHandle known = rewriter->document->shadingPictures[key + bytes];
+        QPDFObjectHandle known = rewriter->document->memos.of<ShadingPictures>().byContent[key + bytes];
         if (known.isInitialized()) {
             std::string name = "/PfI" + std::to_string(known.getObjectID());
             putResource(rewriter, XOBJECT, name, known);
             return name;
         }
     }
-    QPDFObjectHandle image = newFlateStream(&rewriter->document->pdf, bytes);
+    QPDFObjectHandle image = newFlateStream(&rewriter->document->source.pdf, bytes);
     const char *space = components == 1   ? "/DeviceGray"
                         : components == 3 ? "/DeviceRGB"
                                           : "/DeviceCMYK";
@@ -158,7 +157,7 @@ std::string addPicture(Rewriter *rewriter, int width, int height, size_t compone
     dict.replaceKey("/BitsPerComponent", QPDFObjectHandle::newInteger(8));
     dict.replaceKey("/ColorSpace", QPDFObjectHandle::newName(space));
     if (bytes.size() <= MOST_KNOWN)
-        rewriter->document->shadingPictures[key + bytes] = image;
+        rewriter->document->memos.of<ShadingPictures>().byContent[key + bytes] = image;
     std::string name = "/PfI" + std::to_string(image.getObjectID());
     putResource(rewriter, XOBJECT, name, image);
     return name;
@@ -184,7 +183,7 @@ std::string functionContent(Rewriter *rewriter, const Shading &shading)
                                domain[3] - height * (row + 0.5) / side};
             appendBytes(&bytes, colourAt(shading, point));
         }
-    rewriter->document->shadingWork += (double)side * side * (double)costOf(*shading.function);
+    rewriter->document->budget.shadingWork += (double)side * side * (double)costOf(*shading.function);
     std::string name = addPicture(rewriter, side, side, shading.components, bytes);
     return "q " + placed(m[0], m[1], m[2], m[3], m[4], m[5]) +
            placed(width, 0, 0, height, domain[0], domain[2]) + name + " Do Q\n";
@@ -235,7 +234,7 @@ std::string axialContent(Rewriter *rewriter, const Shading &shading, const Box &
     if (from < to) {
         int count;
         std::string bytes = coloursAlong(shading, from, to, &count);
-        rewriter->document->shadingWork += 2 * count * (double)costOf(*shading.function);
+        rewriter->document->budget.shadingWork += 2 * count * (double)costOf(*shading.function);
         std::string name = addPicture(rewriter, count, 1, shading.components, bytes);
         text += "q " + placed(to - from, 0, 0, there.top - there.bottom, from, there.bottom) +
                 name + " Do Q\n";
@@ -528,7 +527,7 @@ std::optional<std::string> meshContent(Rewriter *rewriter, const Shading &shadin
     picture.height = pixels(height);
     picture.components = shading.function ? 1 : shading.components;
     bool isPainted = paintMesh(*mesh, visible, &picture);
-    rewriter->document->shadingWork += picture.work;
+    rewriter->document->budget.shadingWork += picture.work;
     if (!isPainted) {
         notice(rewriter->document, "LIMIT", rewriter->page->number,
                "A shading takes too long to paint; it is left out.");
@@ -562,11 +561,12 @@ std::optional<std::string> contentOf(Rewriter *rewriter, const Shading &shading,
 
 } // namespace
 
-std::optional<std::string> shadingContent(Rewriter *rewriter, QPDFObjectHandle object,
+std::optional<std::string> shadingContent(Rewriter *rewriter, const ResourceScope &scope,
+                                          QPDFObjectHandle object,
                                           const Box &box, const Matrix &toPaper, bool isPattern)
 {
-    std::optional<Shading> shading = readShading(rewriter->scope, object);
-    if (!shading || rewriter->document->shadingWork > MAX_SHADING_WORK)
+    std::optional<Shading> shading = readShading(scope, object);
+    if (!shading || rewriter->document->budget.shadingWork > MAX_SHADING_WORK)
         return std::nullopt;
     QPDFObjectHandle limits = entryOf(shading->dict, "/BBox");
     QPDFObjectHandle background = entryOf(shading->dict, "/Background");

@@ -8,13 +8,13 @@
 
 #include <algorithm>
 
-#include "prepare/colour/function.h"
+#include "prepare/model/function.h"
 
 namespace prepare {
 
 namespace {
 
-struct Paint {
+struct Painted {
     Box box;
     bool covers = false;
     bool isKnown = false; /* of one colour */
@@ -22,7 +22,7 @@ struct Paint {
     double alpha = 1;
 };
 
-void leaveMark(Painting *painting, const ContentState &state, const Paint &paint)
+void leaveMark(Painting *painting, const ContentState &state, const Painted &paint)
 {
     const Transparency &transparency = state.now.transparency;
     Box box = intersection(paint.box, state.now.clip);
@@ -41,17 +41,18 @@ void leaveMark(Painting *painting, const ContentState &state, const Paint &paint
     addMark(&painting->scene, mark);
 }
 
-void surveyPath(Painting *painting, ContentState *state, std::string_view name)
+void surveyPath(Painting *painting, ContentState *state, const Operator &op)
 {
     const Transparency &transparency = state->now.transparency;
-    if (fillsPath(name))
+    if (op.is(FILLS))
         leaveMark(painting, *state,
-                  {pathBox(*state, false), isRectangle(state->path), !isPattern(state, false),
-                   colourOf(state, false), transparency.fillAlpha});
-    if (strokesPath(name))
+                  {pathBox(*state, false), isRectangle(state->path), !isPattern(state->now.fill),
+                   deviceColourOf(state->now.fill), transparency.fillAlpha});
+    if (op.is(STROKES))
         for (const Box &box : strokeBoxes(*state))
             leaveMark(painting, *state,
-                      {box, false, !isPattern(state, true), colourOf(state, true),
+                      {box, false, !isPattern(state->now.stroke),
+                       deviceColourOf(state->now.stroke),
                        transparency.strokeAlpha});
 }
 
@@ -63,10 +64,11 @@ void surveyText(Painting *painting, ContentState *state, TextPen *pen, const Ope
     if (!isSeen)
         return;
     const Transparency &transparency = state->now.transparency;
-    bool isKnown = !isPattern(state, isStroke) && mode != 2 && mode != 6 &&
+    const Paint &paint = isStroke ? state->now.stroke : state->now.fill;
+    bool isKnown = !isPattern(paint) && mode != 2 && mode != 6 &&
                    nameOr(entryOf(state->now.text.font, "/Subtype")) != "/Type3";
     leaveMark(painting, *state,
-              {box, false, isKnown, colourOf(state, isStroke),
+              {box, false, isKnown, deviceColourOf(paint),
                isStroke ? transparency.strokeAlpha : transparency.fillAlpha});
 }
 
@@ -74,7 +76,8 @@ void surveyImage(Painting *painting, ContentState *state, QPDFObjectHandle image
 {
     bool isMask = isStencil(image);
     leaveMark(painting, *state,
-              {imageBox(*state), false, isMask && !isPattern(state, false), colourOf(state, false),
+              {imageBox(*state), false, isMask && !isPattern(state->now.fill),
+               deviceColourOf(state->now.fill),
                state->now.transparency.fillAlpha});
     if (!painting->mask || isMask)
         return;
@@ -92,8 +95,7 @@ void surveyContent(Painting *painting, QPDFObjectHandle form, const ContentState
     std::string content = decodeStream(form, MAX_CONTENT_BYTES, &damaged);
     ResourceScope scope = {form.getDict().getKey("/Resources"), outer.scope};
     ContentState state;
-    state.now = now;
-    state.scope = &scope;
+    beginContent(&state, &scope, now);
     TextPen pen;
     ContentReader reader{content};
     Operation operation;
@@ -105,7 +107,7 @@ void surveyContent(Painting *painting, QPDFObjectHandle form, const ContentState
 
 void surveyForm(Painting *painting, ContentState *state, QPDFObjectHandle form, int depth)
 {
-    GraphicsState inner = stateInForm(state, form);
+    GraphicsState inner = stateInForm(state->now, form);
     if (isEmpty(inner.clip))
         return;
     if (isSpent(*painting) || depth >= MAX_FORM_DEPTH) {
@@ -118,16 +120,6 @@ void surveyForm(Painting *painting, ContentState *state, QPDFObjectHandle form, 
     surveyContent(painting, form, *state, inner, depth + 1);
     if (group)
         leaveGroup(painting);
-}
-
-/* A name of a resource means something else in a form, so its colour goes there as device colour.
- */
-Colour plainColour(const DeviceColour &colour)
-{
-    static const char *const names[] = {"", "/DeviceGray", "", "/DeviceRGB", "/DeviceCMYK"};
-    return {names[colour.components],
-            {colour.values.begin(), colour.values.begin() + (ptrdiff_t)colour.components},
-            ""};
 }
 
 /* ---- soft masks ---- */
@@ -166,11 +158,12 @@ std::shared_ptr<MaskScene> lookThrough(Painting *outer, QPDFObjectHandle softMas
     painting.work = outer->work;
     painting.mask = mask.get();
     painting.scene.isPaper = false;
-    ContentState state;
     ResourceScope scope = {QPDFObjectHandle::newDictionary(), nullptr};
-    state.scope = &scope;
-    state.now.ctm = matrix;
-    GraphicsState inner = stateInForm(&state, form);
+    GraphicsState begin;
+    begin.ctm = matrix;
+    ContentState state;
+    beginContent(&state, &scope, begin);
+    GraphicsState inner = stateInForm(begin, form);
     inner.transparency = {};
     mask->clip = inner.clip;
     mask->isClipRectangle = inner.isClipRectangle;
@@ -205,102 +198,39 @@ void leaveGroup(Painting *painting)
     endGroup(&painting->scene);
 }
 
-DeviceColour colourOf(ContentState *state, bool isStroke)
-{
-    return deviceColourOf(state, isStroke ? state->now.stroke : state->now.fill);
-}
-
-bool isPattern(ContentState *state, bool isStroke)
-{
-    const Colour &colour = isStroke ? state->now.stroke : state->now.fill;
-    return !colour.pattern.empty() || spaceOf(state, colour)->family == Family::PATTERN;
-}
-
 bool isSpent(const Painting &painting)
 {
     return painting.work > MAX_WORK;
-}
-
-QPDFObjectHandle paintedObject(const ContentState &state, const Operation &operation)
-{
-    if (operation.name != "Do" || operation.operands.empty() ||
-        operation.operands.back().kind != TokenKind::NAME)
-        return QPDFObjectHandle::newNull();
-    return findResource(*state.scope, XOBJECT, nameValue(operation.operands.back().source));
-}
-
-bool isForm(QPDFObjectHandle object)
-{
-    return object.isStream() && nameOr(object.getDict().getKey("/Subtype")) == "/Form";
-}
-
-bool isImage(QPDFObjectHandle object)
-{
-    return object.isStream() && nameOr(object.getDict().getKey("/Subtype")) == "/Image";
-}
-
-bool isStencil(QPDFObjectHandle image)
-{
-    QPDFObjectHandle mask = image.getDict().getKey("/ImageMask");
-    return mask.isBool() && mask.getBoolValue();
 }
 
 void survey(Painting *painting, ContentState *state, TextPen *pen, const Operation &operation,
             int depth)
 {
     painting->work++;
-    std::string_view name = operation.name;
-    if (isPathPainting(name))
-        return surveyPath(painting, state, name);
-    if (isShow(name))
+    const Operator &op = *operation.op;
+    if (op.paintsPath())
+        return surveyPath(painting, state, op);
+    if (op.is(SHOWS_TEXT))
         return surveyText(painting, state, pen, operation);
     movePen(pen, operation);
-    if (name == "sh")
+    if (op.id == Op::SHADING_FILL)
         return leaveMark(painting, *state, {state->now.clip, false, false, {}, 1});
-    if (name == "BI")
+    if (op.id == Op::INLINE_IMAGE)
         return leaveMark(painting, *state, {imageBox(*state), false, false, {}, 1});
-    if (name != "Do")
+    if (op.id != Op::PAINT_OBJECT)
         return;
-    QPDFObjectHandle object = paintedObject(*state, operation);
+    QPDFObjectHandle object = namedResource(*state->scope, XOBJECT, operation);
     if (isForm(object))
         surveyForm(painting, state, object, depth);
     else if (isImage(object))
         surveyImage(painting, state, object);
 }
 
-GraphicsState stateInForm(ContentState *state, QPDFObjectHandle form)
-{
-    const GraphicsState &outer = state->now;
-    GraphicsState inner = outer;
-    for (Colour GraphicsState::*colour : {&GraphicsState::fill, &GraphicsState::stroke})
-        if ((outer.*colour).space.compare(0, 7, "/Device") != 0 && (outer.*colour).pattern.empty())
-            inner.*colour = plainColour(deviceColourOf(state, outer.*colour));
-    QPDFObjectHandle matrix = form.getDict().getKey("/Matrix"),
-                     box = form.getDict().getKey("/BBox");
-    double v[6];
-    if (matrix.isArray() && matrix.getArrayNItems() == 6) {
-        for (int i = 0; i < 6; i++)
-            v[i] = numberOr(matrix.getArrayItem(i), 0);
-        inner.ctm = Matrix{v[0], v[1], v[2], v[3], v[4], v[5]} * outer.ctm;
-    }
-    if (box.isArray() && box.getArrayNItems() == 4) {
-        for (int i = 0; i < 4; i++)
-            v[i] = numberOr(box.getArrayItem(i), 0);
-        Box clip = {std::min(v[0], v[2]), std::min(v[1], v[3]), std::max(v[0], v[2]),
-                    std::max(v[1], v[3])};
-        inner.clip = intersection(inner.clip, transformed(inner.ctm, clip));
-        inner.isClipRectangle &= keepsRectangles(inner.ctm);
-    }
-    if (groupOf(outer, form))
-        inner.transparency = {};
-    return inner;
-}
-
 std::optional<Group> groupOf(const GraphicsState &outer, QPDFObjectHandle form)
 {
-    QPDFObjectHandle dict = form.getDict().getKey("/Group");
-    if (nameOr(entryOf(dict, "/S")) != "/Transparency")
+    if (!isGroup(form))
         return std::nullopt;
+    QPDFObjectHandle dict = form.getDict().getKey("/Group");
     auto isTrue = [&](const char *key) {
         QPDFObjectHandle value = dict.getKey(key);
         return value.isBool() && value.getBoolValue();

@@ -55,15 +55,8 @@ void leaveGroup(Painting *painting);
 void survey(Painting *painting, ContentState *state, TextPen *pen, const Operation &operation,
             int depth);
 
-/* The state in which a form's content begins. */
-GraphicsState stateInForm(ContentState *outer, QPDFObjectHandle form);
-
 /* The group that a form is, as it is painted in this state; nothing when it is none. */
 std::optional<Group> groupOf(const GraphicsState &outer, QPDFObjectHandle form);
-
-/* Paint with a colour of this state. */
-DeviceColour colourOf(ContentState *state, bool isStroke);
-bool isPattern(ContentState *state, bool isStroke);
 
 /* What a soft mask lets through of a box: one alpha, or as much as an image says. */
 struct MaskValue {
@@ -78,12 +71,6 @@ MaskValue maskValue(Painting *painting, QPDFObjectHandle softMask, const Matrix 
 
 /* A value of the mask's group as alpha, by its transfer function. */
 double transferred(QPDFObjectHandle softMask, double value);
-
-/* The object of a Do, or null. */
-QPDFObjectHandle paintedObject(const ContentState &state, const Operation &operation);
-bool isForm(QPDFObjectHandle object);
-bool isImage(QPDFObjectHandle object);
-bool isStencil(QPDFObjectHandle image);
 
 } // namespace prepare
 

@@ -15,6 +15,16 @@ constexpr double MANY_CELLS = 4; /* blocks' worth of cells before blocks are use
 /* What content starts with that inherits nothing. */
 const char freshState[] = "1 w 0 J 0 j 10 M [] 0 d 0 Tc 0 Tw 100 Tz 0 TL 0 Tr 0 Ts\n";
 
+/* Forms of cells, by pattern and what stands before the cell; and blocks of them. */
+struct CellForms {
+    std::map<std::pair<QPDFObjGen, std::string>, QPDFObjectHandle> forms;
+};
+
+auto &formsOf(Rewriter *rewriter)
+{
+    return rewriter->document->memos.of<CellForms>().forms;
+}
+
 /* The lattice of a pattern. */
 struct Lattice {
     Box cell;
@@ -51,7 +61,7 @@ Range cellsAlong(double cellLow, double cellHigh, double step, double low, doubl
 
 QPDFObjectHandle newForm(Rewriter *rewriter, const Box &box, const std::string &content)
 {
-    QPDFObjectHandle form = newFlateStream(&rewriter->document->pdf, content);
+    QPDFObjectHandle form = newFlateStream(&rewriter->document->source.pdf, content);
     std::string corners = "[";
     for (double value : {box.left, box.bottom, box.right, box.top})
         corners += numberText(value) + " ";
@@ -61,20 +71,20 @@ QPDFObjectHandle newForm(Rewriter *rewriter, const Box &box, const std::string &
     return form;
 }
 
-QPDFObjectHandle cellForm(Rewriter *rewriter, QPDFObjectHandle pattern, const Box &cell,
+QPDFObjectHandle cellForm(Rewriter *rewriter, const Pattern &selected, const Box &cell,
                           bool isUncoloured, const DeviceColour &colour)
 {
-    Document *document = rewriter->document;
+    QPDFObjectHandle pattern = selected.object;
     std::string prefix = freshState + colourText(colour, false) + " " + colourText(colour, true);
-    QPDFObjectHandle &form = document->patternForms[{pattern.getObjGen(), prefix}];
+    QPDFObjectHandle &form = formsOf(rewriter)[{pattern.getObjGen(), prefix}];
     if (form.isInitialized())
         return form;
     form = QPDFObjectHandle::newNull(); /* what a pattern within itself finds */
     QPDFObjectHandle resources = pattern.getDict().getKey("/Resources");
-    std::string content = rewriteCell(rewriter, pattern, isUncoloured);
+    std::string content = rewriteCell(rewriter, pattern, *selected.scope, isUncoloured);
     form = newForm(rewriter, cell, prefix + "\n" + content);
     form.getDict().replaceKey("/Resources",
-                              resources.isDictionary() ? resources : rewriter->scope.resources);
+                              resources.isDictionary() ? resources : selected.scope->resources);
     return form;
 }
 
@@ -86,7 +96,7 @@ std::string cellText(double x, double y, const std::string &name)
 /* A form of cells, the first at the origin. */
 QPDFObjectHandle blockForm(Rewriter *rewriter, const Lattice &lattice, QPDFObjectHandle cell)
 {
-    QPDFObjectHandle &known = rewriter->document->patternForms[{cell.getObjGen(), "block"}];
+    QPDFObjectHandle &known = formsOf(rewriter)[{cell.getObjGen(), "block"}];
     if (known.isInitialized())
         return known;
     std::string content;
@@ -122,24 +132,22 @@ std::string cellsText(const Lattice &lattice, const Range &across, const Range &
 }
 
 /* One colour in place of the cells. */
-std::string plainContent(Rewriter *rewriter, QPDFObjectHandle pattern, const DeviceColour &colour,
+std::string plainContent(Rewriter *rewriter, const Pattern &selected, const DeviceColour &colour,
                          const Box &box)
 {
     notice(rewriter->document, "PATTERN", rewriter->page->number,
            "A pattern of endless cells is replaced by one colour.");
-    bool isUncoloured = integerOr(pattern.getDict().getKey("/PaintType"), 1) == 2;
-    DeviceColour plain = isUncoloured ? colour : tilingColour(rewriter->scope, pattern);
-    return colourText(plain, false) + " " + numberText(box.left) + " " + numberText(box.bottom) +
-           " " + numberText(box.right - box.left) + " " + numberText(box.top - box.bottom) +
-           " re f\n";
+    bool isUncoloured = integerOr(QPDFObjectHandle(selected.object).getDict().getKey("/PaintType"), 1) == 2;
+    DeviceColour plain = isUncoloured ? colour : tilingColour(*selected.scope, selected.object);
+    return colourText(plain, false) + " " + rectangleText(box) + "f\n";
 }
 
 } // namespace
 
-std::optional<std::string> tilingContent(Rewriter *rewriter, QPDFObjectHandle pattern,
+std::optional<std::string> tilingContent(Rewriter *rewriter, const Pattern &pattern,
                                          const DeviceColour &colour, const Box &box)
 {
-    QPDFObjectHandle dict = pattern.getDict();
+    QPDFObjectHandle stream = pattern.object, dict = stream.getDict();
     std::optional<Lattice> lattice = latticeOf(dict);
     if (!lattice || isEmpty(box))
         return "";
@@ -179,16 +187,14 @@ DeviceColour tilingColour(const ResourceScope &scope, QPDFObjectHandle pattern)
     }
     ResourceScope inner{pattern.getDict().getKey("/Resources"), &scope};
     ContentState state;
-    state.scope = &inner;
+    beginContent(&state, &inner);
     ContentReader reader{content};
     Operation operation;
     while (readOperation(&reader, &operation)) {
-        bool isFill = operation.name == "f" || operation.name == "F" || operation.name == "f*" ||
-                      operation.name == "B" || operation.name == "b";
-        bool isStroke = operation.name == "S" || operation.name == "s";
-        if (isFill || isStroke) {
+        bool isFill = operation.op->is(FILLS);
+        if (operation.op->paintsPath()) {
             DeviceColour colour =
-                deviceColourOf(&state, isFill ? state.now.fill : state.now.stroke);
+                deviceColourOf(isFill ? state.now.fill : state.now.stroke);
             DeviceColour rgb = toRgb(colour);
             if (rgb.values[0] < WHITE || rgb.values[1] < WHITE || rgb.values[2] < WHITE)
                 return colour;

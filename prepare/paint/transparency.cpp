@@ -11,11 +11,15 @@
 #include <array>
 #include <cstdio>
 
-#include "prepare/images/mask.h"
+#include "prepare/content/evaluate.h"
+#include "prepare/images/replaced.h"
+#include "prepare/paint/mask.h"
 #include "prepare/paint/region.h"
 #include "prepare/paint/survey.h"
 
 namespace prepare {
+
+namespace {
 
 /* Images that were computed, by image and place. */
 struct FlatImages {
@@ -27,7 +31,14 @@ struct FlatImages {
     std::map<std::string, Known> known;
 };
 
-namespace {
+/* Forms as they are painted in some place, by their new content. */
+struct PlacedForms {
+    struct Placed {
+        std::string name;
+        QPDFObjectHandle form;
+    };
+    std::map<std::pair<QPDFObjGen, std::string>, Placed> forms;
+};
 
 enum Ink { FILL, STROKE };
 
@@ -54,6 +65,8 @@ struct Painted {
 };
 
 struct TransparencyHandler : Handler {
+    void begin(Rewriter *rewriter) override;
+    bool placesForm(const Rewriter &rewriter, QPDFObjectHandle form) const override;
     bool take(Rewriter *rewriter, const Operation &operation) override;
     void end(Rewriter *rewriter) override { flush(rewriter); }
 
@@ -66,26 +79,36 @@ struct TransparencyHandler : Handler {
     bool takeImage(Rewriter *rewriter, const Operation &operation, QPDFObjectHandle image);
     bool takeStencil(Rewriter *rewriter, const Operation &operation);
     bool takeForm(Rewriter *rewriter, QPDFObjectHandle form);
-    void noteColour(const Operation &operation);
-    std::string selected(Rewriter *rewriter, Ink ink);
-    std::string select(Rewriter *rewriter, const Seen &seen, Ink ink);
     void flush(Rewriter *rewriter);
 
     TextPen pen;
-    std::string path;                        /* operations that are held back */
-    std::string clip;                        /* "W" or "W*" among them */
-    std::array<std::string, 2> inks, spaces; /* operations that selected the colours */
-    std::vector<std::array<std::string, 4>> saved;
+    std::string path; /* operations that are held back */
+    std::string clip; /* "W" or "W*" among them */
+
+  public:
+    std::shared_ptr<Painting> painting; /* what has been painted, here and in what this joins */
 };
+
+Painting *paintingOf(const Rewriter *rewriter)
+{
+    return static_cast<TransparencyHandler *>(handlerOf(*rewriter, transparencyPass))
+        ->painting.get();
+}
+
+const Paint &paintOf(const Rewriter *rewriter, Ink ink)
+{
+    const GraphicsState &now = rewriter->state.now;
+    return ink == STROKE ? now.stroke : now.fill;
+}
 
 bool isActive(const Rewriter &rewriter)
 {
-    return !isOpaque(rewriter.state.now.transparency) || !isPlain(rewriter.painting->scene);
+    return !isOpaque(rewriter.state.now.transparency) || !isPlain(paintingOf(&rewriter)->scene);
 }
 
 void askForRegion(Rewriter *rewriter, const Box &box, const char *reason)
 {
-    if (rewriter->painting->isPage)
+    if (paintingOf(rewriter)->isPage)
         addRegion(rewriter->document, rewriter->page, box, reason);
 }
 
@@ -107,7 +130,7 @@ void addMask(Rewriter *rewriter, Masks *masks, double alpha, QPDFObjectHandle so
     masks->alphas.push_back(alpha);
     if (!softMask.isInitialized() || alpha <= 0)
         return;
-    MaskValue value = maskValue(rewriter->painting.get(), softMask, matrix, box, rewriter->depth);
+    MaskValue value = maskValue(paintingOf(rewriter), softMask, matrix, box, rewriter->depth);
     masks->alphas.back() *= value.alpha;
     masks->limit = intersection(masks->limit, value.limit);
     masks->isKnown &= value.isKnown && !(value.image && masks->image);
@@ -124,7 +147,7 @@ Masks masksAt(Rewriter *rewriter, const Box &box, const Painted &painted)
     const Transparency &now = rewriter->state.now.transparency;
     addMask(rewriter, &masks, painted.ink == FILL ? now.fillAlpha : now.strokeAlpha,
             painted.hasOwnMask ? QPDFObjectHandle() : now.softMask, now.softMaskMatrix, box);
-    const std::vector<Group> &groups = rewriter->painting->scene.groups;
+    const std::vector<Group> &groups = paintingOf(rewriter)->scene.groups;
     for (size_t level = groups.size(); level-- > 1;)
         addMask(rewriter, &masks, groups[level].alpha, groups[level].softMask,
                 groups[level].softMaskMatrix, box);
@@ -148,8 +171,8 @@ Seen resolve(Rewriter *rewriter, const Painted &painted)
     seen.box = intersection(painted.box, state->now.clip);
     if (isEmpty(seen.box))
         return seen;
-    countWork(rewriter->painting.get());
-    if (isSpent(*rewriter->painting)) { /* as if nothing were below */
+    countWork(paintingOf(rewriter));
+    if (isSpent(*paintingOf(rewriter))) { /* as if nothing were below */
         seen.chain.isKnown = false;
         seen.chain.steps.push_back({{}, {}, 1, Blend::NORMAL});
         askForRegion(rewriter, seen.box, "transparency");
@@ -167,7 +190,7 @@ Seen resolve(Rewriter *rewriter, const Painted &painted)
         }
     }
     bool isPartial = painted.isPartial || masks.image;
-    seen.chain = chainOf(rewriter->painting->scene, seen.box, masks.alphas, now.blend, isPartial);
+    seen.chain = chainOf(paintingOf(rewriter)->scene, seen.box, masks.alphas, now.blend, isPartial);
     for (const Step &step : seen.chain.steps)
         seen.isNothing |= step.alpha <= 0;
     bool canMask =
@@ -189,8 +212,8 @@ Seen resolveColour(Rewriter *rewriter, const Painted &painted)
     Seen seen = resolve(rewriter, painted);
     if (seen.chain.steps.empty())
         return seen;
-    Layer layer = {colourOf(&rewriter->state, painted.ink == STROKE), 1};
-    bool hasPattern = isPattern(&rewriter->state, painted.ink == STROKE);
+    Layer layer = {deviceColourOf(paintOf(rewriter, painted.ink)), 1};
+    bool hasPattern = isPattern(paintOf(rewriter, painted.ink));
     if (hasPattern && !seen.isPlain && !seen.isNothing && seen.chain.isKnown)
         askForRegion(rewriter, seen.box, "a transparent pattern");
     seen.isPlain |= hasPattern;
@@ -205,24 +228,16 @@ void leaveMark(Rewriter *rewriter, const Seen &seen, const Painted &painted,
     if (isEmpty(seen.box) || seen.chain.steps.empty() || seen.isNothing)
         return;
     bool isKnown = seen.chain.isKnown && !seen.mask && !painted.isPartial &&
-                   !isPattern(&rewriter->state, painted.ink == STROKE);
-    Layer layer = {colourOf(&rewriter->state, painted.ink == STROKE), 1};
+                   !isPattern(paintOf(rewriter, painted.ink));
+    Layer layer = {deviceColourOf(paintOf(rewriter, painted.ink)), 1};
     Mark mark = {seen.box, painted.covers && rewriter->state.now.isClipRectangle, isKnown,
                  inGroup(seen.chain, layer)};
     if (boxes.empty())
-        addMark(&rewriter->painting->scene, mark);
+        addMark(&paintingOf(rewriter)->scene, mark);
     for (const Box &box : boxes) {
         mark.box = intersection(box, seen.box);
-        addMark(&rewriter->painting->scene, mark);
+        addMark(&paintingOf(rewriter)->scene, mark);
     }
-}
-
-std::string matrixText(const Matrix &m)
-{
-    std::string text;
-    for (double value : {m.a, m.b, m.c, m.d, m.e, m.f})
-        text += numberText(value) + " ";
-    return text + "cm ";
 }
 
 bool isLimited(const Seen &seen)
@@ -284,9 +299,8 @@ const FlatImages::Known &flatImageOf(Rewriter *rewriter, QPDFObjectHandle image,
                                      const ImagePlace &place, const DeviceColour &colour)
 {
     Document *document = rewriter->document;
-    if (!document->flatImages)
-        document->flatImages = std::make_shared<FlatImages>();
-    auto [at, isNew] = document->flatImages->known.try_emplace(placeKey(image, place, colour));
+    FlatImages &images = document->memos.of<FlatImages>();
+    auto [at, isNew] = images.known.try_emplace(placeKey(image, place, colour));
     FlatImages::Known &known = at->second;
     if (!known.failure.empty())
         throw LimitReached{known.failure};
@@ -302,7 +316,7 @@ const FlatImages::Known &flatImageOf(Rewriter *rewriter, QPDFObjectHandle image,
     bool isOther = known.flat.kind != FlatKind::NOTHING &&
                    !(known.flat.kind == FlatKind::AS_IS && known.flat.image.isSameObjectAs(image));
     if (isOther && !known.flat.image.isNull())
-        known.name = "/PfI" + std::to_string(++document->uniqueNames);
+        known.name = newName(document, "/PfI");
     return known;
 }
 
@@ -317,50 +331,43 @@ std::string paintText(const FlatImages::Known &known)
         text += flat.clip + "W n ";
     const Box &part = flat.part;
     if (!contains(part, {0, 0, 1, 1}))
-        text += matrixText(
+        text += concatText(
             {part.right - part.left, 0, 0, part.top - part.bottom, part.left, part.bottom});
     return text + known.name + " Do Q";
 }
 
 /* ---- the handler ---- */
 
-/* The operators that select the document's colour. */
-std::string TransparencyHandler::selected(Rewriter *rewriter, Ink ink)
+void TransparencyHandler::begin(Rewriter *rewriter)
 {
-    size_t i = ink;
-    if (!inks[i].empty())
-        return spaces[i] + " " + inks[i];
-    if (isPattern(&rewriter->state, ink == STROKE))
-        return "";
-    return colourText(colourOf(&rewriter->state, ink == STROKE), ink == STROKE);
-}
-
-std::string TransparencyHandler::select(Rewriter *, const Seen &seen, Ink ink)
-{
-    return seen.isPlain ? "" : colourText(seen.colour, ink == STROKE) + "\n";
-}
-
-void TransparencyHandler::noteColour(const Operation &operation)
-{
-    static const std::map<std::string_view, std::pair<Ink, char>> kinds = {
-        {"g", {FILL, 'd'}},   {"rg", {FILL, 'd'}},   {"k", {FILL, 'd'}},    {"cs", {FILL, 's'}},
-        {"sc", {FILL, 'c'}},  {"scn", {FILL, 'c'}},  {"G", {STROKE, 'd'}},  {"RG", {STROKE, 'd'}},
-        {"K", {STROKE, 'd'}}, {"CS", {STROKE, 's'}}, {"SC", {STROKE, 'c'}}, {"SCN", {STROKE, 'c'}},
-    };
-    auto known = kinds.find(operation.name);
-    if (known == kinds.end())
-        return;
-    auto [ink, kind] = known->second;
-    std::string source(operation.source.substr(operation.leadingSpace().size()));
-    if (kind == 's') {
-        spaces[ink] = source;
-        inks[ink] = " ";
+    if (rewriter->joinsOuter) {
+        auto outer = handlerOf(*rewriter->outer, transparencyPass);
+        painting = static_cast<TransparencyHandler *>(outer)->painting;
         return;
     }
-    bool isInherited = kind == 'c' && spaces[ink].empty();
-    if (kind == 'd')
-        spaces[ink].clear();
-    inks[ink] = isInherited ? "" : source;
+    painting = std::make_shared<Painting>();
+    painting->document = rewriter->document;
+    painting->isPage = rewriter->depth == 0;
+    QPDFObjectHandle knockout = entryOf(entryOf(*rewriter->page, "/Group"), "/K");
+    painting->scene.groups.front().isKnockout =
+        rewriter->depth == 0 && knockout.isBool() && knockout.getBoolValue();
+}
+
+bool TransparencyHandler::placesForm(const Rewriter &rewriter, QPDFObjectHandle form) const
+{
+    if (isSpent(*painting) || painting->places >= MAX_PLACES || rewriter.depth >= MAX_FORM_DEPTH)
+        return false;
+    return (needsOf(rewriter.document, form) & NEED_TRANSPARENCY) || isActive(rewriter);
+}
+
+/* The colour as it is seen, to stand in front of what is painted; and the document's own, to stand
+ * behind it. */
+void select(Rewriter *rewriter, const Seen &seen, Ink ink, std::string *front, std::string *behind)
+{
+    if (seen.isPlain)
+        return;
+    *front += colourText(seen.colour, ink == STROKE) + "\n";
+    *behind += "\n" + selectText(rewriter, paintOf(rewriter, ink), ink == STROKE);
 }
 
 /* Writes what was held back, as it stood. */
@@ -376,9 +383,7 @@ void TransparencyHandler::flush(Rewriter *rewriter)
 
 bool TransparencyHandler::takePath(Rewriter *rewriter, const Operation &operation)
 {
-    static const std::set<std::string_view> making = {"m", "l", "c", "v", "y", "h", "re"};
-    bool isMaking = making.count(operation.name) > 0;
-    bool isClip = operation.name == "W" || operation.name == "W*";
+    bool isMaking = operation.op->is(MAKES_PATH), isClip = operation.op->is(CLIPS);
     if (!isMaking && !isClip)
         return false;
     if (path.empty() && !isActive(*rewriter))
@@ -391,7 +396,7 @@ bool TransparencyHandler::takePath(Rewriter *rewriter, const Operation &operatio
 void TransparencyHandler::paintThroughMask(Rewriter *rewriter, const Operation &operation,
                                            const Seen &seen)
 {
-    DeviceColour colour = colourOf(&rewriter->state, false);
+    DeviceColour colour = deviceColourOf(paintOf(rewriter, FILL));
     ImagePlace place = {seen.chain, seen.mask, seen.softMask, Matrix()};
     const FlatImages::Known *known = nullptr;
     std::optional<Matrix> back = inverseOf(rewriter->state.now.ctm);
@@ -401,12 +406,12 @@ void TransparencyHandler::paintThroughMask(Rewriter *rewriter, const Operation &
     } catch (const LimitReached &limit) {
         notice(rewriter->document, "LIMIT", rewriter->page->number, limit.text);
     }
-    std::string rule = operation.name.back() == '*' ? "W*" : "W";
+    std::string rule = operation.op->is(EVEN_ODD) ? "W*" : "W";
     std::string text = path + "\n";
     if (known && known->flat.kind != FlatKind::NOTHING) {
         if (!known->name.empty())
             putResource(rewriter, XOBJECT, known->name, known->flat.image);
-        text = "q " + path + "\n" + rule + " n " + matrixText(seen.mask->placement * *back) +
+        text = "q " + path + "\n" + rule + " n " + concatText(seen.mask->placement * *back) +
                paintText(*known) + " Q\n" + path + "\n";
     } else if (!known) {
         askForRegion(rewriter, seen.box, "a soft mask");
@@ -419,13 +424,13 @@ void TransparencyHandler::paintThroughMask(Rewriter *rewriter, const Operation &
 
 void TransparencyHandler::paintPath(Rewriter *rewriter, const Operation &operation)
 {
-    std::string_view name = operation.name;
-    bool fills = fillsPath(name), strokes = strokesPath(name);
+    const Operator &op = *operation.op;
+    bool fills = op.is(FILLS), strokes = op.is(STROKES);
     const ContentState &state = rewriter->state;
     Painted fill, stroke;
     fill.box = pathBox(state, false);
     fill.covers = isRectangle(state.path);
-    fill.takesMask = !strokes && !isPattern(&rewriter->state, false);
+    fill.takesMask = !strokes && !isPattern(paintOf(rewriter, FILL));
     stroke.box = pathBox(state, true);
     stroke.ink = STROKE;
     fill.takesLimit = stroke.takesLimit = fills != strokes;
@@ -440,31 +445,27 @@ void TransparencyHandler::paintPath(Rewriter *rewriter, const Operation &operati
         leaveMark(rewriter, stroked, stroke, strokeBoxes(state));
     if (filled.mask && !filled.isNothing)
         return paintThroughMask(rewriter, operation, filled);
-    std::string painting(name);
-    bool closes = name == "s" || name == "b" || name == "b*", isEvenOdd = name.back() == '*';
+    std::string operatorText(op.name);
+    bool closes = op.is(CLOSES), isEvenOdd = op.is(EVEN_ODD);
     bool doesFill = fills && !filled.isNothing, doesStroke = strokes && !stroked.isNothing;
     if (!doesFill && !doesStroke)
-        painting = "n";
+        operatorText = "n";
     else if (fills && strokes && !doesFill)
-        painting = closes ? "s" : "S";
+        operatorText = closes ? "s" : "S";
     else if (fills && strokes && !doesStroke)
-        painting = isEvenOdd ? "f*" : "f";
+        operatorText = isEvenOdd ? "f*" : "f";
     std::string text, behind;
-    if (doesFill && !filled.isPlain) {
-        text += select(rewriter, filled, FILL);
-        behind += "\n" + selected(rewriter, FILL);
-    }
-    if (doesStroke && !stroked.isPlain) {
-        text += select(rewriter, stroked, STROKE);
-        behind += "\n" + selected(rewriter, STROKE);
-    }
+    if (doesFill)
+        select(rewriter, filled, FILL, &text, &behind);
+    if (doesStroke)
+        select(rewriter, stroked, STROKE, &text, &behind);
     const Seen &only = fills ? filled : stroked;
-    if (isLimited(only) && painting != "n") {
-        text = "q " + limitText(*rewriter, only.limit) + text + path + "\n" + painting + "\nQ";
+    if (isLimited(only) && operatorText != "n") {
+        text = "q " + limitText(*rewriter, only.limit) + text + path + "\n" + operatorText + "\nQ";
         if (!clip.empty())
             text += "\n" + path + "\n" + clip + "n";
     } else {
-        text += path + "\n" + clip + painting + behind;
+        text += path + "\n" + clip + operatorText + behind;
     }
     path.clear();
     clip.clear();
@@ -494,14 +495,8 @@ bool TransparencyHandler::takeText(Rewriter *rewriter, const Operation &operatio
         before = real >= 4 ? "7 Tr " : "3 Tr ";
         behind = "\n" + std::to_string(real) + " Tr";
     } else {
-        if (!filled.isPlain) {
-            before += select(rewriter, filled, FILL);
-            behind += "\n" + selected(rewriter, FILL);
-        }
-        if (!stroked.isPlain) {
-            before += select(rewriter, stroked, STROKE);
-            behind += "\n" + selected(rewriter, STROKE);
-        }
+        select(rewriter, filled, FILL, &before, &behind);
+        select(rewriter, stroked, STROKE, &before, &behind);
     }
     if (before.empty())
         return false;
@@ -521,8 +516,9 @@ bool TransparencyHandler::takeStencil(Rewriter *rewriter, const Operation &opera
         return true;
     if (seen.isPlain)
         return false;
-    emit(rewriter, select(rewriter, seen, FILL) + std::string(operation.source) + "\n" +
-                       selected(rewriter, FILL));
+    std::string front, behind;
+    select(rewriter, seen, FILL, &front, &behind);
+    emit(rewriter, front + std::string(operation.source) + behind);
     return true;
 }
 
@@ -535,7 +531,7 @@ bool TransparencyHandler::takeImage(Rewriter *rewriter, const Operation &operati
     painted.isPartial = painted.takesMask = painted.takesLimit = true;
     painted.hasOwnMask = image.getDict().getKey("/SMask").isStream();
     Seen seen = resolve(rewriter, painted);
-    addMark(&rewriter->painting->scene, {seen.box, false, false, {}});
+    addMark(&paintingOf(rewriter)->scene, {seen.box, false, false, {}});
     if (seen.isNothing)
         return true;
     if (isEmpty(seen.box))
@@ -546,23 +542,24 @@ bool TransparencyHandler::takeImage(Rewriter *rewriter, const Operation &operati
         place.toMask = rewriter->state.now.ctm * back.value_or(Matrix{0, 0, 0, 0, -1, -1});
     }
     Document *document = rewriter->document;
+    ReplacedImages &images = document->memos.of<ReplacedImages>();
     try {
         const FlatImages::Known &known = flatImageOf(rewriter, image, place, {});
         if (known.flat.isGuessed)
             askForRegion(rewriter, seen.box, "a transparent picture");
         if (known.name.empty() && isLimited(seen)) {
-            document->maskedImagesUsed.insert(image.getObjGen());
+            images.kept.insert(image.getObjGen());
             if (known.flat.kind != FlatKind::NOTHING)
                 emit(rewriter, "q " + limitText(*rewriter, seen.limit) +
                                    std::string(operation.source) + " Q");
             return true;
         }
         if (known.name.empty()) { /* nothing of it, or nothing to be done */
-            document->maskedImagesUsed.insert(image.getObjGen());
+            images.kept.insert(image.getObjGen());
             return known.flat.kind == FlatKind::NOTHING;
         }
         if (isMasked(image)) /* it is painted under other names on all pages */
-            document->flatImagesUsed.insert(image.getObjGen());
+            images.replaced.insert(image.getObjGen());
         putResource(rewriter, XOBJECT, known.name, known.flat.image);
         std::string text = paintText(known);
         if (isLimited(seen))
@@ -572,31 +569,31 @@ bool TransparencyHandler::takeImage(Rewriter *rewriter, const Operation &operati
     } catch (const LimitReached &limit) {
         notice(document, "IMAGE", rewriter->page->number, limit.text);
     }
-    document->maskedImagesUsed.insert(image.getObjGen());
+    images.kept.insert(image.getObjGen());
     askForRegion(rewriter, seen.box, "a transparent picture");
     return false;
 }
 
 bool TransparencyHandler::takeForm(Rewriter *rewriter, QPDFObjectHandle form)
 {
-    Painting *painting = rewriter->painting.get();
-    ContentState *state = &rewriter->state;
-    GraphicsState inner = stateInForm(state, form);
+    const GraphicsState &now = rewriter->state.now;
+    GraphicsState inner = stateInForm(now, form);
     if (isEmpty(inner.clip))
         return false;
     painting->places++;
     painting->work += FORM_WORK;
-    std::optional<Group> group = groupOf(state->now, form);
+    std::optional<Group> group = groupOf(now, form);
     if (group && group->alpha <= 0)
         return true;
     if (group)
         painting->scene.groups.push_back(*group);
     std::optional<std::string> content = rewriteForm(rewriter, form, inner);
     if (group)
-        leaveGroup(painting);
+        leaveGroup(painting.get());
     if (!content)
         return false;
-    FormCopy &copy = rewriter->document->placedForms[{form.getObjGen(), *content}];
+    PlacedForms &placed = rewriter->document->memos.of<PlacedForms>();
+    PlacedForms::Placed &copy = placed.forms[{form.getObjGen(), *content}];
     if (copy.name.empty()) {
         copy.form = form.copyStream();
         copy.form.getDict().removeKey("/Group");
@@ -610,83 +607,71 @@ bool TransparencyHandler::takeForm(Rewriter *rewriter, QPDFObjectHandle form)
 
 bool TransparencyHandler::takeObject(Rewriter *rewriter, const Operation &operation)
 {
-    Painting *painting = rewriter->painting.get();
-    QPDFObjectHandle object = paintedObject(rewriter->state, operation);
-    if (isForm(object) && dependsOnPlace(*rewriter, object))
+    QPDFObjectHandle object = namedResource(rewriter->scope, XOBJECT, operation);
+    if (isForm(object) && placesForm(*rewriter, object))
         return takeForm(rewriter, object);
     if (isForm(object) && isActive(*rewriter))
-        askForRegion(rewriter, stateInForm(&rewriter->state, object).clip, "a transparent form");
+        askForRegion(rewriter, stateInForm(rewriter->state.now, object).clip, "a transparent form");
     if (isImage(object) && isActive(*rewriter) && isStencil(object))
         return takeStencil(rewriter, operation);
     if (isImage(object) && !isStencil(object) && (isActive(*rewriter) || isMasked(object)))
         return takeImage(rewriter, operation, object);
-    survey(painting, &rewriter->state, &pen, operation, rewriter->depth);
+    survey(painting.get(), &rewriter->state, &pen, operation, rewriter->depth);
     return false;
 }
 
 bool TransparencyHandler::take(Rewriter *rewriter, const Operation &operation)
 {
-    rewriter->painting->work++;
+    painting->work++;
     if (takePath(rewriter, operation))
         return true;
-    std::string_view name = operation.name;
-    if (isPathPainting(name) && isActive(*rewriter)) {
+    const Operator &op = *operation.op;
+    if (op.paintsPath() && isActive(*rewriter)) {
         paintPath(rewriter, operation);
         return true;
     }
     flush(rewriter);
-    noteColour(operation);
-    if (name == "q" && saved.size() < MAX_SAVED)
-        saved.push_back({inks[0], inks[1], spaces[0], spaces[1]});
-    if (name == "Q" && !saved.empty()) {
-        const std::array<std::string, 4> &last = saved.back();
-        inks = {last[0], last[1]};
-        spaces = {last[2], last[3]};
-        saved.pop_back();
-    }
-    if (isShow(name) && isActive(*rewriter))
+    if (op.is(SHOWS_TEXT) && isActive(*rewriter))
         return takeText(rewriter, operation);
-    if (name == "Do")
+    if (op.id == Op::PAINT_OBJECT)
         return takeObject(rewriter, operation);
-    bool isImageOrShading = name == "BI" || name == "sh";
+    bool isImageOrShading = op.id == Op::INLINE_IMAGE || op.id == Op::SHADING_FILL;
     if (isImageOrShading && isActive(*rewriter)) {
         Painted painted;
-        painted.box = name == "BI" ? imageBox(rewriter->state) : rewriter->state.now.clip;
+        painted.box = op.id == Op::INLINE_IMAGE ? imageBox(rewriter->state) : rewriter->state.now.clip;
         Seen seen = resolve(rewriter, painted);
         if (seen.isNothing)
             return true;
         if (!seen.isPlain && seen.chain.isKnown)
             askForRegion(rewriter, seen.box, "a transparent shading");
     }
-    survey(rewriter->painting.get(), &rewriter->state, &pen, operation, rewriter->depth);
+    survey(painting.get(), &rewriter->state, &pen, operation, rewriter->depth);
     return false;
 }
 
 } // namespace
 
-void startPainting(Rewriter *rewriter)
+namespace {
+
+void watchMasks(Walk *walk, int category, const std::string &, QPDFObjectHandle found)
 {
-    if (rewriter->painting)
-        return;
-    rewriter->painting = std::make_shared<Painting>();
-    rewriter->painting->document = rewriter->document;
-    rewriter->painting->isPage = rewriter->depth == 0;
-    QPDFObjectHandle knockout = entryOf(entryOf(*rewriter->page, "/Group"), "/K");
-    rewriter->painting->scene.groups.front().isKnockout =
-        rewriter->depth == 0 && knockout.isBool() && knockout.getBoolValue();
+    if (category == XOBJECT && isImage(found) && isMasked(found))
+        addNeed(walk, NEED_TRANSPARENCY);
 }
 
-bool dependsOnPlace(const Rewriter &rewriter, QPDFObjectHandle form)
+void watchState(Walk *walk)
 {
-    const Painting *painting = rewriter.painting.get();
-    if (!painting || isSpent(*painting) || painting->places >= MAX_PLACES ||
-        rewriter.depth >= MAX_FORM_DEPTH)
-        return false;
-    return rewriter.document->transparentForms.count(form.getObjGen()) > 0 || isActive(rewriter);
+    if (!isOpaque(walk->state->now.transparency))
+        addNeed(walk, NEED_TRANSPARENCY);
 }
+
+} // namespace
 
 const ContentPass transparencyPass = {"transparency", NEED_TRANSPARENCY, [] {
                                           return std::unique_ptr<Handler>(new TransparencyHandler);
                                       }};
+
+const Observer transparencyObserver = {
+    .name = "transparency", .resource = watchMasks, .graphicsState = watchState};
 
 } // namespace prepare

@@ -8,6 +8,7 @@
 #ifndef PREPARE_PAINT_TRANSPARENCY_H
 #define PREPARE_PAINT_TRANSPARENCY_H
 
+#include "prepare/content/evaluate.h"
 #include "prepare/content/rewrite.h"
 
 namespace prepare {
@@ -15,15 +16,10 @@ namespace prepare {
 /* Forms of one page that are rewritten for the place where they are painted. */
 constexpr size_t MAX_PLACES = 512;
 
-/* Begins the list of what is painted, for content that is not part of what is around it. */
-void startPainting(Rewriter *rewriter);
-
-/* Does a form paint something else here than elsewhere, because of what is transparent in it, or of
- * the state in which it is painted? */
-bool dependsOnPlace(const Rewriter &rewriter, QPDFObjectHandle form);
-
 /* Stands behind layers, and in front of patterns, shadings and fonts. */
 extern const ContentPass transparencyPass;
+
+extern const Observer transparencyObserver;
 
 } // namespace prepare
 

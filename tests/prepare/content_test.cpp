@@ -3,8 +3,8 @@
  */
 #include <gtest/gtest.h>
 
-#include "prepare/content/state.h"
-#include "prepare/content/tokens.h"
+#include "prepare/content/track.h"
+#include "prepare/model/tokens.h"
 
 using namespace prepare;
 
@@ -109,7 +109,9 @@ TEST(Content, StateFollowsTheOperators)
     EXPECT_EQ(state.now.text.leading, -2);
     EXPECT_EQ(state.textMatrix.e, 11);
     EXPECT_EQ(state.textMatrix.f, 15);
-    track(&state, {{}, "Q", "Q"});
+    ContentReader restore{"Q"};
+    readOperation(&restore, &operation);
+    track(&state, operation);
     EXPECT_EQ(state.now.ctm.e, 0);
     EXPECT_EQ(state.now.text.size, 0);
 }

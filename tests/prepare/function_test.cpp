@@ -3,8 +3,8 @@
  */
 #include <gtest/gtest.h>
 
-#include "prepare/colour/function.h"
-#include "prepare/colour/space.h"
+#include "prepare/model/function.h"
+#include "prepare/model/space.h"
 
 using namespace prepare;
 

@@ -73,10 +73,10 @@ Decoding decode(const std::string &entries, const std::string &data)
 {
     std::vector<Notice> notices;
     Document document;
-    document.notices = &notices;
-    document.pdf.emptyPDF();
-    document.pdf.setSuppressWarnings(true);
-    QPDFObjectHandle image = QPDFObjectHandle::newStream(&document.pdf, data);
+    document.diagnostics.notices = &notices;
+    document.source.pdf.emptyPDF();
+    document.source.pdf.setSuppressWarnings(true);
+    QPDFObjectHandle image = QPDFObjectHandle::newStream(&document.source.pdf, data);
     QPDFObjectHandle dict = QPDFObjectHandle::parse("<< " + entries + " >>");
     for (const std::string &key : dict.getKeys())
         image.getDict().replaceKey(key, dict.getKey(key));
@@ -559,10 +559,10 @@ TEST(ImageDecoder, KnowsWhatValuesMean)
 {
     std::vector<Notice> notices;
     Document document;
-    document.notices = &notices;
-    document.pdf.emptyPDF();
+    document.diagnostics.notices = &notices;
+    document.source.pdf.emptyPDF();
     auto rangeOf = [&](const std::string &space, int bits, const std::string &more, int component) {
-        QPDFObjectHandle image = QPDFObjectHandle::newStream(&document.pdf, std::string(64, 'x'));
+        QPDFObjectHandle image = QPDFObjectHandle::newStream(&document.source.pdf, std::string(64, 'x'));
         QPDFObjectHandle dict = QPDFObjectHandle::parse("<< /Width 2 /Height 2 /ColorSpace " +
                                                         space + " /BitsPerComponent " +
                                                         std::to_string(bits) + " " + more + " >>");

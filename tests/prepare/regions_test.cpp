@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "prepare/content/scan.h"
+#include "prepare/content/evaluate.h"
 #include "prepare/document/load.h"
 #include "prepare/document/program.h"
 #include "prepare/document/write.h"
@@ -49,8 +49,7 @@ Drawn withRegions(const std::string &pdf, const std::vector<Box> &boxes,
     Drawn drawn;
     Document document;
     document.options = options;
-    document.notices = &drawn.notices;
-    document.fonts = newFontStore();
+    document.diagnostics.notices = &drawn.notices;
     if (!loadDocument(&document, directory.write("doc.pdf", pdf)))
         return drawn;
     loadLayers(&document);
@@ -59,7 +58,7 @@ Drawn withRegions(const std::string &pdf, const std::vector<Box> &boxes,
     drawAnnotations(&document, &page);
     if (boxesNeedWork(page))
         mendBoxes(&document, &page);
-    scanPage(&document, &page);
+    evaluatePage(&document, &page, {});
     for (const Box &box : boxes)
         addRegion(&document, &page, box, "a test");
     paintRegions(&document, &page);
@@ -289,7 +288,7 @@ TEST(Programs, ThatHangAreNotTriedAgainAndAgain)
 {
     std::vector<Notice> notices;
     Document document;
-    document.notices = &notices;
+    document.diagnostics.notices = &notices;
     ScratchDirectory directory;
     ProgramCall call;
     call.seconds = 1;

@@ -4,7 +4,7 @@
  * One function for each kind of token and one switch that picks it.  Damaged content is read as
  * viewers read it: what begins nothing is skipped, what does not end ends with the content.
  */
-#include "prepare/content/tokens.h"
+#include "prepare/model/tokens.h"
 
 #include <algorithm>
 #include <array>
@@ -222,6 +222,7 @@ bool readOperation(ContentReader *reader, Operation *operation)
     size_t begin = reader->at;
     operation->operands.clear();
     operation->name = {};
+    operation->op = &operatorOf({});
     for (;;) {
         Token token = readToken(reader);
         bool full = operation->operands.size() >= MAX_OPERANDS;
@@ -236,6 +237,7 @@ bool readOperation(ContentReader *reader, Operation *operation)
             continue;
         }
         operation->name = token.source;
+        operation->op = &operatorOf(token.source);
         if (token.source == "BI") {
             operation->operands.clear();
             readInlineImage(reader, operation);
@@ -380,12 +382,12 @@ std::string literalString(const std::string &bytes)
     return text;
 }
 
-std::string numberText(double value)
+std::string numberText(double value, int places)
 {
     if (!std::isfinite(value))
         return "0";
-    char text[64];
-    snprintf(text, sizeof text, "%.5f", value);
+    char text[400];
+    snprintf(text, sizeof text, "%.*f", places, value);
     std::string s = text;
     s.erase(s.find_last_not_of('0') + 1);
     if (s.back() == '.')

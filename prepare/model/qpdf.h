@@ -5,8 +5,8 @@
  * take in C++20.  Nothing here uses JSON, so the type stays declared and that header is kept out;
  * other headers of libqpdf are to be included behind this one.
  */
-#ifndef PREPARE_DOCUMENT_QPDF_H
-#define PREPARE_DOCUMENT_QPDF_H
+#ifndef PREPARE_MODEL_QPDF_H
+#define PREPARE_MODEL_QPDF_H
 
 #define JSON_HH
 class JSON;

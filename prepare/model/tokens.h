@@ -4,12 +4,14 @@
  * Nothing is copied: every token is a piece of the content, and the pieces of all operations
  * together are the content, byte for byte.  So what nobody changes is written as it stood.
  */
-#ifndef PREPARE_CONTENT_TOKENS_H
-#define PREPARE_CONTENT_TOKENS_H
+#ifndef PREPARE_MODEL_TOKENS_H
+#define PREPARE_MODEL_TOKENS_H
 
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "prepare/model/operators.h"
 
 namespace prepare {
 
@@ -36,6 +38,7 @@ struct Token {
 struct Operation {
     std::vector<Token> operands; /* arrays and dictionaries flat, with their brackets */
     std::string_view name;       /* "Tj"; "BI" for a whole inline image; empty: the end */
+    const Operator *op = &operatorOf({}); /* what that is */
     std::string_view source;     /* from the end of the operation before */
     std::string_view leadingSpace() const;
 };
@@ -63,7 +66,7 @@ bool isWhite(char c);
 
 /* Writers. */
 std::string literalString(const std::string &bytes);
-std::string numberText(double value); /* at most 5 places, no exponent */
+std::string numberText(double value, int places = 5); /* at most so many, no exponent */
 std::string nameText(const std::string &name);
 
 } // namespace prepare

@@ -1,7 +1,7 @@
 /*
  * calculator.cpp - programs of computed functions, read and run
  */
-#include "prepare/colour/calculator.h"
+#include "prepare/model/calculator.h"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 #include <cmath>
 #include <unordered_map>
 
-#include "prepare/content/tokens.h"
+#include "prepare/model/tokens.h"
 
 namespace prepare {
 

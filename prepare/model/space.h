@@ -5,8 +5,8 @@
  * number of components, separations to their alternate's, CIE based spaces to DeviceRGB or
  * DeviceGray by formula.
  */
-#ifndef PREPARE_COLOUR_SPACE_H
-#define PREPARE_COLOUR_SPACE_H
+#ifndef PREPARE_MODEL_SPACE_H
+#define PREPARE_MODEL_SPACE_H
 
 #include <array>
 #include <memory>
@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "prepare/colour/function.h"
-#include "prepare/content/scope.h"
+#include "prepare/model/function.h"
+#include "prepare/model/scope.h"
 
 namespace prepare {
 

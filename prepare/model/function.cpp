@@ -4,14 +4,15 @@
  * Computed functions have branches and no loops, so a program takes no more steps than it has
  * instructions; each is run on a stack of fixed size, and ends early where it is faulty.
  */
-#include "prepare/colour/function.h"
+#include "prepare/model/function.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 
-#include "prepare/colour/calculator.h"
-#include "prepare/document/document.h"
+#include "prepare/model/calculator.h"
+#include "prepare/model/objects.h"
+#include "prepare/model/streams.h"
 
 namespace prepare {
 

@@ -1,14 +1,15 @@
 /*
  * space.cpp - reading spaces, and the way from each of them to a device colour
  */
-#include "prepare/colour/space.h"
+#include "prepare/model/space.h"
 
 #include <algorithm>
 #include <cmath>
 #include <unordered_map>
 
-#include "prepare/content/tokens.h"
-#include "prepare/document/document.h"
+#include "prepare/model/tokens.h"
+#include "prepare/model/objects.h"
+#include "prepare/model/streams.h"
 
 namespace prepare {
 

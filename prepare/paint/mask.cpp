@@ -5,7 +5,7 @@
  * alpha and its colour: three numbers for each component, found by trying three colours, stand for
  * the whole chain.  With blend modes each pixel goes through the chain itself.
  */
-#include "prepare/images/mask.h"
+#include "prepare/paint/mask.h"
 
 #include <algorithm>
 #include <cmath>

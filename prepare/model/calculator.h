@@ -3,8 +3,8 @@
  *
  * A program is read once into instructions with forward jumps only, so it always ends.
  */
-#ifndef PREPARE_COLOUR_CALCULATOR_H
-#define PREPARE_COLOUR_CALCULATOR_H
+#ifndef PREPARE_MODEL_CALCULATOR_H
+#define PREPARE_MODEL_CALCULATOR_H
 
 #include <cstdint>
 #include <span>

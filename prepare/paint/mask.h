@@ -4,8 +4,8 @@
  * Where it is known what lies below an image, its pixels are computed with it; where it is not, a
  * mask of two values becomes a stencil or a clip.
  */
-#ifndef PREPARE_IMAGES_MASK_H
-#define PREPARE_IMAGES_MASK_H
+#ifndef PREPARE_PAINT_MASK_H
+#define PREPARE_PAINT_MASK_H
 
 #include "prepare/images/decode.h"
 #include "prepare/paint/survey.h"

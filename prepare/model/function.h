@@ -4,8 +4,8 @@
  * A function is read once and then evaluated at as many points as are wanted.  Everything about
  * it is bounded when it is read, so that a point costs no more than `cost` says.
  */
-#ifndef PREPARE_COLOUR_FUNCTION_H
-#define PREPARE_COLOUR_FUNCTION_H
+#ifndef PREPARE_MODEL_FUNCTION_H
+#define PREPARE_MODEL_FUNCTION_H
 
 #include <cstdint>
 #include <memory>
@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-#include "prepare/document/qpdf.h"
+#include "prepare/model/qpdf.h"
 
 namespace prepare {
 

@@ -1,16 +1,19 @@
 /*
- * path.h - boxes, and the path that is being made
+ * geometry.h - matrices and boxes
+ *
+ * A matrix [a b c d e f] takes (x, y) to (ax + cy + e, bx + dy + f) (ISO 32000-1, 8.3.4).
  */
-#ifndef PREPARE_CONTENT_PATH_H
-#define PREPARE_CONTENT_PATH_H
+#ifndef PREPARE_MODEL_GEOMETRY_H
+#define PREPARE_MODEL_GEOMETRY_H
 
 #include <optional>
-#include <string_view>
+#include <string>
 
 namespace prepare {
 
 struct Matrix {
     double a = 1, b = 0, c = 0, d = 1, e = 0, f = 0;
+    bool operator==(const Matrix &) const = default;
 };
 
 /* What `first` does and then `second`. */
@@ -41,22 +44,14 @@ Box grown(const Box &box, double by);
 /* The box around a box that a matrix moves. */
 Box transformed(const Matrix &matrix, const Box &box);
 
-/* The path made so far, in the outermost space. */
-struct Path {
-    Box box;
-    double corners[5][2] = {};     /* of its first segments */
-    int points = 0;                /* of all segments */
-    int rectangles = 0;            /* made by one operator */
-    bool isPolygon = true;         /* one, of straight lines */
-    bool isClip = false;           /* it becomes part of the clip */
-    bool areParallelToAxes = true; /* the rectangles */
-};
+/* "a b c d e f ", each with at most so many places. */
+std::string numbersText(const Matrix &matrix, int places);
 
-/* Is it one rectangle parallel to the axes, and nothing else? */
-bool isRectangle(const Path &path);
+/* "a b c d e f cm ": nine places, because these are factors of coordinates. */
+std::string concatText(const Matrix &matrix);
 
-void addPoint(Path *path, const Matrix &ctm, double x, double y);
-void addRectangle(Path *path, const Matrix &ctm, const double *sides);
+/* "left bottom width height re ". */
+std::string rectangleText(const Box &box);
 
 } // namespace prepare
 
