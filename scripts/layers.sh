@@ -16,6 +16,15 @@ tools/zolak1_3/zolak_filter      zelkov tools/compress1_0 tools/compress1_1 tool
 tools/zolak1_3/pdf_to_ps/writer  zelkov tools/zolak1_3/truetype tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/zolak_filter
 tools/zolak1_3/pdf_to_ps/frame   zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer
 library                          zelkov tools/zolak1_3/pdf_to_ps/frame pdf_to_ps
+prepare/model
+prepare/document                 prepare/model
+prepare/content                  prepare/model prepare/document
+prepare/fonts                    prepare/model prepare/document prepare/content
+prepare/colour                   prepare/model prepare/document prepare/content
+prepare/images                   prepare/model prepare/document prepare/content prepare/colour
+prepare/page                     prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images
+prepare/paint                    prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page
+prepare                          prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page prepare/paint
 job                              zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer tools/zolak1_3/pdf_to_ps/frame
 programs/printing                zelkov job
 programs/pdf_print               zelkov job programs/printing
