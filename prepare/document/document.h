@@ -83,8 +83,9 @@ struct Document {
     QPDF pdf;
     Options options;
     std::vector<Notice> *notices = nullptr;
-    std::vector<Page> pages; /* the chosen ones */
-    uint32_t needs = 0;      /* of the file itself, and of the pages scanned so far */
+    std::vector<Page> pages;   /* the chosen ones, each once, in the document's order */
+    std::vector<size_t> order; /* the pages that are written, as indexes of `pages` */
+    uint32_t needs = 0;        /* of the file itself, and of the pages scanned so far */
 
     std::unique_ptr<FontStore, void (*)(FontStore *)> fonts{nullptr, nullptr};
     std::shared_ptr<Layers> layers;     /* null: there are none */
@@ -113,6 +114,9 @@ struct Document {
     int stoppedPrograms = 0; /* other programs that were called and took too long */
     std::map<std::string, std::string> plainNames; /* of resources, by their odd ones */
 };
+
+/* The numbers in the document of the pages that are written, in their order. */
+std::vector<int> pageNumbers(const Document &document);
 
 /* An entry of the page's dictionary, or null. */
 QPDFObjectHandle entryOf(const Page &page, const char *key);

@@ -27,6 +27,7 @@
 #include "prepare/document/program.h"
 #include "prepare/paint/region.h"
 #include "prepare/prepare.h"
+#include "seam/files.h"
 
 namespace {
 
@@ -63,6 +64,8 @@ struct Arguments {
     bool probe = false;
     bool ifNeeded = false;
     std::string in, out;
+    std::string password; /* the file it stands in */
+    std::string pageMap;  /* a file for the page map; empty: none is wanted */
 };
 
 [[noreturn]] void misuse(const std::string &text)
@@ -71,28 +74,12 @@ struct Arguments {
     exit(STATUS_USAGE);
 }
 
-/* "2-5,9,12-" */
-std::vector<std::pair<int, int>> readPages(const char *list)
+seam::PageRanges readPages(const char *list)
 {
-    constexpr int LAST = 1 << 30;
-    std::vector<std::pair<int, int>> pages;
-    for (const char *at = list; *at;) {
-        char *end;
-        long first = strtol(at, &end, 10), last = first;
-        bool good = end != at && *at >= '0' && *at <= '9';
-        at = end;
-        if (good && *at == '-') {
-            last = strtol(++at, &end, 10);
-            last = end == at ? LAST : last;
-            at = end;
-        }
-        if (!good || first < 1 || last < first || last > LAST || (*at && *at != ','))
-            misuse("Not a list of pages: " + std::string(list));
-        pages.emplace_back((int)first, (int)last);
-        at += *at == ',';
-    }
-    if (pages.empty())
-        misuse("Not a list of pages: " + std::string(list));
+    seam::PageRanges pages;
+    std::string fault;
+    if (!seam::readPageRanges(list, &pages, &fault))
+        misuse(fault);
     return pages;
 }
 
@@ -148,10 +135,14 @@ void readOption(int option, Arguments *arguments)
         arguments->options.level = *optarg - '0';
         return;
     case 'w':
+        arguments->password = optarg;
         arguments->options.password = readPassword(optarg);
         return;
     case 'n':
         arguments->ifNeeded = true;
+        return;
+    case 'm':
+        arguments->pageMap = optarg;
         return;
     case 'q':
         arguments->probe = true;
@@ -168,6 +159,12 @@ void readOption(int option, Arguments *arguments)
     }
 }
 
+/* A file that is called "-" is no standard stream here. */
+std::string exact(const std::string &name)
+{
+    return name == "-" ? "./-" : name;
+}
+
 Arguments readArguments(int argc, char **argv)
 {
     static const option options[] = {
@@ -176,6 +173,7 @@ Arguments readArguments(int argc, char **argv)
         {"resolution", required_argument, nullptr, 'r'},
         {"level", required_argument, nullptr, 'l'},
         {"password-file", required_argument, nullptr, 'w'},
+        {"page-map", required_argument, nullptr, 'm'},
         {"probe", no_argument, nullptr, 'q'},
         {"if-needed", no_argument, nullptr, 'n'},
         {"help", no_argument, nullptr, 'h'},
@@ -190,6 +188,10 @@ Arguments readArguments(int argc, char **argv)
     arguments.in = argv[optind];
     if (!arguments.probe)
         arguments.out = argv[optind + 1];
+    std::string fault = seam::overwriteFault({exact(arguments.in), exact(arguments.password)},
+                                             {exact(arguments.out), exact(arguments.pageMap)});
+    if (!fault.empty())
+        misuse(fault);
     return arguments;
 }
 
@@ -241,11 +243,12 @@ bool copyFile(const std::string &in, const std::string &out)
 int work(const Arguments &arguments, const std::string &temporary)
 {
     std::vector<Notice> notices;
+    std::vector<int> pageMap;
     Outcome outcome = Outcome::REFUSED;
     try {
         outcome = arguments.probe
                       ? probeFile(arguments.in, arguments.options, &notices)
-                      : prepareFile(arguments.in, temporary, arguments.options, &notices);
+                      : prepareFile(arguments.in, temporary, arguments.options, &notices, &pageMap);
     } catch (const std::bad_alloc &) {
         notices.push_back({"LIMIT", 0, "The document needs too much memory."});
     }
@@ -257,13 +260,19 @@ int work(const Arguments &arguments, const std::string &temporary)
                                                : STATUS_DONE;
     }
     print(notices);
+    if (outcome == Outcome::REFUSED)
+        return STATUS_FAILED;
+    if (!arguments.pageMap.empty() && !seam::writePageMapFile(arguments.pageMap, pageMap)) {
+        fprintf(stderr, "%s: %s\n", arguments.pageMap.c_str(), strerror(errno));
+        return STATUS_FAILED;
+    }
     if (outcome == Outcome::UNCHANGED && arguments.ifNeeded)
         return STATUS_UNNEEDED;
     if (outcome == Outcome::UNCHANGED && !copyFile(arguments.in, temporary)) {
         fprintf(stderr, "%s: %s\n", arguments.out.c_str(), strerror(errno));
         return STATUS_FAILED;
     }
-    return outcome == Outcome::REFUSED ? STATUS_FAILED : STATUS_DONE;
+    return STATUS_DONE;
 }
 
 /* ---- ended by a signal: the child goes too, and the temporary files */

@@ -23,7 +23,8 @@
 #include "programs/pdf_print-preview/picture.h"
 #include "programs/printing/document.h"
 #include "programs/printing/process.h"
-#include "programs/printing/values.h"
+#include "seam/files.h"
+#include "seam/pages.h"
 #include "zelkov/file.h"
 #include "zelkov/host.h"
 #include "zelkov/process.h"
@@ -53,7 +54,7 @@ constexpr char HELP[] =
 struct Arguments {
     std::string input, output;
     std::string pageList;
-    std::vector<std::pair<int, int>> pages; /* empty: all */
+    seam::PageRanges pages;
     std::string dpi = "96";
     double failOver = -1; /* percent; negative: not wanted */
     std::vector<std::string> printOptions;
@@ -86,8 +87,8 @@ void readOption(int option, Arguments *arguments)
         return;
     case 'p':
         arguments->pageList = optarg;
-        if (!readPageList(optarg, &arguments->pages))
-            misuse(std::string("Not a list of pages: ") + optarg);
+        if (std::string fault; !seam::readPageRanges(optarg, &arguments->pages, &fault))
+            misuse(fault);
         return;
     case 'r':
         arguments->dpi = std::to_string((int)readNumber(optarg, "The resolution", 10, 600));
@@ -139,6 +140,9 @@ Arguments readArguments(int argc, char **argv)
             arguments.output.resize(length - 4);
         arguments.output += ".html";
     }
+    std::string fault = seam::overwriteFault({arguments.input}, {arguments.output});
+    if (!fault.empty())
+        misuse(fault);
     return arguments;
 }
 
@@ -152,6 +156,7 @@ struct Preview {
     std::vector<PageView> pages;                          /* without their pictures */
     int mostDifferent = 0;                                /* index of a page */
     bool isIncomplete = false;                            /* so says pdf_print */
+    bool isMisused = false;                               /* the same, of its options */
 };
 
 /* "pdf_print: FILE: page 3: what happened" goes to its page. */
@@ -172,52 +177,25 @@ void takeMessage(Preview &preview, const std::string &line)
         preview.messages.push_back(text);
 }
 
-/* Makes the job; false when nothing was printed. */
-bool print(Preview &preview, const std::string &job)
+/* Makes the job and a file with the numbers of its pages; false when nothing was printed. */
+bool print(Preview &preview, const std::string &job, const std::string &pageMap)
 {
     const Arguments &arguments = preview.arguments;
     std::vector<std::string> command = {ownProgram("pdf_print")};
     command.insert(command.end(), arguments.printOptions.begin(), arguments.printOptions.end());
     if (!arguments.pageList.empty())
         command.push_back("--pages=" + arguments.pageList);
-    command.insert(command.end(), {"--progress=never", "--output=" + job, "--", arguments.input});
+    command.insert(command.end(),
+                   {"--progress=never", "--page-map=" + pageMap, "--placed-at=" + arguments.output,
+                    "--output=" + job, "--", arguments.input});
     ProcessResult result =
         runProcess(command, [&](const std::string &line) { takeMessage(preview, line); });
     if (!result.isStarted)
         preview.messages.push_back(withReason("pdf_print cannot be started"));
-    constexpr int INCOMPLETE = 3;
+    constexpr int MISUSED = 2, INCOMPLETE = 3;
+    preview.isMisused = result.isStarted && result.status == MISUSED;
     preview.isIncomplete = result.status == INCOMPLETE;
     return result.isStarted && (result.status == 0 || result.status == INCOMPLETE);
-}
-
-/* How many pages the comments of a job tell of. */
-int pagesOf(const std::string &job)
-{
-    std::ifstream file(job);
-    int count = 0;
-    for (std::string line; std::getline(file, line) && !line.starts_with("%%EndComments");)
-        if (sscanf(line.c_str(), "%%%%Pages: %7d", &count) == 1)
-            break;
-    return count;
-}
-
-/* The numbers of the first `count` of the chosen pages. */
-std::vector<int> numbersOf(const Arguments &arguments, int count)
-{
-    std::vector<int> numbers;
-    for (int number = 1; (int)numbers.size() < count; number++) {
-        bool isChosen = arguments.pages.empty();
-        bool isPast = !isChosen;
-        for (auto [first, last] : arguments.pages) {
-            isChosen = isChosen || (first <= number && number <= last);
-            isPast = isPast && number > last;
-        }
-        if (isPast)
-            break;
-        if (isChosen)
-            numbers.push_back(number);
-    }
-    return numbers;
 }
 
 /* Prints the job as pictures "NAME1.ppm", "NAME2.ppm", ... */
@@ -307,9 +285,12 @@ PageView viewPage(Preview &preview, int number, const std::string &printFile)
 }
 
 /* Writes the parts of all pages into a file. */
-bool viewPages(Preview &preview, const std::string &job, const std::string &body)
+bool viewPages(Preview &preview, const std::string &job, const std::string &pageMap,
+               const std::string &body)
 {
-    std::vector<int> numbers = numbersOf(preview.arguments, pagesOf(job));
+    std::vector<int> numbers;
+    if (!seam::readPageMapFile(pageMap, &numbers))
+        return false;
     std::string prints = privateFile("print-");
     for (size_t i = 1; i <= numbers.size(); i++)
         privateFile(("print-" + std::to_string(i) + ".ppm").c_str());
@@ -382,10 +363,15 @@ int previewDocument(Arguments arguments)
     if (access(preview.arguments.input.c_str(), R_OK) != 0)
         return fail(withReason(preview.arguments.input + " cannot be read"));
     std::string job = privateFile("job.ps"), body = privateFile("body.html");
+    std::string pageMap = privateFile("pages");
     if (job.empty())
         return fail(withReason("No directory for temporary files"));
-    bool isPrinted = print(preview, job);
-    if (isPrinted && !viewPages(preview, job, body))
+    bool isPrinted = print(preview, job, pageMap);
+    if (preview.isMisused && !preview.messages.empty()) {
+        fail(preview.messages.front());
+        return STATUS_USAGE;
+    }
+    if (isPrinted && !viewPages(preview, job, pageMap, body))
         return fail(withReason("The pages cannot be kept"));
     if (!writeHtml(preview, body))
         return fail(withReason(preview.arguments.output + " cannot be written"));

@@ -12,6 +12,8 @@
 #include <strings.h>
 
 #include "programs/printing/values.h"
+#include "seam/files.h"
+#include "seam/pages.h"
 
 namespace {
 
@@ -68,6 +70,8 @@ constexpr char HELP[] =
 enum {
     OPTION_TITLE = 256,
     OPTION_PAGES,
+    OPTION_PAGE_MAP,
+    OPTION_PLACED_AT,
     OPTION_COPIES,
     OPTION_COLLATE,
     OPTION_DUPLEX,
@@ -99,6 +103,8 @@ constexpr option options[] = {
     {"printer", required_argument, nullptr, 'd'},
     {"title", required_argument, nullptr, OPTION_TITLE},
     {"pages", required_argument, nullptr, OPTION_PAGES},
+    {"page-map", required_argument, nullptr, OPTION_PAGE_MAP},
+    {"placed-at", required_argument, nullptr, OPTION_PLACED_AT},
     {"copies", required_argument, nullptr, OPTION_COPIES},
     {"collate", no_argument, nullptr, OPTION_COLLATE},
     {"duplex", required_argument, nullptr, OPTION_DUPLEX},
@@ -266,8 +272,14 @@ void readOption(int option, Arguments *arguments)
         return;
     case OPTION_PAGES:
         arguments->preparation.pageList = optarg;
-        if (!readPageList(optarg, &arguments->job.pages))
-            misuse(std::string("Not a list of pages: ") + optarg);
+        if (std::string fault; !seam::readPageRanges(optarg, &arguments->job.pages, &fault))
+            misuse(fault);
+        return;
+    case OPTION_PAGE_MAP:
+        arguments->pageMap = optarg;
+        return;
+    case OPTION_PLACED_AT:
+        arguments->placedAt = optarg;
         return;
     case OPTION_LEVEL:
         arguments->job.level = (int)readNumber(optarg, "The level", 2, 3);
@@ -338,12 +350,20 @@ void complete(Arguments *arguments)
         misuse("The job goes to a file or to a printer, not to both.");
     if (arguments->printer.size() > 0 && arguments->printer[0] == '-')
         misuse("Not a printer: " + arguments->printer);
+    if (!arguments->prepares && !seam::isRising(arguments->job.pages))
+        misuse("With --no-prepare pages come in the document's order, each once, not: " +
+               arguments->preparation.pageList);
     bool isStandardInput = arguments->input == "-";
     if (arguments->output.empty() && arguments->printer.empty())
         arguments->output =
             isStandardInput
                 ? "-"
                 : besides(arguments->input, arguments->job.isEncapsulated ? ".eps" : ".ps");
+    std::string fault =
+        seam::overwriteFault({arguments->input, arguments->preparation.passwordFile},
+                             {arguments->output, arguments->placedAt, arguments->pageMap});
+    if (!fault.empty())
+        misuse(fault);
     if (arguments->job.title.empty())
         arguments->job.title = isStandardInput ? "document" : baseName(arguments->input);
 }

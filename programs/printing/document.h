@@ -7,6 +7,7 @@
 #include <atomic>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "job/job.h"
 #include "programs/printing/preparation.h"
@@ -35,8 +36,9 @@ struct Remark {
 struct PrintListener {
     std::function<void(const Remark &)> remark;
     std::function<void(int page, int count)> progress; /* page of the job, from 1, begins */
-    std::function<void()> missingPreparation;          /* pdf_prepare is not installed */
-    const std::atomic<bool> *cancel = nullptr;         /* nothing is printed once it is set */
+    std::function<void(const std::vector<int> &numbers)> pageMap; /* of what has been printed */
+    std::function<void()> missingPreparation;                     /* pdf_prepare is not installed */
+    const std::atomic<bool> *cancel = nullptr; /* nothing is printed once it is set */
 };
 
 enum class Printed { WHOLE, INCOMPLETE, NOTHING };

@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "programs/printing/process.h"
+#include "seam/pages.h"
 
 namespace {
 
@@ -21,6 +22,8 @@ std::vector<std::string> commandLine(const PreparationOptions &options)
         words.push_back("--password-file=" + options.passwordFile);
     if (!options.annotations.empty())
         words.push_back("--annotations=" + options.annotations);
+    if (!options.pageMap.empty())
+        words.push_back("--page-map=" + options.pageMap);
     if (!options.level.empty())
         words.push_back("--level=" + options.level);
     return words;
@@ -48,7 +51,7 @@ Notice readNotice(const std::string &line)
 } // namespace
 
 Preparation prepareDocument(const PreparationOptions &options, const std::string &input,
-                            const std::string &plain,
+                            const std::string &plain, std::vector<int> *pageNumbers,
                             const std::function<void(const Notice &)> &notice)
 {
     auto pass = [&](const std::string &line) { notice(readNotice(line)); };
@@ -62,5 +65,8 @@ Preparation prepareDocument(const PreparationOptions &options, const std::string
         return errno == ENOENT || errno == EACCES ? Preparation::MISSING : Preparation::FAILED;
     if (result.status == STATUS_UNNEEDED)
         return Preparation::UNNEEDED;
-    return result.status == 0 ? Preparation::DONE : Preparation::FAILED;
+    if (result.status != 0)
+        return Preparation::FAILED;
+    bool isMapped = seam::readPageMapFile(options.pageMap, pageNumbers);
+    return isMapped ? Preparation::DONE : Preparation::NO_PAGE_MAP;
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "tests/postscript/print_job.h"
 #include "tests/support/conversion.h"
@@ -77,7 +78,7 @@ TEST(PrintCommand, WrongUseIsStatusTwo)
     for (const Lines &arguments : {Lines{},
                                    Lines{"a.pdf", "b.pdf"},
                                    Lines{"--pages=", "a.pdf"},
-                                   Lines{"--pages=3-1", "a.pdf"},
+                                   Lines{"--pages=3,x", "a.pdf"},
                                    Lines{"--pages=0", "a.pdf"},
                                    Lines{"--pages=1;2", "a.pdf"},
                                    Lines{"--copies=0", "a.pdf"},
@@ -198,9 +199,182 @@ TEST(PrintCommand, PagesOfAPreparedDocumentKeepTheirNumbers)
               0);
     ProgramResult result = run(directory, {"--pages=5-,2", "-o", "-", "new.pdf"});
     EXPECT_EQ(result.status, 0) << result.err;
-    for (const char *line : {"\n%%Page: (2) 1\n", "\n%%Page: (5) 2\n", "\n%%Page: (6) 3\n",
+    for (const char *line : {"\n%%Page: (5) 1\n", "\n%%Page: (6) 2\n", "\n%%Page: (2) 3\n",
                              "\n%%PageBoundingBox: 0 0 60 50\n"})
         EXPECT_EQ(occurrences(result.out, line), 1u) << line;
+}
+
+/* Pages of 10, 20, ... points' width. */
+std::string steppedPages(int count, const std::string &catalog = "")
+{
+    PdfBuilder pdf;
+    pdf.catalogEntries = catalog;
+    for (int i = 1; i <= count; i++)
+        pdf.addPage("/MediaBox [0 0 " + std::to_string(10 * i) + " 50] /Contents " +
+                    ref(pdf.addStream("", BAR)));
+    return pdf.build();
+}
+
+/* What stands behind a comment's name, each time. */
+Lines behind(const std::string &job, const std::string &mark)
+{
+    Lines found;
+    for (const std::string &line : commentsOf(job))
+        if (line.starts_with(mark))
+            found.push_back(line.substr(mark.size()));
+    return found;
+}
+
+TEST(PrintCommand, PagesComeInTheOrderOfTheList)
+{
+    struct Case {
+        const char *list;
+        Lines pages;
+    };
+    ScratchDirectory directory;
+    directory.write("a.pdf", steppedPages(5));
+    for (const Case &c : std::initializer_list<Case>{
+             {"3,1,1", {"(3) 1", "(1) 2", "(1) 3"}},
+             {"5-4,2", {"(5) 1", "(4) 2", "(2) 3"}},
+             {"odd", {"(1) 1", "(3) 2", "(5) 3"}},
+             {"even,last", {"(2) 1", "(4) 2", "(5) 3"}},
+             {"z-4", {"(5) 1", "(4) 2"}},
+             {"r2-,r5", {"(4) 1", "(5) 2", "(1) 3"}},
+             {"1-4:even", {"(2) 1", "(4) 2"}},
+         }) {
+        ProgramResult result =
+            run(directory, {std::string("--pages=") + c.list, "-o", "-", "a.pdf"});
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.err, "");
+        EXPECT_EQ(behind(result.out, "%%Page: "), c.pages) << c.list;
+        Lines boxes;
+        for (const std::string &page : c.pages)
+            boxes.push_back("0 0 " + page.substr(1, 1) + "0 50");
+        EXPECT_EQ(behind(result.out, "%%PageBoundingBox: "), boxes) << c.list;
+    }
+}
+
+TEST(PrintCommand, ARepeatedPageIsDrawnEachTime)
+{
+    std::string pdf = steppedPages(5);
+    PrintedJob all = printFile(jobOf(pdf)),
+               some = printFile(printPdf(pdf, {"--pages=5,3,5"}).output);
+    ASSERT_EQ(all.pages.size(), 5u);
+    ASSERT_EQ(some.pages.size(), 3u);
+    EXPECT_TRUE(some.pages[0].rgb == all.pages[4].rgb);
+    EXPECT_TRUE(some.pages[1].rgb == all.pages[2].rgb);
+    EXPECT_TRUE(some.pages[2].rgb == all.pages[4].rgb);
+}
+
+TEST(PrintCommand, LabelsGoWithTheirPages)
+{
+    ScratchDirectory directory;
+    directory.write("a.pdf",
+                    steppedPages(4, "/PageLabels << /Nums [0 << /S /r /St 3 >> 2 << /S /D >>] >>"));
+    ProgramResult result = run(directory, {"--pages=4-2,2", "-o", "-", "a.pdf"});
+    EXPECT_EQ(behind(result.out, "%%Page: "), (Lines{"(2) 1", "(1) 2", "(iv) 3", "(iv) 4"}));
+}
+
+TEST(PrintCommand, PagesThatDoNotExistAreSaid)
+{
+    ScratchDirectory directory;
+    directory.write("a.pdf", steppedPages(3));
+    ProgramResult none = run(directory, {"--pages=4,9-", "a.pdf"});
+    EXPECT_EQ(none.status, 1);
+    EXPECT_EQ(none.err,
+              "pdf_print: a.pdf: None of these pages exists: the document has 3 pages.\n");
+    ProgramResult part = run(directory, {"--pages=99,2", "-o", "-", "a.pdf"});
+    EXPECT_EQ(part.status, 0);
+    EXPECT_EQ(part.err, "pdf_print: a.pdf: 99: the document has 3 pages.\n");
+    EXPECT_EQ(behind(part.out, "%%Page: "), Lines{"(2) 1"});
+}
+
+TEST(PrintCommand, MessagesNameThePageOfTheDocument)
+{
+    PdfBuilder pdf;
+    int content = pdf.addStream("", BAR);
+    int broken = pdf.addStream("/Filter /FlateDecode", "no compressed data");
+    for (int i = 1; i <= 5; i++)
+        pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(i == 4 ? broken : content));
+    ScratchDirectory directory;
+    directory.write("a.pdf", pdf.build());
+    for (const char *list : {"--pages=5,4,4", "--pages=even", "--pages=4-2"}) {
+        ProgramResult result = run(directory, {list, "-o", "-", "a.pdf"});
+        EXPECT_EQ(occurrences(result.err, "pdf_print: a.pdf: page 4: "), 1u) << result.err;
+        EXPECT_EQ(occurrences(result.err, ": page "), 1u) << result.err;
+    }
+}
+
+TEST(PrintCommand, ThePageMapHasTheNumbersOfThePages)
+{
+    ScratchDirectory directory;
+    directory.write("a.pdf", steppedPages(3));
+    run(directory, {"--pages=3,1,1", "--page-map=map", "-o", "a.ps", "a.pdf"});
+    EXPECT_EQ(readFile(directory / "map"), "pages 3\n3\n1\n1\n");
+    run(directory, {"--page-map=map", "-o", "a.ps", "a.pdf"});
+    EXPECT_EQ(readFile(directory / "map"), "pages 3\n1\n2\n3\n");
+    run(directory, {"--no-prepare", "--pages=2-", "--page-map=map", "-o", "a.ps", "a.pdf"});
+    EXPECT_EQ(readFile(directory / "map"), "pages 2\n2\n3\n");
+}
+
+/* Every name of a document that is written to is refused, and the document stays as it was. */
+TEST(PrintCommand, TheOutputIsNeverTheInput)
+{
+    ScratchDirectory directory;
+    const std::string pdf = onePagePdf(BAR);
+    directory.write("d.pdf", pdf);
+    ASSERT_EQ(symlink("d.pdf", (directory / "soft.ps").c_str()), 0);
+    ASSERT_EQ(link((directory / "d.pdf").c_str(), (directory / "hard.ps").c_str()), 0);
+    Lines before = directory.names();
+    for (const Lines &arguments : std::initializer_list<Lines>{
+             {"-o", "d.pdf", "d.pdf"},
+             {"-o", "./d.pdf", "d.pdf"},
+             {"-o", directory / "d.pdf", "d.pdf"},
+             {"-o", "soft.ps", "d.pdf"},
+             {"-o", "hard.ps", "d.pdf"},
+             {"-o", "d.pdf", "soft.ps"},
+             {"--no-prepare", "-o", "d.pdf", "hard.ps"},
+             {"-o", "out.ps", "--page-map=hard.ps", "d.pdf"},
+             {"-o", "out.ps", "--placed-at=soft.ps", "d.pdf"},
+         }) {
+        ProgramResult result = run(directory, arguments);
+        EXPECT_EQ(result.status, 2) << arguments[1];
+        EXPECT_TRUE(result.err.starts_with("pdf_print: The output would overwrite what is read: "))
+            << result.err;
+        EXPECT_EQ(readFile(directory / "d.pdf"), pdf);
+        EXPECT_EQ(directory.names(), before);
+    }
+    /* The name beside the document that is taken when none is given. */
+    ASSERT_EQ(symlink("d.pdf", (directory / "d.ps").c_str()), 0);
+    EXPECT_EQ(run(directory, {"d.pdf"}).status, 2);
+    EXPECT_EQ(readFile(directory / "d.pdf"), pdf);
+}
+
+TEST(PrintCommand, TheOutputIsNoFileOfAnOption)
+{
+    ScratchDirectory directory;
+    directory.write("d.pdf", onePagePdf(BAR));
+    directory.write("secret", "word\n");
+    ProgramResult result = run(directory, {"--password-file=secret", "-o", "./secret", "d.pdf"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(readFile(directory / "secret"), "word\n");
+}
+
+TEST(PrintCommand, StandardOutputIsNeverTheInput)
+{
+    ScratchDirectory directory;
+    const std::string pdf = onePagePdf(BAR);
+    directory.write("d.pdf", pdf);
+    for (const char *line :
+         {"\"$PRINT\" -o - d.pdf >>d.pdf", "\"$PRINT\" -o /dev/stdout d.pdf 1<>d.pdf",
+          "\"$PRINT\" - <d.pdf 1<>d.pdf", "\"$PRINT\" -o d.pdf - <d.pdf"}) {
+        ProgramOptions options;
+        options.directory = directory.path;
+        options.environment = {{"PRINT", printProgramPath()}};
+        ProgramResult result = runProgram({"sh", "-c", line}, options);
+        EXPECT_EQ(result.status, 2) << line << result.err;
+        EXPECT_EQ(readFile(directory / "d.pdf"), pdf) << line;
+    }
 }
 
 /* A stand-in for the print system's command, which keeps what it gets. */
