@@ -10,7 +10,8 @@ trap 'rm -rf "$work"' EXIT
 
 # Texts that stand on several lines in the code are joined.
 find "$source/seam" "$source/programs" "$source/prepare" "$source/job" "$source/tools" \
-    "$source/data/ps" -name '*.cpp' -o -name '*.h' -o -name '*.ps' -o -name 'pdf_print-batch' | sort | xargs cat | tr -d '\n' |
+    "$source/data/ps" -type f -regex '.*\.\(cpp\|h\|def\|ps\)\|.*/pdf_print-batch' | sort | xargs cat |
+    tr -d '\n' |
     sed 's/" *"//g' >"$work/code"
 
 sed -n '/^## Messages/,$p' "$source/docs/printing.md" | sed -n 's/^| \(`[^|]*\) |.*/\1/p' |
