@@ -16,7 +16,6 @@
 #include <string>
 
 #include <fcntl.h>
-#include <getopt.h>
 #include <sys/prctl.h>
 #include <sys/random.h>
 #include <sys/resource.h>
@@ -27,7 +26,7 @@
 #include "prepare/document/program.h"
 #include "prepare/paint/region.h"
 #include "prepare/prepare.h"
-#include "seam/files.h"
+#include "seam/options.h"
 
 namespace {
 
@@ -41,68 +40,15 @@ enum Status {
     STATUS_UNNEEDED = 4
 };
 
-constexpr char HELP[] =
-    "Usage: pdf_prepare [options] IN.pdf OUT.pdf\n"
-    "       pdf_prepare --probe [options] IN.pdf\n"
-    "Turns any PDF into a plain one that pdf_to_ps converts.\n"
-    "\n"
-    "  --pages=LIST            only these pages, such as 2-5,9,12-\n"
-    "  --annotations=WHICH     print (default), screen or none\n"
-    "  --level=N               of the printer's language: 3 (default), or 2: no Flate, Type 1 "
-    "fonts\n"
-    "  --resolution=N          pixels per inch of what can only be drawn: 300, or 36 to 2400\n"
-    "  --password-file=FILE    the document's password is the first line of FILE\n"
-    "  --if-needed             write nothing, status 4, when there is nothing to do\n"
-    "  --probe                 only say whether there is something to do: status 3; 0 if not\n"
-    "  --help, --version\n"
-    "\n"
-    "Status: 0 done, 1 not done (no output), 2 wrong use, 3 with --probe only, 4 with\n"
-    "--if-needed only.\n";
+constexpr seam::Program PROGRAM = seam::PREPARE;
 
 struct Arguments {
     Options options;
     bool probe = false;
     bool ifNeeded = false;
     std::string in, out;
-    std::string password; /* the file it stands in */
-    std::string pageMap;  /* a file for the page map; empty: none is wanted */
+    std::string pageMap; /* a file for the page map; empty: none is wanted */
 };
-
-[[noreturn]] void misuse(const std::string &text)
-{
-    fprintf(stderr, "pdf_prepare: %s\nTry 'pdf_prepare --help'.\n", text.c_str());
-    exit(STATUS_USAGE);
-}
-
-seam::PageRanges readPages(const char *list)
-{
-    seam::PageRanges pages;
-    std::string fault;
-    if (!seam::readPageRanges(list, &pages, &fault))
-        misuse(fault);
-    return pages;
-}
-
-Annotations readAnnotations(const std::string &which)
-{
-    if (which == "print")
-        return Annotations::PRINT;
-    if (which == "screen")
-        return Annotations::SCREEN;
-    if (which == "none")
-        return Annotations::NONE;
-    misuse("Not print, screen or none: " + which);
-}
-
-int readResolution(const std::string &text)
-{
-    bool isNumber = !text.empty() && text.size() <= 4 &&
-                    text.find_first_not_of("0123456789") == std::string::npos;
-    int resolution = isNumber ? std::stoi(text) : 0;
-    if (resolution < MIN_RESOLUTION || resolution > MAX_RESOLUTION)
-        misuse("Not a resolution of 36 to 2400 pixels per inch: " + text);
-    return resolution;
-}
 
 std::string readPassword(const char *path)
 {
@@ -117,45 +63,39 @@ std::string readPassword(const char *path)
     return line;
 }
 
-void readOption(int option, Arguments *arguments)
+void readOption(seam::Option option, const char *value, Arguments *arguments)
 {
+    using seam::Option;
+    constexpr Annotations kinds[] = {Annotations::PRINT, Annotations::SCREEN, Annotations::NONE};
+    Options &options = arguments->options;
+    if (seam::choosePagesBy(PROGRAM, option, value, &options.pages))
+        return;
     switch (option) {
-    case 'p':
-        arguments->options.pages = readPages(optarg);
+    case Option::ANNOTATIONS:
+        options.annotations =
+            kinds[seam::readWord(PROGRAM, option, value, "What is printed of annotations")];
         return;
-    case 'a':
-        arguments->options.annotations = readAnnotations(optarg);
+    case Option::RESOLUTION:
+        options.resolution =
+            (int)seam::readNumber(PROGRAM, value, "The resolution", MIN_RESOLUTION, MAX_RESOLUTION);
         return;
-    case 'r':
-        arguments->options.resolution = readResolution(optarg);
+    case Option::LEVEL:
+        options.level = (int)seam::readNumber(PROGRAM, value, "The level", 2, 3);
         return;
-    case 'l':
-        if (strcmp(optarg, "2") != 0 && strcmp(optarg, "3") != 0)
-            misuse("The level is 2 or 3, not: " + std::string(optarg));
-        arguments->options.level = *optarg - '0';
+    case Option::PASSWORD_FILE:
+        options.password = readPassword(value);
         return;
-    case 'w':
-        arguments->password = optarg;
-        arguments->options.password = readPassword(optarg);
-        return;
-    case 'n':
+    case Option::IF_NEEDED:
         arguments->ifNeeded = true;
         return;
-    case 'm':
-        arguments->pageMap = optarg;
+    case Option::PAGE_MAP:
+        arguments->pageMap = value;
         return;
-    case 'q':
+    case Option::PROBE:
         arguments->probe = true;
         return;
-    case 'h':
-        fputs(HELP, stdout);
-        exit(STATUS_DONE);
-    case 'v':
-        puts("pdf_prepare " PDF_PREPARE_VERSION);
-        exit(STATUS_DONE);
     default:
-        fputs("Try 'pdf_prepare --help'.\n", stderr);
-        exit(STATUS_USAGE);
+        return;
     }
 }
 
@@ -167,31 +107,20 @@ std::string exact(const std::string &name)
 
 Arguments readArguments(int argc, char **argv)
 {
-    static const option options[] = {
-        {"pages", required_argument, nullptr, 'p'},
-        {"annotations", required_argument, nullptr, 'a'},
-        {"resolution", required_argument, nullptr, 'r'},
-        {"level", required_argument, nullptr, 'l'},
-        {"password-file", required_argument, nullptr, 'w'},
-        {"page-map", required_argument, nullptr, 'm'},
-        {"probe", no_argument, nullptr, 'q'},
-        {"if-needed", no_argument, nullptr, 'n'},
-        {"help", no_argument, nullptr, 'h'},
-        {"version", no_argument, nullptr, 'v'},
-        {nullptr, 0, nullptr, 0},
-    };
     Arguments arguments;
-    for (int option; (option = getopt_long(argc, argv, "", options, nullptr)) != -1;)
-        readOption(option, &arguments);
-    if (argc - optind != (arguments.probe ? 1 : 2))
-        misuse(arguments.probe ? "One file is wanted." : "Two files are wanted.");
-    arguments.in = argv[optind];
-    if (!arguments.probe)
-        arguments.out = argv[optind + 1];
-    std::string fault = seam::overwriteFault({exact(arguments.in), exact(arguments.password)},
-                                             {exact(arguments.out), exact(arguments.pageMap)});
-    if (!fault.empty())
-        misuse(fault);
+    seam::CommandLine line =
+        seam::readCommandLine(PROGRAM, argc, argv, [&](seam::Option option, const char *value) {
+            readOption(option, value, &arguments);
+        });
+    if (line.operands.size() != (arguments.probe ? 1 : 2))
+        seam::misuse(PROGRAM, arguments.probe ? "One file is wanted." : "Two files are wanted.");
+    arguments.in = exact(line.operands[0]);
+    line.inputs.push_back(arguments.in);
+    if (!arguments.probe) {
+        arguments.out = exact(line.operands[1]);
+        line.outputs.push_back(arguments.out);
+    }
+    seam::refuseOverwriting(PROGRAM, line);
     return arguments;
 }
 

@@ -15,7 +15,6 @@
 #include <string>
 #include <vector>
 
-#include <getopt.h>
 #include <strings.h>
 #include <unistd.h>
 
@@ -23,8 +22,7 @@
 #include "programs/pdf_print-preview/picture.h"
 #include "programs/printing/document.h"
 #include "programs/printing/process.h"
-#include "seam/files.h"
-#include "seam/pages.h"
+#include "seam/options.h"
 #include "zelkov/file.h"
 #include "zelkov/host.h"
 #include "zelkov/process.h"
@@ -38,22 +36,10 @@ enum Status {
     STATUS_OVER = 3, /* a page differs by more than --fail-over */
 };
 
-constexpr char HELP[] =
-    "Usage: pdf_print-preview [options] FILE.pdf [-- options of pdf_print]\n"
-    "Shows a document beside its print: writes FILE.html, one file with all pictures in it.\n"
-    "\n"
-    "  -o, --output=FILE    write FILE\n"
-    "      --pages=LIST     only these pages, such as 2-5,9,12-\n"
-    "      --dpi=N          resolution of the pictures (default 96)\n"
-    "      --fail-over=PCT  status 3 when more of any page differs\n"
-    "      --help, --version\n"
-    "\n"
-    "Status: 0 written, 1 nothing printed or not written, 2 wrong use, 3 see --fail-over.\n"
-    "Needs gs (Ghostscript) and pdftoppm (poppler-utils).\n";
+constexpr seam::Program PROGRAM = seam::PREVIEW;
 
 struct Arguments {
     std::string input, output;
-    std::string pageList;
     seam::PageRanges pages;
     std::string dpi = "96";
     double failOver = -1; /* percent; negative: not wanted */
@@ -64,8 +50,7 @@ struct Arguments {
 
 [[noreturn]] void misuse(const std::string &text)
 {
-    fprintf(stderr, "pdf_print-preview: %s\nTry 'pdf_print-preview --help'.\n", text.c_str());
-    exit(STATUS_USAGE);
+    seam::misuse(PROGRAM, text);
 }
 
 double readNumber(const char *text, const char *what, double lowest, double highest)
@@ -79,46 +64,37 @@ double readNumber(const char *text, const char *what, double lowest, double high
     return value;
 }
 
-void readOption(int option, Arguments *arguments)
+void readOption(seam::Option option, const char *value, Arguments *arguments)
 {
+    using seam::Option;
+    if (seam::choosePagesBy(PROGRAM, option, value, &arguments->pages))
+        return;
     switch (option) {
-    case 'o':
-        arguments->output = optarg;
+    case Option::OUTPUT_PAGE:
+        arguments->output = value;
         return;
-    case 'p':
-        arguments->pageList = optarg;
-        if (std::string fault; !seam::readPageRanges(optarg, &arguments->pages, &fault))
-            misuse(fault);
+    case Option::DPI:
+        arguments->dpi = std::to_string((int)readNumber(value, "The resolution", 10, 600));
         return;
-    case 'r':
-        arguments->dpi = std::to_string((int)readNumber(optarg, "The resolution", 10, 600));
+    case Option::FAIL_OVER:
+        arguments->failOver = readNumber(value, "The bound", 0, 100);
         return;
-    case 'f':
-        arguments->failOver = readNumber(optarg, "The bound", 0, 100);
-        return;
-    case 'h':
-        fputs(HELP, stdout);
-        exit(STATUS_DONE);
-    case 'v':
-        puts("pdf_print-preview " PDF_PRINT_VERSION);
-        exit(STATUS_DONE);
     default:
-        fputs("Try 'pdf_print-preview --help'.\n", stderr);
-        exit(STATUS_USAGE);
+        return;
     }
+}
+
+/* The name of the output beside an input. */
+std::string besides(const std::string &input)
+{
+    std::string name = input;
+    if (name.size() > 4 && strcasecmp(&name[name.size() - 4], ".pdf") == 0)
+        name.resize(name.size() - 4);
+    return name + ".html";
 }
 
 Arguments readArguments(int argc, char **argv)
 {
-    constexpr option options[] = {
-        {"output", required_argument, nullptr, 'o'},
-        {"pages", required_argument, nullptr, 'p'},
-        {"dpi", required_argument, nullptr, 'r'},
-        {"fail-over", required_argument, nullptr, 'f'},
-        {"help", no_argument, nullptr, 'h'},
-        {"version", no_argument, nullptr, 'v'},
-        {nullptr, 0, nullptr, 0},
-    };
     Arguments arguments;
     int own = (int)(std::find(argv, argv + argc, std::string("--")) - argv);
     for (int i = own + 1; i < argc; i++) {
@@ -126,23 +102,20 @@ Arguments readArguments(int argc, char **argv)
         if (arguments.printOptions.back().starts_with("--page"))
             misuse("--pages stands before --.");
     }
-    for (int option; (option = getopt_long(own, argv, "o:", options, nullptr)) != -1;)
-        readOption(option, &arguments);
-    if (own - optind != 1)
-        misuse(own == optind ? "A file is wanted." : "One file at a time.");
-    arguments.input = argv[optind];
+    seam::CommandLine line =
+        seam::readCommandLine(PROGRAM, own, argv, [&](seam::Option option, const char *value) {
+            readOption(option, value, &arguments);
+        });
+    if (line.operands.size() != 1)
+        misuse(line.operands.empty() ? "A file is wanted." : "One file at a time.");
+    arguments.input = line.operands[0];
     if (arguments.input.starts_with("-"))
-        arguments.input = std::string("./").append(arguments.input);
-    if (arguments.output.empty()) {
-        arguments.output = arguments.input;
-        size_t length = arguments.output.size();
-        if (length > 4 && strcasecmp(&arguments.output[length - 4], ".pdf") == 0)
-            arguments.output.resize(length - 4);
-        arguments.output += ".html";
-    }
-    std::string fault = seam::overwriteFault({arguments.input}, {arguments.output});
-    if (!fault.empty())
-        misuse(fault);
+        arguments.input.insert(0, "./");
+    if (arguments.output.empty())
+        arguments.output = besides(arguments.input);
+    line.inputs.push_back(arguments.input);
+    line.outputs.push_back(arguments.output);
+    seam::refuseOverwriting(PROGRAM, line);
     return arguments;
 }
 
@@ -183,8 +156,8 @@ bool print(Preview &preview, const std::string &job, const std::string &pageMap)
     const Arguments &arguments = preview.arguments;
     std::vector<std::string> command = {ownProgram("pdf_print")};
     command.insert(command.end(), arguments.printOptions.begin(), arguments.printOptions.end());
-    if (!arguments.pageList.empty())
-        command.push_back("--pages=" + arguments.pageList);
+    for (const std::string &word : seam::pageWords(arguments.pages))
+        command.push_back(word);
     command.insert(command.end(),
                    {"--progress=never", "--page-map=" + pageMap, "--placed-at=" + arguments.output,
                     "--output=" + job, "--", arguments.input});

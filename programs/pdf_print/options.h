@@ -20,11 +20,10 @@ enum class Progress { AUTO, NEVER, ALWAYS };
 
 struct Arguments {
     job::Options job;
-    std::string input;    /* "-": standard input */
-    std::string output;   /* "-": standard output; empty: beside the input, or the printer's */
-    std::string printer;  /* empty: none */
-    std::string pageMap;  /* a file for the numbers of the job's pages; empty: none is wanted */
-    std::string placedAt; /* where the caller will put the output; empty: it stays */
+    std::string input;   /* "-": standard input */
+    std::string output;  /* "-": standard output; empty: beside the input, or the printer's */
+    std::string printer; /* empty: none */
+    std::string pageMap; /* a file for the numbers of the job's pages; empty: none is wanted */
     PreparationOptions preparation;
     bool prepares = true;
     bool isStrict = false;

@@ -335,6 +335,5 @@ bool applyOptions(const JobOptions &options, const PrinterDescription &printer,
     std::string list = valueOf(options, "page-ranges");
     if (list.empty())
         return true;
-    request->preparation.pageList = list;
     return seam::readPageRanges(list, &job.pages, fault);
 }

@@ -116,6 +116,7 @@ bool prepare(Run &run)
 {
     PrintRequest &request = run.request;
     std::string plain = privateFile("plain.pdf");
+    request.preparation.pages = request.job.pages;
     request.preparation.pageMap = privateFile("pages");
     if (plain.empty())
         return run.fail(withReason("No directory for temporary files"));

@@ -12,7 +12,7 @@
 #include "job/job.h"
 #include "programs/printing/preparation.h"
 
-/* What is to be printed.  The pages of `job` and the list of `preparation` are the same ones. */
+/* What is to be printed.  Its pages are those of `job`. */
 struct PrintRequest {
     std::string input; /* "-": standard input */
     job::Options job;

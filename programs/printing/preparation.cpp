@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 #include "programs/printing/process.h"
-#include "seam/pages.h"
+#include "seam/options.h"
 
 namespace {
 
@@ -16,8 +16,8 @@ constexpr int STATUS_UNNEEDED = 4; /* of --if-needed */
 std::vector<std::string> commandLine(const PreparationOptions &options)
 {
     std::vector<std::string> words = {ownProgram("pdf_prepare")};
-    if (!options.pageList.empty())
-        words.push_back("--pages=" + options.pageList);
+    for (const std::string &word : seam::pageWords(options.pages))
+        words.push_back(word);
     if (!options.passwordFile.empty())
         words.push_back("--password-file=" + options.passwordFile);
     if (!options.annotations.empty())

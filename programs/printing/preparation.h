@@ -8,9 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "seam/pages.h"
+
 /* What it is told; empty: its own defaults. */
 struct PreparationOptions {
-    std::string pageList, passwordFile, annotations, resolution, level;
+    seam::PageRanges pages;
+    std::string passwordFile, annotations, resolution, level;
     std::string pageMap; /* a file that does not exist, for the page map */
 };
 

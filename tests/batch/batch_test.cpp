@@ -258,8 +258,9 @@ TEST(Batch, WrongUseIsStatusTwo)
     for (const Lines &arguments :
          {Lines{}, Lines{"in"}, Lines{"-o", "out"}, Lines{"in", "-o"}, Lines{"none", "-o", "out"},
           Lines{"in", "-o", "out", "--jobs", "x"}, Lines{"in", "-o", "out", "--unknown"},
-          Lines{"in", "-o", "out", "--", "-o", "x"}, Lines{"in", "-o", "out", "--", "--printer=x"},
-          Lines{"in", "-o", "out", "--share=1/2"}}) {
+          Lines{"in", "-o", "out", "--again=x"}, Lines{"in", "-o", "out", "-x"},
+          Lines{"in", "-oout", "--csv"}, Lines{"in", "-o", "out", "--", "-o", "x"},
+          Lines{"in", "-o", "out", "--", "--printer=x"}, Lines{"in", "-o", "out", "--share=1/2"}}) {
         ProgramResult result = runBatch(directory, arguments);
         EXPECT_EQ(result.status, 2) << result.err;
         EXPECT_EQ(occurrences(result.err, "Try 'pdf_print-batch --help'."), 1u) << result.err;

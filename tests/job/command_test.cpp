@@ -59,12 +59,13 @@ TEST(PrintCommand, HelpHasALineForEachOption)
     ProgramResult help = run(directory, {"--help"});
     EXPECT_EQ(help.status, 0);
     for (const char *option :
-         {"-o, --output",  "-d, --printer",   "--title",       "--pages",      "--copies",
-          "--collate",     "--duplex",        "--annotations", "--paper",      "--fit",
-          "--shrink",      "--actual",        "--no-centre",   "--ascii",      "--binary",
-          "--no-compress", "--level",         "--eps",         "--resolution", "--printer-memory",
-          "--max-output",  "--password-file", "--no-prepare",  "--strict",     "--keep-going",
-          "-q, --quiet",   "-v, --verbose",   "--progress",    "--help",       "--version"})
+         {"-o, --output",  "-d, --printer", "--title",       "--pages",         "--copies",
+          "--collate",     "--duplex",      "--annotations", "--paper",         "--fit",
+          "--shrink",      "--actual",      "--no-centre",   "--ascii",         "--binary",
+          "--no-compress", "--level",       "--eps",         "--resolution",    "--printer-memory",
+          "--page-set",    "--reverse",     "--max-output",  "--password-file", "--no-prepare",
+          "--strict",      "--keep-going",  "-q, --quiet",   "-v, --verbose",   "--progress",
+          "--help",        "--version"})
         EXPECT_EQ(occurrences(help.out, std::string(option)) > 0, true) << option;
     for (const std::string &line : linesOf(help.out))
         EXPECT_LE(line.size(), 90u) << line;
@@ -264,6 +265,23 @@ TEST(PrintCommand, ARepeatedPageIsDrawnEachTime)
     EXPECT_TRUE(some.pages[0].rgb == all.pages[4].rgb);
     EXPECT_TRUE(some.pages[1].rgb == all.pages[2].rgb);
     EXPECT_TRUE(some.pages[2].rgb == all.pages[4].rgb);
+}
+
+TEST(PrintCommand, EverySecondPageAndTheLastOneFirst)
+{
+    ScratchDirectory directory;
+    directory.write("a.pdf", steppedPages(5));
+    auto pages = [&](Lines arguments) {
+        arguments.insert(arguments.end(), {"-o", "-", "a.pdf"});
+        return behind(run(directory, arguments).out, "%%Page: ");
+    };
+    EXPECT_EQ(pages({"--page-set=even"}), (Lines{"(2) 1", "(4) 2"}));
+    EXPECT_EQ(pages({"--pages=2-5", "--page-set=odd"}), (Lines{"(2) 1", "(4) 2"}));
+    EXPECT_EQ(pages({"--reverse", "--pages=3,5"}), (Lines{"(5) 1", "(3) 2"}));
+    EXPECT_EQ(pages({"--page-set=odd", "--reverse"}), (Lines{"(5) 1", "(3) 2", "(1) 3"}));
+    EXPECT_EQ(pages({"--page-set=odd", "--no-prepare"}), (Lines{"(1) 1", "(3) 2", "(5) 3"}));
+    EXPECT_EQ(run(directory, {"--reverse", "--no-prepare", "a.pdf"}).status, 2);
+    EXPECT_EQ(run(directory, {"--page-set=all", "a.pdf"}).status, 2);
 }
 
 TEST(PrintCommand, LabelsGoWithTheirPages)
