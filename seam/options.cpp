@@ -120,7 +120,7 @@ void misuse(Program program, const std::string &text)
 }
 
 CommandLine readCommandLine(Program program, int argc, char **argv,
-                            const std::function<void(Option, const char *)> &act)
+                            const std::function<bool(Option, const char *)> &act)
 {
     constexpr int FIRST = 256; /* getopt's value of the first row; letters are below */
     std::vector<option> names;
@@ -155,7 +155,8 @@ CommandLine readCommandLine(Program program, int argc, char **argv,
             line.inputs.push_back(optarg);
         if (row.values == std::string(WRITES))
             line.outputs.push_back(optarg);
-        act(row.id, row.argument ? optarg : nullptr);
+        if (!act(row.id, row.argument ? optarg : nullptr))
+            misuse(program, std::string("Nothing acts on --") + row.name + ".");
     }
     line.operands.assign(argv + optind, argv + argc);
     return line;

@@ -65,10 +65,11 @@ struct CommandLine {
     std::vector<std::string> inputs, outputs; /* files that options name */
 };
 
-/* Reads a command line: calls `act` for each option with its value (null: it has none).  Ends the
- * process after --help and --version, and, as misuse does, where an option is not known. */
+/* Reads a command line: calls `act` for each option with its value (null: it has none); false:
+ * nothing acts on it.  Ends the process after --help and --version, and, as misuse does, where an
+ * option is not known or not acted on. */
 CommandLine readCommandLine(Program program, int argc, char **argv,
-                            const std::function<void(Option, const char *)> &act);
+                            const std::function<bool(Option, const char *)> &act);
 
 /* Ends the process, as misuse does, where one of the outputs is one of the inputs. */
 void refuseOverwriting(Program program, const CommandLine &files);

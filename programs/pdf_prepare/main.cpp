@@ -63,39 +63,39 @@ std::string readPassword(const char *path)
     return line;
 }
 
-void readOption(seam::Option option, const char *value, Arguments *arguments)
+bool readOption(seam::Option option, const char *value, Arguments *arguments)
 {
     using seam::Option;
     constexpr Annotations kinds[] = {Annotations::PRINT, Annotations::SCREEN, Annotations::NONE};
     Options &options = arguments->options;
     if (seam::choosePagesBy(PROGRAM, option, value, &options.pages))
-        return;
+        return true;
     switch (option) {
     case Option::ANNOTATIONS:
         options.annotations =
             kinds[seam::readWord(PROGRAM, option, value, "What is printed of annotations")];
-        return;
+        return true;
     case Option::RESOLUTION:
         options.resolution =
             (int)seam::readNumber(PROGRAM, value, "The resolution", MIN_RESOLUTION, MAX_RESOLUTION);
-        return;
+        return true;
     case Option::LEVEL:
         options.level = (int)seam::readNumber(PROGRAM, value, "The level", 2, 3);
-        return;
+        return true;
     case Option::PASSWORD_FILE:
         options.password = readPassword(value);
-        return;
+        return true;
     case Option::IF_NEEDED:
         arguments->ifNeeded = true;
-        return;
+        return true;
     case Option::PAGE_MAP:
         arguments->pageMap = value;
-        return;
+        return true;
     case Option::PROBE:
         arguments->probe = true;
-        return;
+        return true;
     default:
-        return;
+        return false;
     }
 }
 
@@ -110,7 +110,7 @@ Arguments readArguments(int argc, char **argv)
     Arguments arguments;
     seam::CommandLine line =
         seam::readCommandLine(PROGRAM, argc, argv, [&](seam::Option option, const char *value) {
-            readOption(option, value, &arguments);
+            return readOption(option, value, &arguments);
         });
     if (line.operands.size() != (arguments.probe ? 1 : 2))
         seam::misuse(PROGRAM, arguments.probe ? "One file is wanted." : "Two files are wanted.");

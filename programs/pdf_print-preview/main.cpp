@@ -64,23 +64,23 @@ double readNumber(const char *text, const char *what, double lowest, double high
     return value;
 }
 
-void readOption(seam::Option option, const char *value, Arguments *arguments)
+bool readOption(seam::Option option, const char *value, Arguments *arguments)
 {
     using seam::Option;
     if (seam::choosePagesBy(PROGRAM, option, value, &arguments->pages))
-        return;
+        return true;
     switch (option) {
     case Option::OUTPUT_PAGE:
         arguments->output = value;
-        return;
+        return true;
     case Option::DPI:
         arguments->dpi = std::to_string((int)readNumber(value, "The resolution", 10, 600));
-        return;
+        return true;
     case Option::FAIL_OVER:
         arguments->failOver = readNumber(value, "The bound", 0, 100);
-        return;
+        return true;
     default:
-        return;
+        return false;
     }
 }
 
@@ -104,7 +104,7 @@ Arguments readArguments(int argc, char **argv)
     }
     seam::CommandLine line =
         seam::readCommandLine(PROGRAM, own, argv, [&](seam::Option option, const char *value) {
-            readOption(option, value, &arguments);
+            return readOption(option, value, &arguments);
         });
     if (line.operands.size() != 1)
         misuse(line.operands.empty() ? "A file is wanted." : "One file at a time.");

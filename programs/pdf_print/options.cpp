@@ -58,7 +58,7 @@ uint64_t readBytes(const char *text)
     return value << shift;
 }
 
-void readJobOption(seam::Option option, const char *value, job::Options *job)
+bool readJobOption(seam::Option option, const char *value, job::Options *job)
 {
     using seam::Option;
     constexpr int MOST_COPIES = 9999, MOST_MEGABYTES = 1 << 20;
@@ -67,102 +67,104 @@ void readJobOption(seam::Option option, const char *value, job::Options *job)
     switch (option) {
     case Option::TITLE:
         job->title = value;
-        return;
+        return true;
     case Option::COPIES:
         job->copies = readNumber(value, "Copies", 1, MOST_COPIES);
-        return;
+        return true;
     case Option::COLLATE:
         job->isCollated = true;
-        return;
+        return true;
     case Option::DUPLEX:
         job->duplex = edges[seam::readWord(PROGRAM, option, value, "Duplex")];
-        return;
+        return true;
     case Option::PAPER:
         readPaper(value, &job->paper);
-        return;
+        return true;
     case Option::FIT:
         job->paper.scaling = job::Scaling::FIT;
-        return;
+        return true;
     case Option::SHRINK:
         job->paper.scaling = job::Scaling::SHRINK;
-        return;
+        return true;
     case Option::ACTUAL:
         job->paper.scaling = job::Scaling::ACTUAL;
-        return;
+        return true;
     case Option::NO_CENTRE:
     case Option::NO_CENTER:
         job->paper.isCentred = false;
-        return;
+        return true;
     case Option::ASCII:
     case Option::BINARY:
         job->isBinary = option == Option::BINARY;
-        return;
+        return true;
     case Option::NO_COMPRESS:
         job->isCompressed = false;
-        return;
+        return true;
     case Option::EPS:
         job->isEncapsulated = true;
-        return;
+        return true;
     case Option::PRINTER_MEMORY:
         job->printerMemory = (uint64_t)readNumber(value, "Memory", 0, MOST_MEGABYTES) << 20;
-        return;
+        return true;
     case Option::MAX_OUTPUT:
         job->mostOutput = readBytes(value);
-        return;
+        return true;
     default:
-        return;
+        return false;
     }
 }
 
-void readOption(seam::Option option, const char *value, Arguments *arguments)
+bool readOption(seam::Option option, const char *value, Arguments *arguments)
 {
     using seam::Option;
     constexpr Progress times[] = {Progress::AUTO, Progress::ALWAYS, Progress::NEVER};
     if (seam::choosePagesBy(PROGRAM, option, value, &arguments->job.pages))
-        return;
+        return true;
     switch (option) {
     case Option::OUTPUT:
         arguments->output = value;
-        return;
+        return true;
     case Option::PRINTER:
         arguments->printer = value;
-        return;
+        return true;
     case Option::PAGE_MAP:
         arguments->pageMap = value;
-        return;
+        return true;
+    case Option::PLACED_AT: /* nothing but the rule that no output is an input */
+        return true;
     case Option::LEVEL:
         arguments->job.level = readNumber(value, "The level", 2, 3);
         arguments->preparation.level = std::to_string(arguments->job.level);
-        return;
+        return true;
     case Option::ANNOTATIONS:
         seam::readWord(PROGRAM, option, value, "What is printed of annotations");
         arguments->preparation.annotations = value;
-        return;
+        return true;
     case Option::RESOLUTION:
         arguments->preparation.resolution =
             std::to_string(readNumber(value, "The resolution", 36, 2400));
-        return;
+        return true;
     case Option::PASSWORD_FILE:
         arguments->preparation.passwordFile = value;
-        return;
+        return true;
     case Option::NO_PREPARE:
         arguments->prepares = false;
-        return;
+        return true;
     case Option::STRICT:
     case Option::KEEP_GOING:
         arguments->isStrict = option == Option::STRICT;
-        return;
+        return true;
     case Option::QUIET:
         arguments->isQuiet = true;
-        return;
+        return true;
     case Option::VERBOSE:
         arguments->isVerbose = true;
-        return;
+        return true;
     case Option::PROGRESS:
         arguments->progress = times[seam::readWord(PROGRAM, option, value, "Progress")];
-        return;
+        return true;
     default:
-        readJobOption(option, value, &arguments->job);
+        return readJobOption(option, value, &arguments->job);
     }
 }
 
@@ -205,7 +207,7 @@ Arguments readArguments(int argc, char **argv)
     Arguments arguments;
     seam::CommandLine line =
         seam::readCommandLine(PROGRAM, argc, argv, [&](seam::Option option, const char *value) {
-            readOption(option, value, &arguments);
+            return readOption(option, value, &arguments);
         });
     if (line.operands.size() != 1)
         misuse(line.operands.empty() ? "A file is wanted." : "One file at a time.");

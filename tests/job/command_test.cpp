@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "seam/options.h"
 #include "tests/postscript/print_job.h"
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
@@ -70,6 +71,28 @@ TEST(PrintCommand, HelpHasALineForEachOption)
     for (const std::string &line : linesOf(help.out))
         EXPECT_LE(line.size(), 90u) << line;
     EXPECT_EQ(run(directory, {"--version"}).out, "pdf_print 1.3\n");
+}
+
+/* --help ends a program, but what stands in front of it is acted on before. */
+TEST(PrintCommand, EveryOptionOfEveryProgramIsActedOn)
+{
+    ScratchDirectory directory;
+    directory.write("100", "a file\n");
+    std::string programs = printProgramPath();
+    programs.resize(programs.rfind('/') + 1);
+    for (const seam::ProgramRow &program : seam::programRows())
+        for (const seam::OptionRow &row : seam::optionRows()) {
+            if (row.isHeading() || !row.isOf(program.id) || !fileExists(programs + program.name))
+                continue;
+            std::string value = row.values, word = std::string("--") + row.name;
+            bool isWord = !value.empty() && isalnum((unsigned char)value[0]);
+            if (row.argument)
+                word += "=" + (isWord ? value.substr(0, value.find(' ')) : std::string("100"));
+            ProgramOptions options;
+            options.directory = directory.path;
+            ProgramResult result = runProgram({programs + program.name, word, "--help"}, options);
+            EXPECT_EQ(result.status, 0) << program.name << " " << word << ": " << result.err;
+        }
 }
 
 TEST(PrintCommand, WrongUseIsStatusTwo)

@@ -32,6 +32,7 @@ Read read(seam::Program program, Lines words)
     result.line = seam::readCommandLine(
         program, (int)words.size(), argv.data(), [&](Option option, const char *value) {
             result.options.emplace_back(option, value ? value : "(none)");
+            return option != Option::TITLE; /* as if that one had been forgotten */
         });
     return result;
 }
@@ -73,6 +74,12 @@ TEST(Options, WhatIsUnknownIsWrongUse)
                 "Try 'pdf_print --help'");
     EXPECT_EXIT(read(seam::PRINT, {"--fit=1"}), testing::ExitedWithCode(2), "Try");
     EXPECT_EXIT(read(seam::PREVIEW, {"-q"}), testing::ExitedWithCode(2), "Try");
+}
+
+TEST(Options, WhatNothingActsOnIsWrongUse)
+{
+    EXPECT_EXIT(read(seam::PRINT, {"--title=x"}), testing::ExitedWithCode(2),
+                "pdf_print: Nothing acts on --title");
 }
 
 TEST(Options, PageWordsSayTheSameChoice)
