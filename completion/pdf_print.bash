@@ -1,20 +1,33 @@
-# pdf_print.bash - completion of pdf_print's command line in bash
+# pdf_print.bash - completion of its command line in bash; scripts/options.sh writes it
 
 _pdf_print() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-    # "--name=value" comes as three words
+    # "NAME=value" comes as three words
     if [ "$word" = "=" ]; then
         word=
     elif [ "$before" = "=" ]; then
         before=${COMP_WORDS[COMP_CWORD - 2]}
     fi
     case $before in
+    -o | --output)
+        COMPREPLY=($(compgen -f -- "$word"))
+        return
+        ;;
     -d | --printer)
         COMPREPLY=($(compgen -W "$(lpstat -e 2>/dev/null)" -- "$word"))
         return
         ;;
-    -o | --output | --password-file)
-        COMPREPLY=($(compgen -f -- "$word"))
+    --title)
+        return
+        ;;
+    --pages)
+        return
+        ;;
+    --page-set)
+        COMPREPLY=($(compgen -W "odd even" -- "$word"))
+        return
+        ;;
+    --copies)
         return
         ;;
     --duplex)
@@ -26,29 +39,65 @@ _pdf_print() {
         return
         ;;
     --paper)
-        COMPREPLY=($(compgen -W "match a3 a4 a5 a6 b4 b5 letter legal tabloid ledger executive
-            statement folio" -- "$word"))
+        COMPREPLY=($(compgen -W "match a3 a4 a5 a6 b4 b5 letter legal tabloid ledger executive statement folio" -- "$word"))
         return
         ;;
     --level)
         COMPREPLY=($(compgen -W "2 3" -- "$word"))
         return
         ;;
-    --progress)
-        COMPREPLY=($(compgen -W "auto always never" -- "$word"))
+    --resolution)
         return
         ;;
-    --title | --pages | --copies | --resolution | --printer-memory | --max-output)
+    --printer-memory)
+        return
+        ;;
+    --max-output)
+        return
+        ;;
+    --password-file)
+        COMPREPLY=($(compgen -f -- "$word"))
+        return
+        ;;
+    --progress)
+        COMPREPLY=($(compgen -W "auto always never" -- "$word"))
         return
         ;;
     esac
     case $word in
     -*)
-        COMPREPLY=($(compgen -W "--output= --printer= --title= --pages= --copies= --collate
-            --duplex= --annotations= --paper= --fit --shrink --actual --no-centre --ascii --binary
-            --no-compress --level= --eps --resolution= --printer-memory= --max-output=
-            --password-file= --no-prepare --strict --keep-going --quiet --verbose --progress=
-            --help --version" -- "$word"))
+        COMPREPLY=($(compgen -W "--output=
+            --printer=
+            --title=
+            --pages=
+            --page-set=
+            --reverse
+            --copies=
+            --collate
+            --duplex=
+            --annotations=
+            --paper=
+            --fit
+            --shrink
+            --actual
+            --no-centre
+            --ascii
+            --binary
+            --no-compress
+            --level=
+            --eps
+            --resolution=
+            --printer-memory=
+            --max-output=
+            --password-file=
+            --no-prepare
+            --strict
+            --keep-going
+            --quiet
+            --verbose
+            --progress=
+            --help
+            --version" -- "$word"))
         [[ ${COMPREPLY-} == *= ]] && compopt -o nospace
         ;;
     *)

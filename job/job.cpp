@@ -153,10 +153,13 @@ bool hasPages(ConversionRun *run, const Options &options, const Plan &plan)
 {
     if (run->errorFlag)
         return false;
+    for (const std::string &warning : plan.warnings)
+        zolakReport(run, __LINE__, SEVERITY_WARNING, "NOPAGE", "%s", warning.c_str());
     const char *fault = nullptr;
-    if (plan.pages.empty())
-        fault = options.pages.empty() ? "The document has no pages."
-                                      : "The document has none of these pages.";
+    if (!plan.fault.empty())
+        fault = plan.fault.c_str();
+    else if (plan.pages.empty())
+        fault = "The document has no pages.";
     else if (options.isEncapsulated && plan.pages.size() != 1)
         fault = "An encapsulated file holds one page; --pages chooses it.";
     if (fault)
@@ -207,6 +210,8 @@ void runJob(ConversionRun *run, Hearer *hearer, const std::function<ZFile *()> &
     result->isWritten = writeOutput(run, openOutput, &writer, result);
     result->isWhole = writer.isWhole;
     result->pageCount = (int)writer.written;
+    for (size_t i = 0; i < writer.written; i++)
+        result->pageNumbers.push_back(plan.pages[i].number);
     hearer->writer = nullptr;
 }
 

@@ -13,8 +13,9 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
+
+#include "seam/pages.h"
 
 struct ZFile;
 
@@ -36,10 +37,9 @@ struct Paper {
 };
 
 struct Options {
-    /* Pages wanted, ranges with both ends, from 1; empty: all. */
-    std::vector<std::pair<int, int>> pages;
-    /* What page n of the input is called in messages and comments; empty: n. */
-    std::function<int(int)> pageNumber;
+    seam::PageRanges pages; /* wanted: in the document's order, each once; see isRising */
+    /* What page n of the input is called in messages and comments: entry n - 1; n beyond them. */
+    std::vector<int> pageNumbers;
 
     std::string title;
     int copies = 1;
@@ -74,6 +74,7 @@ struct Result {
     bool isWritten = false; /* else there is no output, and a message of severity ERROR said why */
     bool isWhole = true;    /* false: a page is missing in parts, which a message told */
     int pageCount = 0;
+    std::vector<int> pageNumbers; /* of the pages that are written, as messages call them */
     uint64_t byteCount = 0;
 };
 

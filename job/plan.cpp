@@ -65,7 +65,8 @@ struct Walk {
     ConversionRun *run;
     const Options *options;
     Plan *plan;
-    uint32_t lines = 0; /* of the page */
+    std::vector<bool> isChosen = {}; /* by the page's number; empty: all are */
+    uint32_t lines = 0;              /* of the page */
     int32_t depth = 0;
 };
 
@@ -233,22 +234,20 @@ void visitContents(Walk &walk, const PageAttributes &attributes)
     }
 }
 
-bool isChosen(const Options &options, int page)
+/* What a page of the input is called. */
+int numberOf(const Options &options, int page)
 {
-    if (options.pages.empty())
-        return true;
-    return std::any_of(options.pages.begin(), options.pages.end(), [&](const auto &range) {
-        return range.first <= page && page <= range.second;
-    });
+    size_t index = (size_t)page - 1;
+    return index < options.pageNumbers.size() ? options.pageNumbers[index] : page;
 }
 
 void planPage(ConversionRun *run, const PageAttributes &attributes)
 {
     Walk &walk = walkOf(run);
     int page = run->currentPage;
-    if (!isChosen(*walk.options, page))
+    if (!walk.isChosen.empty() && !walk.isChosen[(size_t)page])
         return;
-    int number = walk.options->pageNumber ? walk.options->pageNumber(page) : page;
+    int number = numberOf(*walk.options, page);
     walk.plan->pages.push_back({page, number, pageRectangle(attributes), std::to_string(number)});
     walk.lines = 0;
     if (attributes.resources)
@@ -258,6 +257,36 @@ void planPage(ConversionRun *run, const PageAttributes &attributes)
     visitContents(walk, attributes);
     if (run->errorFlag)
         forgive(run);
+}
+
+/* ---- the list of pages */
+
+void countPage(ConversionRun *run, const PageAttributes &)
+{
+    *static_cast<int *>(run->plan) = run->currentPage;
+}
+
+/* Resolves the list of pages, for which the pages have to be counted first. */
+void choose(ConversionRun *run, Walk *walk)
+{
+    const seam::PageRanges &pages = walk->options->pages;
+    if (pages.isWholeDocument())
+        return;
+    int pageCount = 0;
+    run->plan = &pageCount;
+    run->writePage = countPage;
+    walkPages(run);
+    run->currentPage = 0;
+    if (run->errorFlag)
+        return;
+    seam::ChosenPages chosen = seam::choosePages(pages, pageCount);
+    walk->plan->fault = chosen.fault;
+    walk->plan->warnings = chosen.warnings;
+    if (!seam::isRising(chosen.numbers))
+        walk->plan->fault = "Pages in another order, or more than once, have to be prepared.";
+    walk->isChosen.resize((size_t)pageCount + 1);
+    for (int number : chosen.numbers)
+        walk->isChosen[(size_t)number] = true;
 }
 
 /* ---- what is shared */
@@ -314,6 +343,11 @@ void forgive(ConversionRun *run)
 void makePlan(ConversionRun *run, const Options &options, Plan *plan)
 {
     Walk walk = {run, &options, plan};
+    choose(run, &walk);
+    if (run->errorFlag || !plan->fault.empty()) {
+        run->plan = nullptr;
+        return;
+    }
     run->plan = &walk;
     run->writePage = planPage;
     walkPages(run);

@@ -177,12 +177,14 @@ template <class Run> Outcome refusing(std::vector<Notice> *notices, Run run)
 } // namespace
 
 Outcome prepareFile(const std::string &in, const std::string &out, const Options &options,
-                    std::vector<Notice> *notices)
+                    std::vector<Notice> *notices, std::vector<int> *pageMap)
 {
     return refusing(notices, [&] {
         Document document;
         if (!open(&document, in, options, notices))
             return Outcome::REFUSED;
+        if (pageMap)
+            *pageMap = pageNumbers(document);
         for (Page &page : document.pages) {
             lookAt(&document, &page);
             guarded(&document, &page, [&] { convertImages(&document, &page); });

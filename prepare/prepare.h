@@ -8,36 +8,12 @@
 #ifndef PREPARE_PREPARE_H
 #define PREPARE_PREPARE_H
 
-#include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "prepare/document/options.h"
+
 namespace prepare {
-
-/* Which annotations become part of the page. */
-enum class Annotations { PRINT, SCREEN, NONE };
-
-struct Options {
-    /* Pages wanted, ranges with both ends, from 1; empty: all.  What lies beyond the document is
-     * left out. */
-    std::vector<std::pair<int, int>> pages;
-    std::string password;
-    Annotations annotations = Annotations::PRINT;
-    int level = 3;        /* of the printer's language: at 2 there is no Flate and no compact font */
-    int resolution = 300; /* pixels per inch of what becomes pixels, 36 to 2400 */
-    std::string scratch;  /* path of a directory that does not exist, for the files of other
-                           * programs; empty: each makes one of its own */
-};
-
-/* Bounds of one document; a page that meets one is written as it stands. */
-constexpr int MAX_FORM_DEPTH = 12;
-
-struct Notice {
-    std::string key;  /* "ENCRYPTED", "DAMAGED", "NOFONT", "NOCMAP", "LIMIT", ... */
-    int page;         /* from 1; 0: the document */
-    std::string text; /* a sentence */
-};
 
 enum class Outcome {
     UNCHANGED, /* nothing to do: no output was written */
@@ -45,9 +21,11 @@ enum class Outcome {
     REFUSED, /* the last notice says why; no output was written */
 };
 
-/* Reads `in` and writes `out` when there is something to do.  Throws nothing but std::bad_alloc. */
+/* Reads `in` and writes `out` when there is something to do.  `pageMap`, when it is not null, gets
+ * the number in the document of each page that is written, in their order.  Throws nothing but
+ * std::bad_alloc. */
 Outcome prepareFile(const std::string &in, const std::string &out, const Options &options,
-                    std::vector<Notice> *notices);
+                    std::vector<Notice> *notices, std::vector<int> *pageMap = nullptr);
 
 /* Is there something to do?  Stops at the first thing found.  REFUSED as above. */
 Outcome probeFile(const std::string &in, const Options &options, std::vector<Notice> *notices);

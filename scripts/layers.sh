@@ -6,6 +6,7 @@ set -eu
 cd "$(dirname "$0")/.."
 
 table='
+seam
 zelkov
 tools/compress1_0                zelkov
 tools/compress1_1                zelkov tools/compress1_0
@@ -17,25 +18,26 @@ tools/zolak1_3/pdf_to_ps/writer  zelkov tools/zolak1_3/truetype tools/zolak1_3/p
 tools/zolak1_3/pdf_to_ps/frame   zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer
 library                          zelkov tools/zolak1_3/pdf_to_ps/frame pdf_to_ps
 prepare/model
-prepare/document                 prepare/model
+prepare/document                 seam prepare/model
 prepare/content                  prepare/model prepare/document
 prepare/fonts                    prepare/model prepare/document prepare/content
 prepare/colour                   prepare/model prepare/document prepare/content
 prepare/images                   prepare/model prepare/document prepare/content prepare/colour
 prepare/page                     prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images
 prepare/paint                    prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page
-prepare                          prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page prepare/paint
-job                              zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer tools/zolak1_3/pdf_to_ps/frame
-programs/printing                zelkov job
-programs/pdf_print               zelkov job programs/printing
-programs/pdf_print-preview       zelkov programs/printing
-programs/pdf_to_ps-cups          zelkov job programs/printing
+programs/pdf_prepare             seam prepare prepare/document prepare/paint
+prepare                          seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page prepare/paint
+job                              seam zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer tools/zolak1_3/pdf_to_ps/frame
+programs/printing                seam zelkov job
+programs/pdf_print               seam zelkov job programs/printing
+programs/pdf_print-preview       seam zelkov programs/printing
+programs/pdf_to_ps-cups          seam zelkov job programs/printing
 '
 
 status=0
 
 # Every folder with sources has its row.
-for folder in $(find zelkov tools library job programs/printing programs/pdf_print programs/pdf_print-preview programs/pdf_to_ps-cups -name '*.cpp' -o -name '*.h' | sed 's|/[^/]*$||' | sort -u); do
+for folder in $(find seam zelkov tools library prepare job programs -name '*.cpp' -o -name '*.h' | sed 's|/[^/]*$||' | sort -u); do
     if ! printf '%s\n' "$table" | grep -q "^$folder\( \|$\)"; then
         echo "Not in the table of layers: $folder"
         status=1
@@ -49,7 +51,7 @@ while read -r folder allowed; do
     for below in $allowed; do
         pattern="$pattern|$below"
     done
-    bad=$(grep -HE '^#include "' "$folder"/*.h "$folder"/*.cpp | grep -vE "#include \"($pattern)/[^/\"]*\"" || true)
+    bad=$(grep -sHE '^#include "' "$folder"/*.h "$folder"/*.cpp | grep -vE "#include \"($pattern)/[^/\"]*\"" || true)
     if [ -n "$bad" ]; then
         printf 'Not below %s:\n%s\n' "$folder" "$bad"
         status=1
@@ -57,12 +59,6 @@ while read -r folder allowed; do
 done <<END
 $table
 END
-# The stage before the converter stands beside it and includes nothing of it.
-bad=$(grep -rHE '^#include "' prepare programs/pdf_prepare | grep -v '#include "prepare/' || true)
-if [ -n "$bad" ]; then
-    printf 'Not of the stage itself:\n%s\n' "$bad"
-    status=1
-fi
 # What belongs to the process is the business of main functions and the command line.
 bad=$(grep -rlE '^#include "zelkov/(process|cmdline)\.h"' zelkov tools | grep -vE '/main\.cpp$|^zelkov/(process|cmdline)\.cpp$' || true)
 if [ -n "$bad" ]; then

@@ -13,6 +13,14 @@ constexpr size_t MAX_NOTICES = 200;
 
 } // namespace
 
+std::vector<int> pageNumbers(const Document &document)
+{
+    std::vector<int> numbers;
+    for (size_t index : document.order)
+        numbers.push_back(document.pages[index].number);
+    return numbers;
+}
+
 QPDFObjectHandle entryOf(const Page &page, const char *key)
 {
     QPDFObjectHandle object = page.object;

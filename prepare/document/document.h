@@ -17,7 +17,7 @@
 #include "prepare/model/scope.h"
 #include "prepare/model/streams.h"
 #include "prepare/model/qpdf.h"
-#include "prepare/prepare.h"
+#include "prepare/document/options.h"
 
 namespace prepare {
 
@@ -81,15 +81,19 @@ struct Document {
     Options options;
     Diagnostics diagnostics;
     Budget budget;
-    std::vector<Page> pages; /* the chosen ones */
-    uint32_t needs = 0;      /* of the file itself, and of the pages looked at so far */
-    int names = 0;           /* made by newNumber */
-    Memos memos;             /* each belongs to a pass */
+    std::vector<Page> pages;   /* the chosen ones, each once, in the document's order */
+    std::vector<size_t> order; /* the pages that are written, as indexes of `pages` */
+    uint32_t needs = 0;        /* of the file itself, and of the pages looked at so far */
+    int names = 0;             /* made by newNumber */
+    Memos memos;               /* each belongs to a pass */
 };
 
 /* A number, and a name with it, that nothing else in the document has. */
 int newNumber(Document *document);
 std::string newName(Document *document, const std::string &prefix);
+
+/* The numbers in the document of the pages that are written, in their order. */
+std::vector<int> pageNumbers(const Document &document);
 
 /* An entry of the page's dictionary, or null. */
 QPDFObjectHandle entryOf(const Page &page, const char *key);

@@ -7,6 +7,7 @@
 #include "prepare/document/load.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
 
@@ -111,14 +112,29 @@ std::vector<QPDFObjectHandle> pagesAnywhere(Document *document)
     return pages;
 }
 
-bool isWanted(const Options &options, int number)
+/* Takes the pages that are chosen: each once into `pages`, whatever is done to it is done once, and
+ * all of them in their order into `order`. */
+void takePages(Document *document, std::vector<QPDFObjectHandle> &all,
+               const std::vector<int> &chosen)
 {
-    if (options.pages.empty())
-        return true;
-    for (auto [first, last] : options.pages)
-        if (number >= first && number <= last)
-            return true;
-    return false;
+    constexpr size_t NOT_TAKEN = SIZE_MAX;
+    std::vector<size_t> places(all.size(), NOT_TAKEN);
+    for (int number : chosen)
+        places[(size_t)number - 1] = 0;
+    for (size_t i = 0; i < all.size(); i++) {
+        if (places[i] == NOT_TAKEN || !all[i].isDictionary()) {
+            places[i] = NOT_TAKEN;
+            continue;
+        }
+        places[i] = document->pages.size();
+        Page page;
+        page.object = all[i];
+        page.number = (int)i + 1;
+        document->pages.push_back(std::move(page));
+    }
+    for (int number : chosen)
+        if (size_t place = places[(size_t)number - 1]; place != NOT_TAKEN)
+            document->order.push_back(place);
 }
 
 } // namespace
@@ -131,22 +147,17 @@ bool loadDocument(Document *document, const std::string &path)
     std::vector<QPDFObjectHandle> pages = pagesOfTree(document);
     if (pages.empty())
         pages = pagesAnywhere(document);
-    for (size_t i = 0; i < pages.size(); i++) {
-        if (!pages[i].isDictionary() || !isWanted(document->options, (int)i + 1))
-            continue;
-        Page page;
-        page.object = pages[i];
-        page.number = (int)i + 1;
-        document->pages.push_back(std::move(page));
-    }
-    if (document->pages.empty()) {
-        notice(document, "DAMAGED", 0,
-               pages.empty() || document->options.pages.empty()
-                   ? "The document has no pages."
-                   : "None of the pages wanted exists.");
+    seam::ChosenPages chosen = seam::choosePages(document->options.pages, (int)pages.size());
+    for (const std::string &warning : chosen.warnings)
+        notice(document, "NOPAGE", 0, warning);
+    takePages(document, pages, chosen.numbers);
+    if (document->order.empty()) {
+        bool isChoice = !pages.empty() && !chosen.fault.empty();
+        notice(document, isChoice ? "NOPAGE" : "DAMAGED", 0,
+               isChoice ? chosen.fault : "The document has no pages.");
         return false;
     }
-    if (document->pages.size() < pages.size())
+    if (document->order.size() != pages.size() || !seam::isRising(chosen.numbers))
         document->needs |= NEED_STRUCTURE;
     return true;
 }

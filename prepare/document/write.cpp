@@ -32,9 +32,9 @@ void keepLabels(Document *document, QPDFObjectHandle root)
     if (!labels.hasPageLabels())
         return;
     std::vector<QPDFObjectHandle> numbers;
-    for (size_t i = 0; i < document->pages.size(); i++)
-        labels.getLabelsForPageRange(document->pages[i].number - 1, document->pages[i].number - 1,
-                                     (long long)i, numbers);
+    long long place = 0;
+    for (int number : pageNumbers(*document))
+        labels.getLabelsForPageRange(number - 1, number - 1, place++, numbers);
     root.replaceKey("/PageLabels", QPDFObjectHandle::newDictionary(
                                        {{"/Nums", QPDFObjectHandle::newArray(numbers)}}));
 }
@@ -44,8 +44,8 @@ void replaceTree(Document *document)
     QPDF &pdf = document->source.pdf;
     QPDFObjectHandle tree = pdf.makeIndirectObject(QPDFObjectHandle::newDictionary());
     std::vector<QPDFObjectHandle> kids;
-    for (const Page &page : document->pages)
-        kids.push_back(pdf.makeIndirectObject(plainPage(page, tree)));
+    for (size_t index : document->order) /* a page that comes again is a dictionary of its own */
+        kids.push_back(pdf.makeIndirectObject(plainPage(document->pages[index], tree)));
     tree.replaceKey("/Type", QPDFObjectHandle::newName("/Pages"));
     tree.replaceKey("/Count", QPDFObjectHandle::newInteger((long long)kids.size()));
     tree.replaceKey("/Kids", QPDFObjectHandle::newArray(kids));

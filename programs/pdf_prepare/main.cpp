@@ -16,7 +16,6 @@
 #include <string>
 
 #include <fcntl.h>
-#include <getopt.h>
 #include <sys/prctl.h>
 #include <sys/random.h>
 #include <sys/resource.h>
@@ -27,6 +26,7 @@
 #include "prepare/document/program.h"
 #include "prepare/paint/region.h"
 #include "prepare/prepare.h"
+#include "seam/options.h"
 
 namespace {
 
@@ -40,82 +40,15 @@ enum Status {
     STATUS_UNNEEDED = 4
 };
 
-constexpr char HELP[] =
-    "Usage: pdf_prepare [options] IN.pdf OUT.pdf\n"
-    "       pdf_prepare --probe [options] IN.pdf\n"
-    "Turns any PDF into a plain one that pdf_to_ps converts.\n"
-    "\n"
-    "  --pages=LIST            only these pages, such as 2-5,9,12-\n"
-    "  --annotations=WHICH     print (default), screen or none\n"
-    "  --level=N               of the printer's language: 3 (default), or 2: no Flate, Type 1 "
-    "fonts\n"
-    "  --resolution=N          pixels per inch of what can only be drawn: 300, or 36 to 2400\n"
-    "  --password-file=FILE    the document's password is the first line of FILE\n"
-    "  --if-needed             write nothing, status 4, when there is nothing to do\n"
-    "  --probe                 only say whether there is something to do: status 3; 0 if not\n"
-    "  --help, --version\n"
-    "\n"
-    "Status: 0 done, 1 not done (no output), 2 wrong use, 3 with --probe only, 4 with\n"
-    "--if-needed only.\n";
+constexpr seam::Program PROGRAM = seam::PREPARE;
 
 struct Arguments {
     Options options;
     bool probe = false;
     bool ifNeeded = false;
     std::string in, out;
+    std::string pageMap; /* a file for the page map; empty: none is wanted */
 };
-
-[[noreturn]] void misuse(const std::string &text)
-{
-    fprintf(stderr, "pdf_prepare: %s\nTry 'pdf_prepare --help'.\n", text.c_str());
-    exit(STATUS_USAGE);
-}
-
-/* "2-5,9,12-" */
-std::vector<std::pair<int, int>> readPages(const char *list)
-{
-    constexpr int LAST = 1 << 30;
-    std::vector<std::pair<int, int>> pages;
-    for (const char *at = list; *at;) {
-        char *end;
-        long first = strtol(at, &end, 10), last = first;
-        bool good = end != at && *at >= '0' && *at <= '9';
-        at = end;
-        if (good && *at == '-') {
-            last = strtol(++at, &end, 10);
-            last = end == at ? LAST : last;
-            at = end;
-        }
-        if (!good || first < 1 || last < first || last > LAST || (*at && *at != ','))
-            misuse("Not a list of pages: " + std::string(list));
-        pages.emplace_back((int)first, (int)last);
-        at += *at == ',';
-    }
-    if (pages.empty())
-        misuse("Not a list of pages: " + std::string(list));
-    return pages;
-}
-
-Annotations readAnnotations(const std::string &which)
-{
-    if (which == "print")
-        return Annotations::PRINT;
-    if (which == "screen")
-        return Annotations::SCREEN;
-    if (which == "none")
-        return Annotations::NONE;
-    misuse("Not print, screen or none: " + which);
-}
-
-int readResolution(const std::string &text)
-{
-    bool isNumber = !text.empty() && text.size() <= 4 &&
-                    text.find_first_not_of("0123456789") == std::string::npos;
-    int resolution = isNumber ? std::stoi(text) : 0;
-    if (resolution < MIN_RESOLUTION || resolution > MAX_RESOLUTION)
-        misuse("Not a resolution of 36 to 2400 pixels per inch: " + text);
-    return resolution;
-}
 
 std::string readPassword(const char *path)
 {
@@ -130,66 +63,64 @@ std::string readPassword(const char *path)
     return line;
 }
 
-void readOption(int option, Arguments *arguments)
+bool readOption(seam::Option option, const char *value, Arguments *arguments)
 {
+    using seam::Option;
+    constexpr Annotations kinds[] = {Annotations::PRINT, Annotations::SCREEN, Annotations::NONE};
+    Options &options = arguments->options;
+    if (seam::choosePagesBy(PROGRAM, option, value, &options.pages))
+        return true;
     switch (option) {
-    case 'p':
-        arguments->options.pages = readPages(optarg);
-        return;
-    case 'a':
-        arguments->options.annotations = readAnnotations(optarg);
-        return;
-    case 'r':
-        arguments->options.resolution = readResolution(optarg);
-        return;
-    case 'l':
-        if (strcmp(optarg, "2") != 0 && strcmp(optarg, "3") != 0)
-            misuse("The level is 2 or 3, not: " + std::string(optarg));
-        arguments->options.level = *optarg - '0';
-        return;
-    case 'w':
-        arguments->options.password = readPassword(optarg);
-        return;
-    case 'n':
+    case Option::ANNOTATIONS:
+        options.annotations =
+            kinds[seam::readWord(PROGRAM, option, value, "What is printed of annotations")];
+        return true;
+    case Option::RESOLUTION:
+        options.resolution =
+            (int)seam::readNumber(PROGRAM, value, "The resolution", MIN_RESOLUTION, MAX_RESOLUTION);
+        return true;
+    case Option::LEVEL:
+        options.level = (int)seam::readNumber(PROGRAM, value, "The level", 2, 3);
+        return true;
+    case Option::PASSWORD_FILE:
+        options.password = readPassword(value);
+        return true;
+    case Option::IF_NEEDED:
         arguments->ifNeeded = true;
-        return;
-    case 'q':
+        return true;
+    case Option::PAGE_MAP:
+        arguments->pageMap = value;
+        return true;
+    case Option::PROBE:
         arguments->probe = true;
-        return;
-    case 'h':
-        fputs(HELP, stdout);
-        exit(STATUS_DONE);
-    case 'v':
-        puts("pdf_prepare " PDF_PREPARE_VERSION);
-        exit(STATUS_DONE);
+        return true;
     default:
-        fputs("Try 'pdf_prepare --help'.\n", stderr);
-        exit(STATUS_USAGE);
+        return false;
     }
+}
+
+/* A file that is called "-" is no standard stream here. */
+std::string exact(const std::string &name)
+{
+    return name == "-" ? "./-" : name;
 }
 
 Arguments readArguments(int argc, char **argv)
 {
-    static const option options[] = {
-        {"pages", required_argument, nullptr, 'p'},
-        {"annotations", required_argument, nullptr, 'a'},
-        {"resolution", required_argument, nullptr, 'r'},
-        {"level", required_argument, nullptr, 'l'},
-        {"password-file", required_argument, nullptr, 'w'},
-        {"probe", no_argument, nullptr, 'q'},
-        {"if-needed", no_argument, nullptr, 'n'},
-        {"help", no_argument, nullptr, 'h'},
-        {"version", no_argument, nullptr, 'v'},
-        {nullptr, 0, nullptr, 0},
-    };
     Arguments arguments;
-    for (int option; (option = getopt_long(argc, argv, "", options, nullptr)) != -1;)
-        readOption(option, &arguments);
-    if (argc - optind != (arguments.probe ? 1 : 2))
-        misuse(arguments.probe ? "One file is wanted." : "Two files are wanted.");
-    arguments.in = argv[optind];
-    if (!arguments.probe)
-        arguments.out = argv[optind + 1];
+    seam::CommandLine line =
+        seam::readCommandLine(PROGRAM, argc, argv, [&](seam::Option option, const char *value) {
+            return readOption(option, value, &arguments);
+        });
+    if (line.operands.size() != (arguments.probe ? 1 : 2))
+        seam::misuse(PROGRAM, arguments.probe ? "One file is wanted." : "Two files are wanted.");
+    arguments.in = exact(line.operands[0]);
+    line.inputs.push_back(arguments.in);
+    if (!arguments.probe) {
+        arguments.out = exact(line.operands[1]);
+        line.outputs.push_back(arguments.out);
+    }
+    seam::refuseOverwriting(PROGRAM, line);
     return arguments;
 }
 
@@ -241,11 +172,12 @@ bool copyFile(const std::string &in, const std::string &out)
 int work(const Arguments &arguments, const std::string &temporary)
 {
     std::vector<Notice> notices;
+    std::vector<int> pageMap;
     Outcome outcome = Outcome::REFUSED;
     try {
         outcome = arguments.probe
                       ? probeFile(arguments.in, arguments.options, &notices)
-                      : prepareFile(arguments.in, temporary, arguments.options, &notices);
+                      : prepareFile(arguments.in, temporary, arguments.options, &notices, &pageMap);
     } catch (const std::bad_alloc &) {
         notices.push_back({"LIMIT", 0, "The document needs too much memory."});
     }
@@ -257,13 +189,19 @@ int work(const Arguments &arguments, const std::string &temporary)
                                                : STATUS_DONE;
     }
     print(notices);
+    if (outcome == Outcome::REFUSED)
+        return STATUS_FAILED;
+    if (!arguments.pageMap.empty() && !seam::writePageMapFile(arguments.pageMap, pageMap)) {
+        fprintf(stderr, "%s: %s\n", arguments.pageMap.c_str(), strerror(errno));
+        return STATUS_FAILED;
+    }
     if (outcome == Outcome::UNCHANGED && arguments.ifNeeded)
         return STATUS_UNNEEDED;
     if (outcome == Outcome::UNCHANGED && !copyFile(arguments.in, temporary)) {
         fprintf(stderr, "%s: %s\n", arguments.out.c_str(), strerror(errno));
         return STATUS_FAILED;
     }
-    return outcome == Outcome::REFUSED ? STATUS_FAILED : STATUS_DONE;
+    return STATUS_DONE;
 }
 
 /* ---- ended by a signal: the child goes too, and the temporary files */

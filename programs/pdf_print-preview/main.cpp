@@ -15,7 +15,6 @@
 #include <string>
 #include <vector>
 
-#include <getopt.h>
 #include <strings.h>
 #include <unistd.h>
 
@@ -23,7 +22,7 @@
 #include "programs/pdf_print-preview/picture.h"
 #include "programs/printing/document.h"
 #include "programs/printing/process.h"
-#include "programs/printing/values.h"
+#include "seam/options.h"
 #include "zelkov/file.h"
 #include "zelkov/host.h"
 #include "zelkov/process.h"
@@ -37,23 +36,11 @@ enum Status {
     STATUS_OVER = 3, /* a page differs by more than --fail-over */
 };
 
-constexpr char HELP[] =
-    "Usage: pdf_print-preview [options] FILE.pdf [-- options of pdf_print]\n"
-    "Shows a document beside its print: writes FILE.html, one file with all pictures in it.\n"
-    "\n"
-    "  -o, --output=FILE    write FILE\n"
-    "      --pages=LIST     only these pages, such as 2-5,9,12-\n"
-    "      --dpi=N          resolution of the pictures (default 96)\n"
-    "      --fail-over=PCT  status 3 when more of any page differs\n"
-    "      --help, --version\n"
-    "\n"
-    "Status: 0 written, 1 nothing printed or not written, 2 wrong use, 3 see --fail-over.\n"
-    "Needs gs (Ghostscript) and pdftoppm (poppler-utils).\n";
+constexpr seam::Program PROGRAM = seam::PREVIEW;
 
 struct Arguments {
     std::string input, output;
-    std::string pageList;
-    std::vector<std::pair<int, int>> pages; /* empty: all */
+    seam::PageRanges pages;
     std::string dpi = "96";
     double failOver = -1; /* percent; negative: not wanted */
     std::vector<std::string> printOptions;
@@ -63,8 +50,7 @@ struct Arguments {
 
 [[noreturn]] void misuse(const std::string &text)
 {
-    fprintf(stderr, "pdf_print-preview: %s\nTry 'pdf_print-preview --help'.\n", text.c_str());
-    exit(STATUS_USAGE);
+    seam::misuse(PROGRAM, text);
 }
 
 double readNumber(const char *text, const char *what, double lowest, double highest)
@@ -78,46 +64,37 @@ double readNumber(const char *text, const char *what, double lowest, double high
     return value;
 }
 
-void readOption(int option, Arguments *arguments)
+bool readOption(seam::Option option, const char *value, Arguments *arguments)
 {
+    using seam::Option;
+    if (seam::choosePagesBy(PROGRAM, option, value, &arguments->pages))
+        return true;
     switch (option) {
-    case 'o':
-        arguments->output = optarg;
-        return;
-    case 'p':
-        arguments->pageList = optarg;
-        if (!readPageList(optarg, &arguments->pages))
-            misuse(std::string("Not a list of pages: ") + optarg);
-        return;
-    case 'r':
-        arguments->dpi = std::to_string((int)readNumber(optarg, "The resolution", 10, 600));
-        return;
-    case 'f':
-        arguments->failOver = readNumber(optarg, "The bound", 0, 100);
-        return;
-    case 'h':
-        fputs(HELP, stdout);
-        exit(STATUS_DONE);
-    case 'v':
-        puts("pdf_print-preview " PDF_PRINT_VERSION);
-        exit(STATUS_DONE);
+    case Option::OUTPUT_PAGE:
+        arguments->output = value;
+        return true;
+    case Option::DPI:
+        arguments->dpi = std::to_string((int)readNumber(value, "The resolution", 10, 600));
+        return true;
+    case Option::FAIL_OVER:
+        arguments->failOver = readNumber(value, "The bound", 0, 100);
+        return true;
     default:
-        fputs("Try 'pdf_print-preview --help'.\n", stderr);
-        exit(STATUS_USAGE);
+        return false;
     }
+}
+
+/* The name of the output beside an input. */
+std::string besides(const std::string &input)
+{
+    std::string name = input;
+    if (name.size() > 4 && strcasecmp(&name[name.size() - 4], ".pdf") == 0)
+        name.resize(name.size() - 4);
+    return name + ".html";
 }
 
 Arguments readArguments(int argc, char **argv)
 {
-    constexpr option options[] = {
-        {"output", required_argument, nullptr, 'o'},
-        {"pages", required_argument, nullptr, 'p'},
-        {"dpi", required_argument, nullptr, 'r'},
-        {"fail-over", required_argument, nullptr, 'f'},
-        {"help", no_argument, nullptr, 'h'},
-        {"version", no_argument, nullptr, 'v'},
-        {nullptr, 0, nullptr, 0},
-    };
     Arguments arguments;
     int own = (int)(std::find(argv, argv + argc, std::string("--")) - argv);
     for (int i = own + 1; i < argc; i++) {
@@ -125,20 +102,20 @@ Arguments readArguments(int argc, char **argv)
         if (arguments.printOptions.back().starts_with("--page"))
             misuse("--pages stands before --.");
     }
-    for (int option; (option = getopt_long(own, argv, "o:", options, nullptr)) != -1;)
-        readOption(option, &arguments);
-    if (own - optind != 1)
-        misuse(own == optind ? "A file is wanted." : "One file at a time.");
-    arguments.input = argv[optind];
+    seam::CommandLine line =
+        seam::readCommandLine(PROGRAM, own, argv, [&](seam::Option option, const char *value) {
+            return readOption(option, value, &arguments);
+        });
+    if (line.operands.size() != 1)
+        misuse(line.operands.empty() ? "A file is wanted." : "One file at a time.");
+    arguments.input = line.operands[0];
     if (arguments.input.starts_with("-"))
-        arguments.input = std::string("./").append(arguments.input);
-    if (arguments.output.empty()) {
-        arguments.output = arguments.input;
-        size_t length = arguments.output.size();
-        if (length > 4 && strcasecmp(&arguments.output[length - 4], ".pdf") == 0)
-            arguments.output.resize(length - 4);
-        arguments.output += ".html";
-    }
+        arguments.input.insert(0, "./");
+    if (arguments.output.empty())
+        arguments.output = besides(arguments.input);
+    line.inputs.push_back(arguments.input);
+    line.outputs.push_back(arguments.output);
+    seam::refuseOverwriting(PROGRAM, line);
     return arguments;
 }
 
@@ -152,6 +129,7 @@ struct Preview {
     std::vector<PageView> pages;                          /* without their pictures */
     int mostDifferent = 0;                                /* index of a page */
     bool isIncomplete = false;                            /* so says pdf_print */
+    bool isMisused = false;                               /* the same, of its options */
 };
 
 /* "pdf_print: FILE: page 3: what happened" goes to its page. */
@@ -172,52 +150,25 @@ void takeMessage(Preview &preview, const std::string &line)
         preview.messages.push_back(text);
 }
 
-/* Makes the job; false when nothing was printed. */
-bool print(Preview &preview, const std::string &job)
+/* Makes the job and a file with the numbers of its pages; false when nothing was printed. */
+bool print(Preview &preview, const std::string &job, const std::string &pageMap)
 {
     const Arguments &arguments = preview.arguments;
     std::vector<std::string> command = {ownProgram("pdf_print")};
     command.insert(command.end(), arguments.printOptions.begin(), arguments.printOptions.end());
-    if (!arguments.pageList.empty())
-        command.push_back("--pages=" + arguments.pageList);
-    command.insert(command.end(), {"--progress=never", "--output=" + job, "--", arguments.input});
+    for (const std::string &word : seam::pageWords(arguments.pages))
+        command.push_back(word);
+    command.insert(command.end(),
+                   {"--progress=never", "--page-map=" + pageMap, "--placed-at=" + arguments.output,
+                    "--output=" + job, "--", arguments.input});
     ProcessResult result =
         runProcess(command, [&](const std::string &line) { takeMessage(preview, line); });
     if (!result.isStarted)
         preview.messages.push_back(withReason("pdf_print cannot be started"));
-    constexpr int INCOMPLETE = 3;
+    constexpr int MISUSED = 2, INCOMPLETE = 3;
+    preview.isMisused = result.isStarted && result.status == MISUSED;
     preview.isIncomplete = result.status == INCOMPLETE;
     return result.isStarted && (result.status == 0 || result.status == INCOMPLETE);
-}
-
-/* How many pages the comments of a job tell of. */
-int pagesOf(const std::string &job)
-{
-    std::ifstream file(job);
-    int count = 0;
-    for (std::string line; std::getline(file, line) && !line.starts_with("%%EndComments");)
-        if (sscanf(line.c_str(), "%%%%Pages: %7d", &count) == 1)
-            break;
-    return count;
-}
-
-/* The numbers of the first `count` of the chosen pages. */
-std::vector<int> numbersOf(const Arguments &arguments, int count)
-{
-    std::vector<int> numbers;
-    for (int number = 1; (int)numbers.size() < count; number++) {
-        bool isChosen = arguments.pages.empty();
-        bool isPast = !isChosen;
-        for (auto [first, last] : arguments.pages) {
-            isChosen = isChosen || (first <= number && number <= last);
-            isPast = isPast && number > last;
-        }
-        if (isPast)
-            break;
-        if (isChosen)
-            numbers.push_back(number);
-    }
-    return numbers;
 }
 
 /* Prints the job as pictures "NAME1.ppm", "NAME2.ppm", ... */
@@ -307,9 +258,12 @@ PageView viewPage(Preview &preview, int number, const std::string &printFile)
 }
 
 /* Writes the parts of all pages into a file. */
-bool viewPages(Preview &preview, const std::string &job, const std::string &body)
+bool viewPages(Preview &preview, const std::string &job, const std::string &pageMap,
+               const std::string &body)
 {
-    std::vector<int> numbers = numbersOf(preview.arguments, pagesOf(job));
+    std::vector<int> numbers;
+    if (!seam::readPageMapFile(pageMap, &numbers))
+        return false;
     std::string prints = privateFile("print-");
     for (size_t i = 1; i <= numbers.size(); i++)
         privateFile(("print-" + std::to_string(i) + ".ppm").c_str());
@@ -382,10 +336,15 @@ int previewDocument(Arguments arguments)
     if (access(preview.arguments.input.c_str(), R_OK) != 0)
         return fail(withReason(preview.arguments.input + " cannot be read"));
     std::string job = privateFile("job.ps"), body = privateFile("body.html");
+    std::string pageMap = privateFile("pages");
     if (job.empty())
         return fail(withReason("No directory for temporary files"));
-    bool isPrinted = print(preview, job);
-    if (isPrinted && !viewPages(preview, job, body))
+    bool isPrinted = print(preview, job, pageMap);
+    if (preview.isMisused && !preview.messages.empty()) {
+        fail(preview.messages.front());
+        return STATUS_USAGE;
+    }
+    if (isPrinted && !viewPages(preview, job, pageMap, body))
         return fail(withReason("The pages cannot be kept"));
     if (!writeHtml(preview, body))
         return fail(withReason(preview.arguments.output + " cannot be written"));

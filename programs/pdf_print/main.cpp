@@ -12,6 +12,7 @@
 #include "programs/pdf_print/options.h"
 #include "programs/printing/document.h"
 #include "programs/printing/process.h"
+#include "seam/pages.h"
 #include "zelkov/file.h"
 #include "zelkov/host.h"
 #include "zelkov/process.h"
@@ -124,6 +125,8 @@ int printOne(Teller &teller)
         teller.fail("The program pdf_prepare is not installed; --no-prepare takes the document as "
                     "it stands.");
     };
+    std::vector<int> pageNumbers;
+    listener.pageMap = [&](const std::vector<int> &numbers) { pageNumbers = numbers; };
     listener.cancel = &teller.isStopped;
     Printed printed = printDocument(
         {arguments.input, arguments.job, arguments.preparation, arguments.prepares},
@@ -133,6 +136,8 @@ int printOne(Teller &teller)
         return teller.fail("Nothing is printed, as --strict says.");
     if (printed == Printed::NOTHING)
         return STATUS_FAILED;
+    if (!arguments.pageMap.empty() && !seam::writePageMapFile(arguments.pageMap, pageNumbers))
+        return teller.fail(withReason("The page map cannot be written"));
     if (!arguments.printer.empty())
         if (int status = sendToPrinter(teller, output))
             return status;

@@ -6,156 +6,24 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
-#include <getopt.h>
 #include <strings.h>
 
 #include "programs/printing/values.h"
+#include "seam/options.h"
 
 namespace {
 
-constexpr char HELP[] =
-    "Usage: pdf_print [options] FILE.pdf        (- for standard input)\n"
-    "Prints a PDF document: writes FILE.ps, or hands the job to a printer.\n"
-    "\n"
-    "Where it goes\n"
-    "  -o, --output=FILE        write FILE; - for standard output\n"
-    "  -d, --printer=PRINTER    hand the job to the print system (lp -d PRINTER)\n"
-    "      --title=TEXT         the job's title; the file's name when not given\n"
-    "\n"
-    "What is printed\n"
-    "      --pages=LIST         only these pages, such as 2-5,9,12-\n"
-    "      --copies=N           so many copies\n"
-    "      --collate            copies one after the other, not page by page\n"
-    "      --duplex=EDGE        both sides, turned on the long or short edge; off: one side\n"
-    "      --annotations=WHICH  print (default), screen or none\n"
-    "\n"
-    "Paper\n"
-    "      --paper=PAPER        match: each page's own size (default); a name (a4, letter);\n"
-    "                           or width and height, as in 210x297mm, 8.5x11in, 612x792pt\n"
-    "      --fit                pages as large as fits on the paper\n"
-    "      --shrink             smaller only where a page is larger than the paper (default)\n"
-    "      --actual             pages in their own size\n"
-    "      --no-centre          in the lower left corner instead of the middle\n"
-    "\n"
-    "The job\n"
-    "      --ascii              no byte that a channel could act on (default)\n"
-    "      --binary             bytes of eight bits: a quarter smaller, for clean channels\n"
-    "      --no-compress        page descriptions as they are\n"
-    "      --level=2|3          language level of the printer (default 3)\n"
-    "      --eps                one page, to be placed in another document\n"
-    "      --resolution=DPI     of what has to become pixels (default 300)\n"
-    "      --printer-memory=MB  memory for what pages share (default 16)\n"
-    "      --max-output=SIZE    stop at so many bytes, such as 500M (default: 64M and\n"
-    "                           200 times the input)\n"
-    "\n"
-    "The document\n"
-    "      --password-file=FILE the document's password is the first line of FILE\n"
-    "      --no-prepare         take the document as it stands: old-style PDF only\n"
-    "      --strict             print nothing when something would be missing\n"
-    "      --keep-going         print what can be printed (default)\n"
-    "\n"
-    "  -q, --quiet              no messages but errors\n"
-    "  -v, --verbose            say what is done, too\n"
-    "      --progress=WHEN      auto (default: on a terminal), always or never\n"
-    "      --help, --version\n"
-    "\n"
-    "Status: 0 everything printed, 3 printed but something is missing or replaced, 1 nothing\n"
-    "printed, 2 wrong use.\n";
-
-/* Options without a letter. */
-enum {
-    OPTION_TITLE = 256,
-    OPTION_PAGES,
-    OPTION_COPIES,
-    OPTION_COLLATE,
-    OPTION_DUPLEX,
-    OPTION_ANNOTATIONS,
-    OPTION_PAPER,
-    OPTION_FIT,
-    OPTION_SHRINK,
-    OPTION_ACTUAL,
-    OPTION_NO_CENTRE,
-    OPTION_ASCII,
-    OPTION_BINARY,
-    OPTION_NO_COMPRESS,
-    OPTION_LEVEL,
-    OPTION_EPS,
-    OPTION_RESOLUTION,
-    OPTION_PRINTER_MEMORY,
-    OPTION_MAX_OUTPUT,
-    OPTION_PASSWORD_FILE,
-    OPTION_NO_PREPARE,
-    OPTION_STRICT,
-    OPTION_KEEP_GOING,
-    OPTION_PROGRESS,
-    OPTION_HELP,
-    OPTION_VERSION,
-};
-
-constexpr option options[] = {
-    {"output", required_argument, nullptr, 'o'},
-    {"printer", required_argument, nullptr, 'd'},
-    {"title", required_argument, nullptr, OPTION_TITLE},
-    {"pages", required_argument, nullptr, OPTION_PAGES},
-    {"copies", required_argument, nullptr, OPTION_COPIES},
-    {"collate", no_argument, nullptr, OPTION_COLLATE},
-    {"duplex", required_argument, nullptr, OPTION_DUPLEX},
-    {"annotations", required_argument, nullptr, OPTION_ANNOTATIONS},
-    {"paper", required_argument, nullptr, OPTION_PAPER},
-    {"fit", no_argument, nullptr, OPTION_FIT},
-    {"shrink", no_argument, nullptr, OPTION_SHRINK},
-    {"actual", no_argument, nullptr, OPTION_ACTUAL},
-    {"no-centre", no_argument, nullptr, OPTION_NO_CENTRE},
-    {"no-center", no_argument, nullptr, OPTION_NO_CENTRE},
-    {"ascii", no_argument, nullptr, OPTION_ASCII},
-    {"binary", no_argument, nullptr, OPTION_BINARY},
-    {"no-compress", no_argument, nullptr, OPTION_NO_COMPRESS},
-    {"level", required_argument, nullptr, OPTION_LEVEL},
-    {"eps", no_argument, nullptr, OPTION_EPS},
-    {"resolution", required_argument, nullptr, OPTION_RESOLUTION},
-    {"printer-memory", required_argument, nullptr, OPTION_PRINTER_MEMORY},
-    {"max-output", required_argument, nullptr, OPTION_MAX_OUTPUT},
-    {"password-file", required_argument, nullptr, OPTION_PASSWORD_FILE},
-    {"no-prepare", no_argument, nullptr, OPTION_NO_PREPARE},
-    {"strict", no_argument, nullptr, OPTION_STRICT},
-    {"keep-going", no_argument, nullptr, OPTION_KEEP_GOING},
-    {"quiet", no_argument, nullptr, 'q'},
-    {"verbose", no_argument, nullptr, 'v'},
-    {"progress", required_argument, nullptr, OPTION_PROGRESS},
-    {"help", no_argument, nullptr, OPTION_HELP},
-    {"version", no_argument, nullptr, OPTION_VERSION},
-    {nullptr, 0, nullptr, 0},
-};
+constexpr seam::Program PROGRAM = seam::PRINT;
 
 [[noreturn]] void misuse(const std::string &text)
 {
-    fprintf(stderr, "pdf_print: %s\nTry 'pdf_print --help'.\n", text.c_str());
-    exit(STATUS_USAGE);
+    seam::misuse(PROGRAM, text);
 }
 
-/* A whole number of that range. */
-long readNumber(const char *text, const char *what, long lowest, long highest)
+int readNumber(const char *text, const char *what, int lowest, int highest)
 {
-    char *end;
-    errno = 0;
-    long value = strtol(text, &end, 10);
-    if (end == text || *end || errno || value < lowest || value > highest)
-        misuse(std::string(what) + " is a number from " + std::to_string(lowest) + " to " +
-               std::to_string(highest) + ", not: " + text);
-    return value;
-}
-
-job::Duplex readDuplex(const std::string &edge)
-{
-    if (edge == "long")
-        return job::Duplex::LONG_EDGE;
-    if (edge == "short")
-        return job::Duplex::SHORT_EDGE;
-    if (edge == "off")
-        return job::Duplex::OFF;
-    misuse("Duplex is long, short or off, not: " + edge);
+    return (int)seam::readNumber(PROGRAM, text, what, lowest, highest);
 }
 
 void readPaper(const std::string &name, job::Paper *paper)
@@ -190,131 +58,113 @@ uint64_t readBytes(const char *text)
     return value << shift;
 }
 
-Progress readProgress(const std::string &when)
+bool readJobOption(seam::Option option, const char *value, job::Options *job)
 {
-    if (when == "auto")
-        return Progress::AUTO;
-    if (when == "always")
-        return Progress::ALWAYS;
-    if (when == "never")
-        return Progress::NEVER;
-    misuse("Progress is auto, always or never, not: " + when);
-}
-
-void readJobOption(int option, job::Options *job)
-{
-    constexpr long MOST_COPIES = 9999, MOST_MEGABYTES = 1 << 20;
+    using seam::Option;
+    constexpr int MOST_COPIES = 9999, MOST_MEGABYTES = 1 << 20;
+    constexpr job::Duplex edges[] = {job::Duplex::LONG_EDGE, job::Duplex::SHORT_EDGE,
+                                     job::Duplex::OFF};
     switch (option) {
-    case OPTION_TITLE:
-        job->title = optarg;
-        return;
-    case OPTION_COPIES:
-        job->copies = (int)readNumber(optarg, "Copies", 1, MOST_COPIES);
-        return;
-    case OPTION_COLLATE:
+    case Option::TITLE:
+        job->title = value;
+        return true;
+    case Option::COPIES:
+        job->copies = readNumber(value, "Copies", 1, MOST_COPIES);
+        return true;
+    case Option::COLLATE:
         job->isCollated = true;
-        return;
-    case OPTION_DUPLEX:
-        job->duplex = readDuplex(optarg);
-        return;
-    case OPTION_PAPER:
-        readPaper(optarg, &job->paper);
-        return;
-    case OPTION_FIT:
+        return true;
+    case Option::DUPLEX:
+        job->duplex = edges[seam::readWord(PROGRAM, option, value, "Duplex")];
+        return true;
+    case Option::PAPER:
+        readPaper(value, &job->paper);
+        return true;
+    case Option::FIT:
         job->paper.scaling = job::Scaling::FIT;
-        return;
-    case OPTION_SHRINK:
+        return true;
+    case Option::SHRINK:
         job->paper.scaling = job::Scaling::SHRINK;
-        return;
-    case OPTION_ACTUAL:
+        return true;
+    case Option::ACTUAL:
         job->paper.scaling = job::Scaling::ACTUAL;
-        return;
-    case OPTION_NO_CENTRE:
+        return true;
+    case Option::NO_CENTRE:
+    case Option::NO_CENTER:
         job->paper.isCentred = false;
-        return;
-    case OPTION_ASCII:
-        job->isBinary = false;
-        return;
-    case OPTION_BINARY:
-        job->isBinary = true;
-        return;
-    case OPTION_NO_COMPRESS:
+        return true;
+    case Option::ASCII:
+    case Option::BINARY:
+        job->isBinary = option == Option::BINARY;
+        return true;
+    case Option::NO_COMPRESS:
         job->isCompressed = false;
-        return;
-    case OPTION_EPS:
+        return true;
+    case Option::EPS:
         job->isEncapsulated = true;
-        return;
-    case OPTION_PRINTER_MEMORY:
-        job->printerMemory = (uint64_t)readNumber(optarg, "Memory", 0, MOST_MEGABYTES) << 20;
-        return;
-    case OPTION_MAX_OUTPUT:
-        job->mostOutput = readBytes(optarg);
-        return;
+        return true;
+    case Option::PRINTER_MEMORY:
+        job->printerMemory = (uint64_t)readNumber(value, "Memory", 0, MOST_MEGABYTES) << 20;
+        return true;
+    case Option::MAX_OUTPUT:
+        job->mostOutput = readBytes(value);
+        return true;
     default:
-        return;
+        return false;
     }
 }
 
-void readOption(int option, Arguments *arguments)
+bool readOption(seam::Option option, const char *value, Arguments *arguments)
 {
+    using seam::Option;
+    constexpr Progress times[] = {Progress::AUTO, Progress::ALWAYS, Progress::NEVER};
+    if (seam::choosePagesBy(PROGRAM, option, value, &arguments->job.pages))
+        return true;
     switch (option) {
-    case 'o':
-        arguments->output = optarg;
-        return;
-    case 'd':
-        arguments->printer = optarg;
-        return;
-    case OPTION_PAGES:
-        arguments->preparation.pageList = optarg;
-        if (!readPageList(optarg, &arguments->job.pages))
-            misuse(std::string("Not a list of pages: ") + optarg);
-        return;
-    case OPTION_LEVEL:
-        arguments->job.level = (int)readNumber(optarg, "The level", 2, 3);
+    case Option::OUTPUT:
+        arguments->output = value;
+        return true;
+    case Option::PRINTER:
+        arguments->printer = value;
+        return true;
+    case Option::PAGE_MAP:
+        arguments->pageMap = value;
+        return true;
+    case Option::PLACED_AT: /* nothing but the rule that no output is an input */
+        return true;
+    case Option::LEVEL:
+        arguments->job.level = readNumber(value, "The level", 2, 3);
         arguments->preparation.level = std::to_string(arguments->job.level);
-        return;
-    case OPTION_ANNOTATIONS:
-        arguments->preparation.annotations = optarg;
-        if (arguments->preparation.annotations != "print" &&
-            arguments->preparation.annotations != "screen" &&
-            arguments->preparation.annotations != "none")
-            misuse("Annotations are print, screen or none, not: " +
-                   arguments->preparation.annotations);
-        return;
-    case OPTION_RESOLUTION:
+        return true;
+    case Option::ANNOTATIONS:
+        seam::readWord(PROGRAM, option, value, "What is printed of annotations");
+        arguments->preparation.annotations = value;
+        return true;
+    case Option::RESOLUTION:
         arguments->preparation.resolution =
-            std::to_string(readNumber(optarg, "The resolution", 36, 2400));
-        return;
-    case OPTION_PASSWORD_FILE:
-        arguments->preparation.passwordFile = optarg;
-        return;
-    case OPTION_NO_PREPARE:
+            std::to_string(readNumber(value, "The resolution", 36, 2400));
+        return true;
+    case Option::PASSWORD_FILE:
+        arguments->preparation.passwordFile = value;
+        return true;
+    case Option::NO_PREPARE:
         arguments->prepares = false;
-        return;
-    case OPTION_STRICT:
-    case OPTION_KEEP_GOING:
-        arguments->isStrict = option == OPTION_STRICT;
-        return;
-    case 'q':
+        return true;
+    case Option::STRICT:
+    case Option::KEEP_GOING:
+        arguments->isStrict = option == Option::STRICT;
+        return true;
+    case Option::QUIET:
         arguments->isQuiet = true;
-        return;
-    case 'v':
+        return true;
+    case Option::VERBOSE:
         arguments->isVerbose = true;
-        return;
-    case OPTION_PROGRESS:
-        arguments->progress = readProgress(optarg);
-        return;
-    case OPTION_HELP:
-        fputs(HELP, stdout);
-        exit(STATUS_DONE);
-    case OPTION_VERSION:
-        puts("pdf_print " PDF_PRINT_VERSION);
-        exit(STATUS_DONE);
-    case '?':
-        fputs("Try 'pdf_print --help'.\n", stderr);
-        exit(STATUS_USAGE);
+        return true;
+    case Option::PROGRESS:
+        arguments->progress = times[seam::readWord(PROGRAM, option, value, "Progress")];
+        return true;
     default:
-        readJobOption(option, &arguments->job);
+        return readJobOption(option, value, &arguments->job);
     }
 }
 
@@ -338,6 +188,8 @@ void complete(Arguments *arguments)
         misuse("The job goes to a file or to a printer, not to both.");
     if (arguments->printer.size() > 0 && arguments->printer[0] == '-')
         misuse("Not a printer: " + arguments->printer);
+    if (!arguments->prepares && !seam::isRising(arguments->job.pages))
+        misuse("With --no-prepare pages come in the document's order, each once.");
     bool isStandardInput = arguments->input == "-";
     if (arguments->output.empty() && arguments->printer.empty())
         arguments->output =
@@ -353,11 +205,16 @@ void complete(Arguments *arguments)
 Arguments readArguments(int argc, char **argv)
 {
     Arguments arguments;
-    for (int option; (option = getopt_long(argc, argv, "o:d:qv", options, nullptr)) != -1;)
-        readOption(option, &arguments);
-    if (argc - optind != 1)
-        misuse(argc == optind ? "A file is wanted." : "One file at a time.");
-    arguments.input = argv[optind];
+    seam::CommandLine line =
+        seam::readCommandLine(PROGRAM, argc, argv, [&](seam::Option option, const char *value) {
+            return readOption(option, value, &arguments);
+        });
+    if (line.operands.size() != 1)
+        misuse(line.operands.empty() ? "A file is wanted." : "One file at a time.");
+    arguments.input = line.operands[0];
     complete(&arguments);
+    line.inputs.push_back(arguments.input);
+    line.outputs.push_back(arguments.output);
+    seam::refuseOverwriting(PROGRAM, line);
     return arguments;
 }

@@ -23,6 +23,7 @@ struct Arguments {
     std::string input;   /* "-": standard input */
     std::string output;  /* "-": standard output; empty: beside the input, or the printer's */
     std::string printer; /* empty: none */
+    std::string pageMap; /* a file for the numbers of the job's pages; empty: none is wanted */
     PreparationOptions preparation;
     bool prepares = true;
     bool isStrict = false;

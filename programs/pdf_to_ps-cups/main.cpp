@@ -18,6 +18,7 @@
 
 #include "programs/pdf_to_ps-cups/options.h"
 #include "programs/printing/process.h"
+#include "seam/files.h"
 #include "zelkov/host.h"
 #include "zelkov/process.h"
 
@@ -175,6 +176,9 @@ int print(const Invocation &invocation)
         return fail("Not a number of copies: " + invocation.copies);
 
     PrintRequest request;
+    std::string overwritten = seam::overwriteFault({invocation.file}, {"-"});
+    if (!overwritten.empty())
+        return fail(overwritten);
     if (!takeInput(invocation, &request.input))
         return STATUS_FAILED;
     JobOptions options = readJobOptions(invocation.options);

@@ -333,10 +333,7 @@ bool applyOptions(const JobOptions &options, const PrinterDescription &printer,
         return true;
     job.paper.scaling = scalingOf(options);
     std::string list = valueOf(options, "page-ranges");
-    list.erase(std::remove(list.begin(), list.end(), ' '), list.end());
     if (list.empty())
         return true;
-    *fault = "Not a list of pages: " + list;
-    request->preparation.pageList = list;
-    return readPageList(list, &job.pages);
+    return seam::readPageRanges(list, &job.pages, fault);
 }

@@ -78,25 +78,6 @@ int writeToDescriptor(void *context, const uint8_t *bytes, size_t count)
     return 0;
 }
 
-/* The numbers that the pages of a prepared document have in the original: the first ones of the
- * list, each once. */
-std::function<int(int)> originalNumbers(const std::vector<std::pair<int, int>> &pages)
-{
-    if (pages.empty())
-        return nullptr;
-    return [pages](int ordinal) {
-        int number = 0;
-        for (int found = 0; found < ordinal; found++) {
-            int next = INT32_MAX;
-            for (auto [first, last] : pages)
-                if (last > number)
-                    next = std::min(next, std::max(first, number + 1));
-            number = next;
-        }
-        return number;
-    };
-}
-
 /* ---- the stages */
 
 struct Run {
@@ -135,20 +116,26 @@ bool prepare(Run &run)
 {
     PrintRequest &request = run.request;
     std::string plain = privateFile("plain.pdf");
+    request.preparation.pages = request.job.pages;
+    request.preparation.pageMap = privateFile("pages");
     if (plain.empty())
         return run.fail(withReason("No directory for temporary files"));
     auto notice = [&](const Notice &what) { run.remark(weightOf(what), what.page, what.text); };
-    switch (prepareDocument(request.preparation, request.input, plain, notice)) {
-    case Preparation::UNNEEDED:
+    std::vector<int> pageNumbers;
+    switch (prepareDocument(request.preparation, request.input, plain, &pageNumbers, notice)) {
+    case Preparation::UNNEEDED: /* then the list is the whole document, as it stands */
+        request.job.pages = {};
         return true;
     case Preparation::DONE:
         request.input = plain;
-        request.job.pageNumber = originalNumbers(request.job.pages);
-        request.job.pages.clear();
+        request.job.pages = {};
+        request.job.pageNumbers = std::move(pageNumbers);
         return true;
     case Preparation::MISSING:
         run.listener->missingPreparation();
         return false;
+    case Preparation::NO_PAGE_MAP:
+        return run.fail(withReason("The page map cannot be read"));
     case Preparation::FAILED:
         return false;
     }
@@ -176,6 +163,8 @@ Printed printDocument(PrintRequest request, const std::function<ZFile *()> &open
     job::Result result = job::writeJob(run.request.input, openOutput, run.request.job, callbacks);
     if (!result.isWritten || run.isCancelled())
         return Printed::NOTHING;
+    if (listener.pageMap)
+        listener.pageMap(result.pageNumbers);
     return run.isIncomplete || !result.isWhole ? Printed::INCOMPLETE : Printed::WHOLE;
 }
 

@@ -7,11 +7,12 @@
 #include <atomic>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "job/job.h"
 #include "programs/printing/preparation.h"
 
-/* What is to be printed.  The pages of `job` and the list of `preparation` are the same ones. */
+/* What is to be printed.  Its pages are those of `job`. */
 struct PrintRequest {
     std::string input; /* "-": standard input */
     job::Options job;
@@ -35,8 +36,9 @@ struct Remark {
 struct PrintListener {
     std::function<void(const Remark &)> remark;
     std::function<void(int page, int count)> progress; /* page of the job, from 1, begins */
-    std::function<void()> missingPreparation;          /* pdf_prepare is not installed */
-    const std::atomic<bool> *cancel = nullptr;         /* nothing is printed once it is set */
+    std::function<void(const std::vector<int> &numbers)> pageMap; /* of what has been printed */
+    std::function<void()> missingPreparation;                     /* pdf_prepare is not installed */
+    const std::atomic<bool> *cancel = nullptr; /* nothing is printed once it is set */
 };
 
 enum class Printed { WHOLE, INCOMPLETE, NOTHING };

@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "programs/printing/process.h"
+#include "seam/options.h"
 
 namespace {
 
@@ -15,12 +16,14 @@ constexpr int STATUS_UNNEEDED = 4; /* of --if-needed */
 std::vector<std::string> commandLine(const PreparationOptions &options)
 {
     std::vector<std::string> words = {ownProgram("pdf_prepare")};
-    if (!options.pageList.empty())
-        words.push_back("--pages=" + options.pageList);
+    for (const std::string &word : seam::pageWords(options.pages))
+        words.push_back(word);
     if (!options.passwordFile.empty())
         words.push_back("--password-file=" + options.passwordFile);
     if (!options.annotations.empty())
         words.push_back("--annotations=" + options.annotations);
+    if (!options.pageMap.empty())
+        words.push_back("--page-map=" + options.pageMap);
     if (!options.level.empty())
         words.push_back("--level=" + options.level);
     return words;
@@ -48,7 +51,7 @@ Notice readNotice(const std::string &line)
 } // namespace
 
 Preparation prepareDocument(const PreparationOptions &options, const std::string &input,
-                            const std::string &plain,
+                            const std::string &plain, std::vector<int> *pageNumbers,
                             const std::function<void(const Notice &)> &notice)
 {
     auto pass = [&](const std::string &line) { notice(readNotice(line)); };
@@ -62,5 +65,8 @@ Preparation prepareDocument(const PreparationOptions &options, const std::string
         return errno == ENOENT || errno == EACCES ? Preparation::MISSING : Preparation::FAILED;
     if (result.status == STATUS_UNNEEDED)
         return Preparation::UNNEEDED;
-    return result.status == 0 ? Preparation::DONE : Preparation::FAILED;
+    if (result.status != 0)
+        return Preparation::FAILED;
+    bool isMapped = seam::readPageMapFile(options.pageMap, pageNumbers);
+    return isMapped ? Preparation::DONE : Preparation::NO_PAGE_MAP;
 }

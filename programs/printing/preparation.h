@@ -6,10 +6,15 @@
 
 #include <functional>
 #include <string>
+#include <vector>
+
+#include "seam/pages.h"
 
 /* What it is told; empty: its own defaults. */
 struct PreparationOptions {
-    std::string pageList, passwordFile, annotations, resolution, level;
+    seam::PageRanges pages;
+    std::string passwordFile, annotations, resolution, level;
+    std::string pageMap; /* a file that does not exist, for the page map */
 };
 
 /* What pdf_prepare says of a document. */
@@ -19,15 +24,17 @@ struct Notice {
 };
 
 enum class Preparation {
-    UNNEEDED, /* the document can be taken as it stands */
-    DONE,     /* `plain` holds it */
-    MISSING,  /* pdf_prepare is not installed */
-    FAILED,   /* a notice has said why */
+    UNNEEDED,    /* the document can be taken as it stands */
+    DONE,        /* `plain` holds it */
+    MISSING,     /* pdf_prepare is not installed */
+    NO_PAGE_MAP, /* it cannot be read: errno says why */
+    FAILED,      /* a notice has said why */
 };
 
-/* Prepares the chosen pages of `input` into the file `plain` when that is needed. */
+/* Prepares the chosen pages of `input` into the file `plain` when that is needed.  When it is done,
+ * `pageNumbers` has the number in `input` of each page of `plain`. */
 Preparation prepareDocument(const PreparationOptions &options, const std::string &input,
-                            const std::string &plain,
+                            const std::string &plain, std::vector<int> *pageNumbers,
                             const std::function<void(const Notice &)> &notice);
 
 #endif

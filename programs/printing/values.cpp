@@ -1,5 +1,5 @@
 /*
- * values.cpp - lists of pages, sizes of paper
+ * values.cpp - sizes of paper
  */
 #include "programs/printing/values.h"
 
@@ -52,28 +52,6 @@ bool readSize(const std::string &text, const char *usualUnit, int *width, int *h
 }
 
 } // namespace
-
-bool readPageList(const std::string &list, std::vector<std::pair<int, int>> *pages)
-{
-    constexpr int LAST = 1 << 30;
-    pages->clear();
-    for (const char *at = list.c_str(); *at;) {
-        char *end;
-        long first = strtol(at, &end, 10), last = first;
-        bool good = end != at && *at >= '0' && *at <= '9';
-        at = end;
-        if (good && *at == '-') {
-            last = strtol(++at, &end, 10);
-            last = end == at ? LAST : last;
-            at = end;
-        }
-        if (!good || first < 1 || last < first || last > LAST || (*at && *at != ','))
-            return false;
-        pages->emplace_back((int)first, (int)last);
-        at += *at == ',';
-    }
-    return !pages->empty();
-}
 
 bool readPaperSize(const std::string &name, const char *unit, int *width, int *height)
 {

@@ -5,11 +5,6 @@
 #define PRINTING_VALUES_H
 
 #include <string>
-#include <utility>
-#include <vector>
-
-/* "2-5,9,12-", ranges with both ends; false when it is no such list. */
-bool readPageList(const std::string &list, std::vector<std::pair<int, int>> *pages);
 
 /* The size of a paper in points, by its name ("a4") or as "210x297mm", with `unit` where it says
  * none: mm, cm, in or pt.  False when it is nothing like that. */

@@ -258,13 +258,71 @@ TEST(Batch, WrongUseIsStatusTwo)
     for (const Lines &arguments :
          {Lines{}, Lines{"in"}, Lines{"-o", "out"}, Lines{"in", "-o"}, Lines{"none", "-o", "out"},
           Lines{"in", "-o", "out", "--jobs", "x"}, Lines{"in", "-o", "out", "--unknown"},
-          Lines{"in", "-o", "out", "--", "-o", "x"}, Lines{"in", "-o", "out", "--", "--printer=x"},
-          Lines{"in", "-o", "out", "--share=1/2"}}) {
+          Lines{"in", "-o", "out", "--again=x"}, Lines{"in", "-o", "out", "-x"},
+          Lines{"in", "-oout", "--csv"}, Lines{"in", "-o", "out", "--", "-o", "x"},
+          Lines{"in", "-o", "out", "--", "--printer=x"}, Lines{"in", "-o", "out", "--share=1/2"}}) {
         ProgramResult result = runBatch(directory, arguments);
         EXPECT_EQ(result.status, 2) << result.err;
         EXPECT_EQ(occurrences(result.err, "Try 'pdf_print-batch --help'."), 1u) << result.err;
         EXPECT_FALSE(fileExists(directory / "out"));
     }
+}
+
+TEST(Batch, AReportIsNeverAFileThatIsRead)
+{
+    ScratchDirectory directory;
+    const std::string pdf = onePagePdf(BAR);
+    put(directory, "in/a.pdf", pdf);
+    put(directory, "elsewhere.txt", pdf);
+    put(directory, "word", "secret\n");
+    fs::create_symlink("in/a.pdf", directory / "soft.csv");
+    fs::create_hard_link(directory / "in/a.pdf", directory / "hard.csv");
+    fs::create_symlink("../elsewhere.txt", directory / "in/linked.pdf");
+    for (const Lines &arguments : std::initializer_list<Lines>{
+             {"--csv", "in/a.pdf"},
+             {"--csv", "./in/a.pdf"},
+             {"--jsonl=soft.csv"},
+             {"--csv=hard.csv"},
+             {"--csv=elsewhere.txt"},
+             {"--csv=word", "--", "--password-file=./word"},
+             {"--csv=word", "--", "--passw", "word"},
+         }) {
+        Lines words = {"in", "-o", "out"};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        ProgramResult result = runBatch(directory, words);
+        EXPECT_EQ(result.status, 2) << arguments[0];
+        EXPECT_TRUE(
+            result.err.starts_with("pdf_print-batch: The report would overwrite what is read: "))
+            << result.err;
+        EXPECT_FALSE(fileExists(directory / "out"));
+    }
+    ASSERT_EQ(runBatch(directory, {"in", "-o", "out", "--", "--pass=word"}).status, 0);
+    EXPECT_EQ(runBatch(directory, {"-o", "out", "--end", "--csv=hard.csv"}).status, 2);
+    EXPECT_EQ(runBatch(directory, {"-o", "out", "--end", "--csv=word"}).status, 2);
+    EXPECT_EQ(linesIn(directory / "word"), Lines{"secret"});
+    EXPECT_EQ(runBatch(directory, {"-o", "out", "--end", "--csv=new.csv"}).status, 0);
+    EXPECT_EQ(runBatch(directory, {"-o", "out", "--end", "--csv=new.csv"}).status, 0);
+    for (const char *name : {"in/a.pdf", "elsewhere.txt"})
+        EXPECT_EQ(readFile(directory / name), pdf);
+}
+
+TEST(Batch, AnOutputIsNeverAFileThatIsRead)
+{
+    ScratchDirectory directory;
+    const std::string pdf = onePagePdf(BAR);
+    put(directory, "in/a.pdf", pdf);
+    put(directory, "in/b.pdf", pdf);
+    put(directory, "in/c.pdf", pdf);
+    fs::create_symlink("a.pdf", directory / "in/a.ps");
+    fs::create_hard_link(directory / "in/b.pdf", directory / "in/b.ps");
+    ProgramResult result = runBatch(directory, {"in", "-o", "in", "--csv", "report.csv"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(occurrences(result.err, "1 printed, 0 printed in part, 2 failed"), 1u) << result.err;
+    EXPECT_TRUE(fs::is_symlink(directory / "in/a.ps"));
+    EXPECT_EQ(fs::hard_link_count(directory / "in/b.pdf"), 2u);
+    EXPECT_EQ(occurrences(readFile(directory / "report.csv"), ",2,0,0,"), 2u);
+    for (const char *name : {"in/a.pdf", "in/b.pdf", "in/c.pdf"})
+        EXPECT_EQ(readFile(directory / name), pdf);
 }
 
 TEST(Batch, SaysThatParallelIsMissing)

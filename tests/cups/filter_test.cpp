@@ -109,13 +109,32 @@ TEST(PrintFilter, PageRanges)
     EXPECT_EQ(run.said, (Lines{"INFO: Page 1 of 3", "PAGE: 1 2", "INFO: Page 2 of 3", "PAGE: 2 2",
                                "INFO: Page 3 of 3", "PAGE: 3 2"}));
     expectPages(run.job, document, {2, 2, 3, 3, 5, 5});
-    run = filter(document, "page-ranges=3-1");
+    run = filter(document, "page-ranges='3-1, 5, 5'");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(comments(run.job, "Page"), (Lines{"(3) 1", "(2) 2", "(1) 3", "(5) 4", "(5) 5"}));
+    run = filter(document, "page-ranges=3-x");
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.said, Lines{"ERROR: Not a list of pages: 3-1"});
+    EXPECT_EQ(run.said, Lines{"ERROR: Not a list of pages, such as 2-5,9,12-: 3-x"});
     run = filter(document, "page-ranges=7");
     EXPECT_EQ(run.status, 1);
     ASSERT_FALSE(run.said.empty());
     EXPECT_TRUE(run.said.back().starts_with("ERROR: ")) << run.said.back();
+}
+
+TEST(PrintFilter, TheJobNeverGoesIntoTheDocument)
+{
+    ScratchDirectory directory;
+    const std::string pdf = boxedPages(1);
+    directory.write("doc.pdf", pdf);
+    ProgramOptions settings;
+    settings.directory = directory.path;
+    settings.environment = {{"FILTER", filterPath()}};
+    ProgramResult result =
+        runProgram({"sh", "-c", "\"$FILTER\" 7 me title 1 '' doc.pdf >>doc.pdf"}, settings);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "ERROR: The output would overwrite what is read: standard output is "
+                          "doc.pdf.\n");
+    EXPECT_EQ(readFile(directory / "doc.pdf"), pdf);
 }
 
 TEST(PrintFilter, CopiesAndTheirOrder)

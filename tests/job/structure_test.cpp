@@ -95,7 +95,7 @@ TEST(JobStructure, CommentsTellThePagesAndTheirPaper)
 TEST(JobStructure, ThePagesThatWereChosen)
 {
     std::string pdf = pagesOf({"0 0 10 10", "0 0 20 20", "0 0 30 30", "0 0 40 40"});
-    std::string job = jobOf(pdf, {"--pages=4,2-3,3"});
+    std::string job = jobOf(pdf, {"--pages=2-4"});
     EXPECT_EQ(occurrences(job, "\n%%Page: "), 3u);
     EXPECT_EQ(occurrences(job, "\n%%Page: (2) 1\n"), 1u);
     EXPECT_EQ(occurrences(job, "\n%%Page: (4) 3\n"), 1u);
@@ -103,7 +103,49 @@ TEST(JobStructure, ThePagesThatWereChosen)
     EXPECT_EQ(occurrences(jobOf(pdf, {"--pages=3-"}), "\n%%Page: "), 2u);
     PrintRun none = printPdf(pdf, {"--no-prepare", "--pages=7"});
     EXPECT_EQ(none.status, 1);
-    EXPECT_EQ(none.messages, Lines{"pdf_print: doc.pdf: The document has none of these pages."});
+    EXPECT_EQ(none.messages, Lines{"pdf_print: doc.pdf: None of these pages exists: the document "
+                                   "has 4 pages."});
+}
+
+Lines pageCommentsOf(const std::string &job)
+{
+    Lines found;
+    for (const std::string &line : commentsOf(job))
+        if (line.starts_with("%%Page: "))
+            found.push_back(line.substr(8));
+    return found;
+}
+
+TEST(JobStructure, PagesTakenAsTheyStandAreResolvedToo)
+{
+    std::string pdf = pagesOf({"0 0 10 10", "0 0 20 20", "0 0 30 30", "0 0 40 40"});
+    EXPECT_EQ(pageCommentsOf(jobOf(pdf, {"--no-prepare", "--pages=odd"})),
+              (Lines{"(1) 1", "(3) 2"}));
+    EXPECT_EQ(pageCommentsOf(jobOf(pdf, {"--no-prepare", "--pages=1,r2-"})),
+              (Lines{"(1) 1", "(3) 2", "(4) 3"}));
+    PrintRun part = printPdf(pdf, {"--no-prepare", "--pages=1,99,99,r9"});
+    EXPECT_EQ(part.status, 2) << "99 comes twice";
+    part = printPdf(pdf, {"--no-prepare", "--pages=1,99"});
+    EXPECT_EQ(part.status, 0);
+    EXPECT_EQ(part.messages, Lines{"pdf_print: doc.pdf: 99: the document has 4 pages."});
+}
+
+TEST(JobStructure, AnotherOrderHasToBePrepared)
+{
+    std::string pdf = pagesOf({"0 0 10 10", "0 0 20 20"});
+    for (const char *list : {"2,1", "1,1", "z-1", "1-2,2"}) {
+        PrintRun run = printPdf(pdf, {"--no-prepare", std::string("--pages=") + list});
+        EXPECT_EQ(run.status, 2) << list;
+        EXPECT_FALSE(run.hasOutput);
+        ASSERT_EQ(run.messages.size(), 2u);
+        EXPECT_EQ(run.messages[0], "pdf_print: With --no-prepare pages come in the document's "
+                                   "order, each once.");
+    }
+    /* Only in this document do the parts meet. */
+    PrintRun run = printPdf(pdf, {"--no-prepare", "--pages=2,z"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.messages, Lines{"pdf_print: doc.pdf: Pages in another order, or more than once, "
+                                  "have to be prepared."});
 }
 
 TEST(JobStructure, LabelsAreTheDocumentsOwn)

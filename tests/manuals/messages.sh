@@ -9,8 +9,9 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 # Texts that stand on several lines in the code are joined.
-find "$source/programs" "$source/prepare" "$source/job" "$source/tools" "$source/data/ps" \
-    -name '*.cpp' -o -name '*.h' -o -name '*.ps' | sort | xargs cat | tr -d '\n' |
+find "$source/seam" "$source/programs" "$source/prepare" "$source/job" "$source/tools" \
+    "$source/data/ps" -type f -regex '.*\.\(cpp\|h\|def\|ps\)\|.*/pdf_print-batch' | sort | xargs cat |
+    tr -d '\n' |
     sed 's/" *"//g' >"$work/code"
 
 sed -n '/^## Messages/,$p' "$source/docs/printing.md" | sed -n 's/^| \(`[^|]*\) |.*/\1/p' |

@@ -3,6 +3,8 @@
  */
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include "tests/prepare/fonts.h"
 #include "tests/prepare/preparation.h"
 #include "tests/support/conversion.h"
@@ -47,12 +49,80 @@ TEST(Program, PagesThatDoNotExist)
     EXPECT_EQ(made.status, 1);
     EXPECT_FALSE(made.hasOutput);
     EXPECT_EQ(made.messages,
-              std::vector<std::string>{"PREPARE-W-DAMAGED: None of the pages wanted exists."});
+              std::vector<std::string>{"PREPARE-W-NOPAGE: None of these pages exists: the "
+                                       "document has 2 pages."});
+}
+
+TEST(Program, PagesComeInTheOrderOfTheList)
+{
+    Preparation made = preparePdf(pagesPdf(9), {"--pages=z,3-2,3,even"});
+    EXPECT_EQ(made.status, 0);
+    EXPECT_EQ(made.messages, std::vector<std::string>{});
+    EXPECT_EQ(heights(made.pdf),
+              (std::vector<std::string>{"109", "103", "102", "103", "102", "104", "106", "108"}));
+}
+
+TEST(Program, APartThatNamesNoPageIsSaid)
+{
+    Preparation made = preparePdf(pagesPdf(2), {"--pages=9,1,r5,9"});
+    EXPECT_EQ(made.status, 0);
+    EXPECT_EQ(made.messages,
+              (std::vector<std::string>{"PREPARE-W-NOPAGE: 9: the document has 2 pages.",
+                                        "PREPARE-W-NOPAGE: r5: the document has 2 pages."}));
+    EXPECT_EQ(heights(made.pdf), std::vector<std::string>{"101"});
+}
+
+TEST(Program, HandsThePageMapOver)
+{
+    ScratchDirectory directory;
+    std::string in = directory.write("in.pdf", pagesPdf(4)), map = directory / "map";
+    auto prepare = [&](const std::vector<std::string> &options) {
+        std::vector<std::string> command = {preparePath(), "--page-map=" + map};
+        command.insert(command.end(), options.begin(), options.end());
+        command.insert(command.end(), {in, directory / "out.pdf"});
+        return runProgram(command).status;
+    };
+    EXPECT_EQ(prepare({"--pages=4,1-2,4"}), 0);
+    EXPECT_EQ(readFile(map), "pages 4\n4\n1\n2\n4\n");
+    EXPECT_EQ(prepare({"--if-needed", "--pages=1-"}), 4);
+    EXPECT_EQ(readFile(map), "pages 4\n1\n2\n3\n4\n");
+}
+
+TEST(Program, TheOutputIsNeverAFileThatIsRead)
+{
+    ScratchDirectory directory;
+    const std::string pdf = pagesPdf(2);
+    std::string in = directory.write("d.pdf", pdf), word = directory.write("word", "secret\n");
+    std::string soft = directory / "soft.pdf", hard = directory / "hard.pdf";
+    ASSERT_EQ(symlink(in.c_str(), soft.c_str()), 0);
+    ASSERT_EQ(link(in.c_str(), hard.c_str()), 0);
+    std::vector<std::string> before = directory.names();
+    using Words = std::vector<std::string>;
+    for (const Words &words : std::initializer_list<Words>{
+             {in, in},
+             {in, directory / "./d.pdf"},
+             {in, soft},
+             {soft, in},
+             {in, hard},
+             {"--if-needed", in, hard},
+             {"--page-map=" + hard, in, directory / "out.pdf"},
+             {"--password-file=" + word, in, word},
+         }) {
+        Words command = {preparePath()};
+        command.insert(command.end(), words.begin(), words.end());
+        ProgramResult result = runProgram(command);
+        EXPECT_EQ(result.status, 2) << words.back();
+        EXPECT_TRUE(holds(result.err, "pdf_prepare: The output would overwrite what is read: "))
+            << result.err;
+        EXPECT_EQ(readFile(in), pdf);
+        EXPECT_EQ(readFile(word), "secret\n");
+        EXPECT_EQ(directory.names(), before);
+    }
 }
 
 TEST(Program, WrongUseIsStatusTwo)
 {
-    for (const std::vector<std::string> &options : {std::vector<std::string>{"--pages=3-2"},
+    for (const std::vector<std::string> &options : {std::vector<std::string>{"--pages=0"},
                                                     {"--pages=x"},
                                                     {"--pages="},
                                                     {"--unknown"},

@@ -3,6 +3,8 @@
  */
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include "tests/support/pdf_builder.h"
 #include "tests/support/printing.h"
 #include "tests/support/scratch_directory.h"
@@ -126,7 +128,7 @@ TEST(Preview, PagesKeepTheirNumbers)
     directory.write("doc.pdf", annotatedPdf());
     EXPECT_EQ(preview(directory, {"--pages", "3,2-", "--fail-over=1", "doc.pdf"}).status, 0);
     std::string html = readFile(directory / "doc.html");
-    EXPECT_EQ(between(html, "<h2>", "</h2>"), (Lines{"Page 2", "Page 3"}));
+    EXPECT_EQ(between(html, "<h2>", "</h2>"), (Lines{"Page 3", "Page 2", "Page 3"}));
 }
 
 TEST(Preview, MessagesStandBesideTheirPage)
@@ -185,13 +187,42 @@ TEST(Preview, WrongUseIsStatusTwo)
     for (const Lines &arguments :
          {Lines{}, Lines{"a.pdf", "a.pdf"}, Lines{"--dpi=5", "a.pdf"}, Lines{"--dpi=x", "a.pdf"},
           Lines{"--fail-over=-1", "a.pdf"}, Lines{"--fail-over=nan", "a.pdf"},
-          Lines{"--pages=3-1", "a.pdf"}, Lines{"--unknown", "a.pdf"},
+          Lines{"--pages=3;1", "a.pdf"}, Lines{"--unknown", "a.pdf"},
           Lines{"a.pdf", "--", "--pages=1"}}) {
         ProgramResult result = preview(directory, arguments);
         EXPECT_EQ(result.status, 2) << result.err;
         EXPECT_EQ(occurrences(result.err, "Try 'pdf_print-preview --help'."), 1u) << result.err;
     }
     EXPECT_EQ(directory.names(), Lines{"a.pdf"});
+}
+
+TEST(Preview, TheOutputIsNeverAFileThatIsRead)
+{
+    ScratchDirectory directory;
+    const std::string pdf = onePagePdf(BAR);
+    directory.write("d.pdf", pdf);
+    directory.write("word", "secret\n");
+    ASSERT_EQ(symlink("d.pdf", (directory / "soft.html").c_str()), 0);
+    ASSERT_EQ(link((directory / "d.pdf").c_str(), (directory / "hard.html").c_str()), 0);
+    Lines before = directory.names();
+    for (const Lines &arguments : std::initializer_list<Lines>{
+             {"-o", "d.pdf", "d.pdf"},
+             {"-o", "./d.pdf", "d.pdf"},
+             {"-o", "soft.html", "d.pdf"},
+             {"-o", "hard.html", "d.pdf"},
+             {"-o", "d.pdf", "soft.html"},
+             {"-o", "word", "d.pdf", "--", "--password-file=word"},
+             {"-o", "./word", "d.pdf", "--", "--pass", "word"},
+         }) {
+        ProgramResult result = preview(directory, arguments);
+        EXPECT_EQ(result.status, 2) << arguments[1];
+        EXPECT_TRUE(
+            result.err.starts_with("pdf_print-preview: The output would overwrite what is read: "))
+            << result.err;
+        EXPECT_EQ(readFile(directory / "d.pdf"), pdf);
+        EXPECT_EQ(readFile(directory / "word"), "secret\n");
+        EXPECT_EQ(directory.names(), before);
+    }
 }
 
 TEST(Preview, IsShownByABrowser)

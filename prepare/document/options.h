@@ -1,0 +1,36 @@
+/*
+ * options.h - what is wanted of a document, and what is said of it
+ */
+#ifndef PREPARE_DOCUMENT_OPTIONS_H
+#define PREPARE_DOCUMENT_OPTIONS_H
+
+#include <string>
+
+#include "seam/pages.h"
+
+namespace prepare {
+
+/* Which annotations become part of the page. */
+enum class Annotations { PRINT, SCREEN, NONE };
+
+struct Options {
+    seam::PageRanges pages; /* wanted, in their order; what lies beyond the document is left out */
+    std::string password;
+    Annotations annotations = Annotations::PRINT;
+    int level = 3; /* of the printer's language: at 2 there is no Flate and no compact font */
+    int resolution = 300; /* pixels per inch of what becomes pixels, 36 to 2400 */
+    std::string scratch;  /* path of a directory that does not exist, for the files of other
+                           * programs; empty: each makes one of its own */
+};
+
+constexpr int MAX_FORM_DEPTH = 12; /* forms within forms that are followed */
+
+struct Notice {
+    std::string key;  /* "ENCRYPTED", "DAMAGED", "NOFONT", "NOCMAP", "LIMIT", ... */
+    int page;         /* from 1; 0: the document */
+    std::string text; /* a sentence */
+};
+
+} // namespace prepare
+
+#endif
