@@ -82,9 +82,13 @@ bool undoneContent(ConversionRun *run, const PdfStream *stream, std::string *con
 
 namespace {
 
-void noResources(ConversionRun *, const PdfDict *)
-{
-}
+/* A definition by itself: what it holds is left to others, and no page is in it. */
+struct PartSink : PageSink {
+    bool beginPage(ConversionRun *, const PageAttributes &) override { return false; }
+    void resources(ConversionRun *, const PdfDict *) override {}
+    void contents(ConversionRun *, const PdfStream *) override {}
+    void endPage(ConversionRun *, const PageAttributes &, bool) override {}
+};
 
 /* Content is kept as a form without a box; its data stands in front, as that of a form does. */
 void writeSharedContent(ConversionRun *run, const char *name)
@@ -171,14 +175,13 @@ void definePart(ConversionRun *run, const PlannedResource &resource, const char 
     ZFile *output = fopensink(sink);
     if (!output)
         throw std::bad_alloc();
-    auto writeResources = run->writeResources;
-    run->writeResources = noResources;
     {
+        PartSink alone;
+        SinkRedirect without(run, &alone);
         OutputRedirect redirect(run, output);
         run->written.resourceEntries = 0;
         writeDefinition(run, resource, name);
     }
-    run->writeResources = writeResources;
     fclosx(output);
 }
 

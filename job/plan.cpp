@@ -12,6 +12,7 @@
 #include "tools/zolak1_3/pdf_to_ps/reader/names.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/xref.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/pagetree.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/redirect.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/resources.h"
 #include "zelkov/text.h"
 
@@ -61,7 +62,17 @@ constexpr const char *residentNames[] = {
     "ZapfDingbats",
 };
 
-struct Walk {
+/* The walk of the plan: what each page's resources and streams are, without writing them. */
+struct Walk : PageSink {
+    Walk(ConversionRun *read, const Options *given, Plan *made)
+        : run(read), options(given), plan(made)
+    {
+    }
+    bool beginPage(ConversionRun *, const PageAttributes &attributes) override;
+    void resources(ConversionRun *, const PdfDict *resources) override;
+    void contents(ConversionRun *, const PdfStream *stream) override;
+    void endPage(ConversionRun *, const PageAttributes &, bool) override;
+
     ConversionRun *run;
     const Options *options;
     Plan *plan;
@@ -69,11 +80,6 @@ struct Walk {
     uint32_t lines = 0;              /* of the page */
     int32_t depth = 0;
 };
-
-Walk &walkOf(ConversionRun *run)
-{
-    return *static_cast<Walk *>(run->plan);
-}
 
 /* ---- what a resource takes */
 
@@ -221,19 +227,6 @@ void noteContent(Walk &walk, const PdfStream *stream)
         SMALL_RESOURCE_BYTES + (uint64_t)std::max(stream->length, 0);
 }
 
-void visitContents(Walk &walk, const PageAttributes &attributes)
-{
-    if (attributes.contentStream)
-        noteContent(walk, attributes.contentStream);
-    for (int32_t i = 0; attributes.contentArray && i < attributes.contentArray->count; i++) {
-        fputp(walk.run->input, attributes.contentArray->items[i]);
-        StreamPtr stream = readStream(walk.run);
-        if (!stream)
-            return;
-        noteContent(walk, stream.get());
-    }
-}
-
 /* What a page of the input is called. */
 int numberOf(const Options &options, int page)
 {
@@ -241,30 +234,49 @@ int numberOf(const Options &options, int page)
     return index < options.pageNumbers.size() ? options.pageNumbers[index] : page;
 }
 
-void planPage(ConversionRun *run, const PageAttributes &attributes)
+bool Walk::beginPage(ConversionRun *, const PageAttributes &attributes)
 {
-    Walk &walk = walkOf(run);
     int page = run->currentPage;
-    if (!walk.isChosen.empty() && !walk.isChosen[(size_t)page])
-        return;
-    int number = numberOf(*walk.options, page);
-    walk.plan->pages.push_back({page, number, pageRectangle(attributes), std::to_string(number)});
-    walk.lines = 0;
-    if (attributes.resources)
-        visitKinds(walk, attributes.resources);
+    if (!isChosen.empty() && !isChosen[(size_t)page])
+        return false;
+    int number = numberOf(*options, page);
+    plan->pages.push_back({page, number, pageRectangle(attributes), std::to_string(number)});
+    lines = 0;
+    return true;
+}
+
+void Walk::resources(ConversionRun *, const PdfDict *resources)
+{
+    visitKinds(*this, resources);
     if (run->errorFlag)
         forgive(run);
-    visitContents(walk, attributes);
+}
+
+void Walk::contents(ConversionRun *, const PdfStream *stream)
+{
+    noteContent(*this, stream);
+}
+
+void Walk::endPage(ConversionRun *, const PageAttributes &, bool)
+{
     if (run->errorFlag)
         forgive(run);
 }
 
 /* ---- the list of pages */
 
-void countPage(ConversionRun *run, const PageAttributes &)
-{
-    *static_cast<int *>(run->plan) = run->currentPage;
-}
+struct PageCounter : PageSink {
+    int count = 0;
+
+    bool beginPage(ConversionRun *run, const PageAttributes &) override
+    {
+        count = run->currentPage;
+        return false;
+    }
+    void resources(ConversionRun *, const PdfDict *) override {}
+    void contents(ConversionRun *, const PdfStream *) override {}
+    void endPage(ConversionRun *, const PageAttributes &, bool) override {}
+};
 
 /* Resolves the list of pages, for which the pages have to be counted first. */
 void choose(ConversionRun *run, Walk *walk)
@@ -272,19 +284,17 @@ void choose(ConversionRun *run, Walk *walk)
     const seam::PageRanges &pages = walk->options->pages;
     if (pages.isWholeDocument())
         return;
-    int pageCount = 0;
-    run->plan = &pageCount;
-    run->writePage = countPage;
-    walkPages(run);
+    PageCounter counter;
+    walkPages(run, &counter);
     run->currentPage = 0;
     if (run->errorFlag)
         return;
-    seam::ChosenPages chosen = seam::choosePages(pages, pageCount);
+    seam::ChosenPages chosen = seam::choosePages(pages, counter.count);
     walk->plan->fault = chosen.fault;
     walk->plan->warnings = chosen.warnings;
     if (!seam::isRising(chosen.numbers))
         walk->plan->fault = "Pages in another order, or more than once, have to be prepared.";
-    walk->isChosen.resize((size_t)pageCount + 1);
+    walk->isChosen.resize((size_t)counter.count + 1);
     for (int number : chosen.numbers)
         walk->isChosen[(size_t)number] = true;
 }
@@ -325,8 +335,9 @@ void chooseShared(Plan *plan, uint64_t budget)
 
 } // namespace
 
-void walkPages(ConversionRun *run)
+void walkPages(ConversionRun *run, PageSink *sink)
 {
+    SinkRedirect redirect(run, sink);
     checkCatalog(run); /* which leaves the input at the page tree */
     PageAttributes attributes = {};
     int64_t pageCounter = 0;
@@ -342,16 +353,11 @@ void forgive(ConversionRun *run)
 
 void makePlan(ConversionRun *run, const Options &options, Plan *plan)
 {
-    Walk walk = {run, &options, plan};
+    Walk walk(run, &options, plan);
     choose(run, &walk);
-    if (run->errorFlag || !plan->fault.empty()) {
-        run->plan = nullptr;
+    if (run->errorFlag || !plan->fault.empty())
         return;
-    }
-    run->plan = &walk;
-    run->writePage = planPage;
-    walkPages(run);
-    run->plan = nullptr;
+    walkPages(run, &walk);
     if (run->errorFlag)
         return;
     mergeEqual(run, plan);

@@ -71,9 +71,9 @@ void makePlan(ConversionRun *run, const Options &options, Plan *plan);
  * when the page is written. */
 void forgive(ConversionRun *run);
 
-/* Calls the run's writePage for each page of the document; the run's error flag is set when the
- * tree cannot be read. */
-void walkPages(ConversionRun *run);
+/* Hands each page of the document to the sink; the run's error flag is set when the tree cannot be
+ * read. */
+void walkPages(ConversionRun *run, PageSink *sink);
 
 } // namespace job
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 
 #include "job/comments.h"
 #include "job/parts.h"
@@ -22,18 +23,50 @@ namespace {
 constexpr size_t SAMPLE_BYTES = 4096;
 constexpr size_t LEAST_PASSED_BYTES = 2048; /* less is not worth another block */
 
-PageWriter &writerOf(ConversionRun *run)
-{
-    return *static_cast<PageWriter *>(run->plan);
-}
+/* While it lives, what the run writes goes into a section of its own. */
+class PageSection {
+  public:
+    PageSection(PageWriter *pageWriter, const char *procedure)
+        : writer(pageWriter), section(writer->job, writer->encoding, procedure)
+    {
+        writer->section = &section;
+        redirect.emplace(writer->run, section.file());
+    }
+    ~PageSection() { writer->section = nullptr; }
+    PageSection(const PageSection &) = delete;
+    PageSection &operator=(const PageSection &) = delete;
+
+    /* Ends the section; what the page could not bring is missing from it. */
+    void finish();
+
+  private:
+    PageWriter *writer;
+    SectionWriter section;
+    std::optional<OutputRedirect> redirect;
+};
+
+/* Takes the pages of the second walk: comments, and a section for each. */
+struct JobPages : PageSink {
+    explicit JobPages(PageWriter *pageWriter) : writer(pageWriter) {}
+    bool beginPage(ConversionRun *run, const PageAttributes &attributes) override;
+    void resources(ConversionRun *run, const PdfDict *resources) override;
+    void beginContents(ConversionRun *run, const PageAttributes &attributes) override;
+    void contents(ConversionRun *run, const PdfStream *stream) override;
+    void endPage(ConversionRun *run, const PageAttributes &attributes, bool isWhole) override;
+    void passThrough(ConversionRun *run, uint32_t start, uint32_t count) override;
+
+    const PlannedPage &page() const { return writer->plan->pages[writer->written - 1]; }
+
+    PageWriter *writer;
+    std::optional<PageSection> section; /* of the page that has begun */
+};
 
 /* ---- data that passes through */
 
 /* Data that is compressed already is stored, see SectionWriter::passThrough. */
-void passThrough(ConversionRun *run, uint32_t start, uint32_t count)
+void JobPages::passThrough(ConversionRun *run, uint32_t start, uint32_t count)
 {
-    SectionWriter *section = writerOf(run).section;
-    if (!section)
+    if (!writer->section)
         return;
     bool isCompressed = false;
     if (count >= LEAST_PASSED_BYTES) {
@@ -42,14 +75,14 @@ void passThrough(ConversionRun *run, uint32_t start, uint32_t count)
         size_t got = fgetm(run->input, sample, std::min<size_t>(count, sizeof sample));
         isCompressed = looksCompressed({sample, got});
     }
-    section->passThrough(isCompressed);
+    writer->section->passThrough(isCompressed);
 }
 
 /* ---- content */
 
-void writeContents(ConversionRun *run, const PdfStream *stream)
+void JobPages::contents(ConversionRun *run, const PdfStream *stream)
 {
-    const PlannedResource *planned = writerOf(run).plan->find(stream->dataPosition);
+    const PlannedResource *planned = writer->plan->find(stream->dataPosition);
     if (planned && planned->shared >= 0) {
         fputstr_arg(run->output, "%d UseContents", (int)planned->shared);
         return;
@@ -71,13 +104,14 @@ void writeNested(ConversionRun *run, ValuePosition dictionary)
 {
     fputp(run->input, dictionary);
     if (DictPtr resources = readDict(run))
-        run->writeResources(run, resources.get());
+        run->sink->resources(run, resources.get());
 }
 
 /* One entry of a resource dictionary: a line when it is shared, else its definition. */
-bool writeEntry(ConversionRun *run, const char *name, ValuePosition position, DefineEntry define)
+bool writeEntry(PageWriter &writer, const char *name, ValuePosition position, DefineEntry define)
 {
-    const PlannedResource *planned = writerOf(run).plan->find(position);
+    ConversionRun *run = writer.run;
+    const PlannedResource *planned = writer.plan->find(position);
     if (!planned || planned->shared < 0) {
         if (!countResourceEntry(run))
             return false;
@@ -90,9 +124,9 @@ bool writeEntry(ConversionRun *run, const char *name, ValuePosition position, De
     return true;
 }
 
-void writeResourceLines(ConversionRun *run, const PdfDict *resources)
+void writeResourceLines(PageWriter &writer, const PdfDict *resources)
 {
-    PageWriter &writer = writerOf(run);
+    ConversionRun *run = writer.run;
     NestingLevel level(run, run->written.resourceDepth);
     if (run->errorFlag || level.tooDeep)
         return;
@@ -103,19 +137,19 @@ void writeResourceLines(ConversionRun *run, const PdfDict *resources)
         for (int32_t i = 0; entries && i < entries->count; i++) {
             if (run->errorFlag || ++writer.lines > LINES_LIMIT)
                 return;
-            if (!writeEntry(run, dictKey(entries.get(), i), entries->entries[i].value, kind.define))
+            if (!writeEntry(writer, dictKey(entries.get(), i), entries->entries[i].value, kind.define))
                 break;
         }
     }
 }
 
 /* The resources of a page, or, in brackets, those of the form or font that comes next. */
-void writeScope(ConversionRun *run, const PdfDict *resources)
+void JobPages::resources(ConversionRun *run, const PdfDict *resources)
 {
     bool isPage = run->written.resourceDepth == 0;
     if (!isPage)
         fputstr(run->output, "OpenResources");
-    writeResourceLines(run, resources);
+    writeResourceLines(*writer, resources);
     if (!isPage)
         fputstr(run->output, "CloseResources");
 }
@@ -132,27 +166,6 @@ void writePlacement(ConversionRun *run, const Options &options, const PlannedPag
     }
     fputstr_arg(run->output, "0 0 %lld %lld PageClip", (long long)page.width(),
                 (long long)page.height());
-}
-
-void writePageText(ConversionRun *run, const PageAttributes &attributes, const PlannedPage &page)
-{
-    run->written.resourceEntries = 0;
-    writerOf(run).lines = 0;
-    if (attributes.resources)
-        run->writeResources(run, attributes.resources);
-    writePlacement(run, *writerOf(run).options, page);
-    fputstr_arg(run->output, "%lld %lld translate", (long long)-page.rectangle.x1,
-                (long long)-page.rectangle.y1);
-    fputstr_arg(run->output, "%lld rotate", (long long)attributes.rotation);
-    if (attributes.contentStream && !run->errorFlag)
-        writeContents(run, attributes.contentStream);
-    for (int32_t i = 0; attributes.contentArray && i < attributes.contentArray->count; i++) {
-        fputp(run->input, attributes.contentArray->items[i]);
-        StreamPtr stream = readStream(run);
-        if (run->errorFlag)
-            return;
-        writeContents(run, stream.get());
-    }
 }
 
 /* Failures that are not the page's: nothing more can be written, or it shall not be. */
@@ -172,40 +185,53 @@ void forgivePage(PageWriter &writer)
     control_endRun(writer.run->controller);
 }
 
-/* Runs `write` with the run's output in a section of its own. */
-template <class Write> void inSection(PageWriter &writer, const char *procedure, Write write)
+/* ---- sections */
+
+void PageSection::finish()
 {
-    SectionWriter section(writer.job, writer.encoding, procedure);
-    writer.section = &section;
-    {
-        OutputRedirect redirect(writer.run, section.file());
-        write();
-    }
-    writer.section = nullptr;
-    forgivePage(writer);
-    if (!section.finish() && !writer.run->errorFlag)
-        zolakReport(writer.run, __LINE__, SEVERITY_ERROR, "BADFWRITE",
+    redirect.reset();
+    writer->section = nullptr;
+    forgivePage(*writer);
+    ConversionRun *run = writer->run;
+    if (!section.finish() && !run->errorFlag)
+        zolakReport(run, __LINE__, SEVERITY_ERROR, "BADFWRITE",
                     "Error occurred while writing the output: %s.", strerror(errno));
 }
 
-void writePage(ConversionRun *run, const PageAttributes &attributes)
+bool JobPages::beginPage(ConversionRun *run, const PageAttributes &)
 {
-    PageWriter &writer = writerOf(run);
-    const std::vector<PlannedPage> &pages = writer.plan->pages;
-    if (writer.written >= pages.size() || pages[writer.written].inDocument != run->currentPage)
-        return;
-    const PlannedPage &page = pages[writer.written++];
-    int ordinal = (int)writer.written;
-    if (writer.callbacks->progress)
-        writer.callbacks->progress(ordinal, (int)pages.size());
+    const std::vector<PlannedPage> &pages = writer->plan->pages;
+    if (writer->written >= pages.size() || pages[writer->written].inDocument != run->currentPage)
+        return false;
+    int ordinal = (int)++writer->written;
+    if (writer->callbacks->progress)
+        writer->callbacks->progress(ordinal, (int)pages.size());
     errno = 0; /* the reader takes it for its own */
-    writePageComments(writer.job, *writer.options, page, ordinal);
-    if (page.isEmpty()) {
-        fputstr(writer.job, "showpage");
-    } else {
-        inSection(writer, "PdfPage", [&] { writePageText(run, attributes, page); });
+    writePageComments(writer->job, *writer->options, page(), ordinal);
+    if (page().isEmpty()) {
+        fputstr(writer->job, "showpage");
+        fputstr(writer->job, "%%PageTrailer");
+        return false;
     }
-    fputstr(writer.job, "%%PageTrailer");
+    section.emplace(writer, "PdfPage");
+    run->written.resourceEntries = 0;
+    writer->lines = 0;
+    return true;
+}
+
+void JobPages::beginContents(ConversionRun *run, const PageAttributes &attributes)
+{
+    writePlacement(run, *writer->options, page());
+    fputstr_arg(run->output, "%lld %lld translate", (long long)-page().rectangle.x1,
+                (long long)-page().rectangle.y1);
+    fputstr_arg(run->output, "%lld rotate", (long long)attributes.rotation);
+}
+
+void JobPages::endPage(ConversionRun *, const PageAttributes &, bool)
+{
+    section->finish();
+    section.reset();
+    fputstr(writer->job, "%%PageTrailer");
 }
 
 /* ---- shared parts */
@@ -240,25 +266,16 @@ void writeShared(PageWriter *writer)
     if (writer->plan->shared.empty())
         return;
     ConversionRun *run = writer->run;
-    run->plan = writer;
-    run->passThrough = nullptr; /* the parts decide for themselves */
-    inSection(*writer, "PdfShared", [&] {
-        for (size_t i = 0; i < writer->plan->shared.size() && !run->errorFlag; i++)
-            writePart(*writer, i);
-    });
-    run->plan = nullptr;
+    PageSection section(writer, "PdfShared");
+    for (size_t i = 0; i < writer->plan->shared.size() && !run->errorFlag; i++)
+        writePart(*writer, i);
+    section.finish();
 }
 
 void writePages(PageWriter *writer)
 {
-    ConversionRun *run = writer->run;
-    run->plan = writer;
-    run->writeResources = writeScope;
-    run->writePage = writePage;
-    run->passThrough = passThrough;
-    walkPages(run);
-    run->passThrough = nullptr;
-    run->plan = nullptr;
+    JobPages pages(writer);
+    walkPages(writer->run, &pages);
 }
 
 } // namespace job

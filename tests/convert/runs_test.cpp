@@ -117,6 +117,34 @@ class Surroundings {
     HostScope scope;
 };
 
+/* Pages as the converter writes them, each into a buffer of its own. */
+struct PagesInBuffers : PageSink {
+    std::vector<std::pair<std::string, uint64_t>> pages; /* the text, and how much was counted */
+
+    bool beginPage(ConversionRun *run, const PageAttributes &attributes) override
+    {
+        auto append = [](void *context, const uint8_t *bytes, size_t count) {
+            static_cast<std::string *>(context)->append((const char *)bytes, count);
+            return 0;
+        };
+        std::string text;
+        ZFile *buffer = fopensink({append, &text});
+        {
+            SinkRedirect written(run, pageWriter());
+            OutputRedirect redirect(run, buffer);
+            describePage(run, attributes);
+        }
+        uint64_t written = zfile_written(buffer);
+        EXPECT_EQ(fclosx(buffer), 0);
+        pages.emplace_back(text, written);
+        fputstr(run->output, "one page");
+        return false;
+    }
+    void resources(ConversionRun *, const PdfDict *) override {}
+    void contents(ConversionRun *, const PdfStream *) override {}
+    void endPage(ConversionRun *, const PageAttributes &, bool) override {}
+};
+
 } // namespace
 
 TEST(Runs, OneAfterTheOtherUnderOneControllerEachAsIfAlone)
@@ -152,39 +180,22 @@ TEST(Runs, InEightThreadsAtOnceEachAsIfAlone)
 
 TEST(Runs, APageGoesIntoABufferAndIsCounted)
 {
-    /* The text of each page, and how much was counted. */
-    static std::vector<std::pair<std::string, uint64_t>> pages;
-    pages.clear();
     TestInstance test(sampleDocument());
     test.openIndex();
     snprintf(test.run->baseName, sizeof test.run->baseName, "doc");
-    test.run->writePage = [](ConversionRun *run, const PageAttributes &attributes) {
-        auto append = [](void *context, const uint8_t *bytes, size_t count) {
-            static_cast<std::string *>(context)->append((const char *)bytes, count);
-            return 0;
-        };
-        std::string text;
-        ZFile *buffer = fopensink({append, &text});
-        {
-            OutputRedirect redirect(run, buffer);
-            writePageDescription(run, attributes);
-        }
-        uint64_t written = zfile_written(buffer);
-        EXPECT_EQ(fclosx(buffer), 0);
-        pages.emplace_back(text, written);
-        fputstr(run->output, "one page");
-    };
+    PagesInBuffers sink;
+    test.run->sink = &sink;
     checkCatalog(test.run);
     PageAttributes attributes = {};
     int64_t counter = 0;
     walkPageTree(test.run, attributes, &counter);
 
-    ASSERT_EQ(pages.size(), 2U);
+    ASSERT_EQ(sink.pages.size(), 2U);
     EXPECT_EQ(test.written(), "one page\none page\n");
-    for (const auto &[text, written] : pages) {
+    for (const auto &[text, written] : sink.pages) {
         EXPECT_TRUE(text.starts_with("BeginPageDescription\n"));
         EXPECT_TRUE(text.ends_with("EndPageDescription\n"));
         EXPECT_EQ(text.size(), written);
     }
-    EXPECT_EQ(pages[0].first + pages[1].first, convertPdf(sampleDocument()).pages);
+    EXPECT_EQ(sink.pages[0].first + sink.pages[1].first, convertPdf(sampleDocument()).pages);
 }

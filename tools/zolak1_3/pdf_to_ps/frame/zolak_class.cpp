@@ -75,8 +75,7 @@ int32_t zolakInit(ZelkovInstance *self)
     ConversionRun *run = &asConverter(self)->run;
     run->errorFlag = 0;
     run->instance = self;
-    run->writeResources = writeResources;
-    run->writePage = writePageDescription;
+    run->sink = pageWriter();
     setInteger(self, "DEBUG", TYPE_INTEGER, 0);
     setInteger(self, "PAGE", TYPE_INTEGER, 0);
     setInteger(self, "ENCRYPT", TYPE_FLAG, 0);

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "tools/zolak1_3/pdf_to_ps/writer/contents.h"
+#include "tools/zolak1_3/pdf_to_ps/writer/resources.h"
 #include "zelkov/format.h"
 
 namespace {
@@ -49,41 +50,77 @@ Rectangle pageRectangle(const PageAttributes &attributes)
 
 namespace {
 
-/* Writes the streams of a /Contents array; false once the error flag is set. */
-bool writeContentArray(ConversionRun *run, const PdfArray *array)
+/* The description of a page, as the exact form has it. */
+struct PageWriter : PageSink {
+    bool beginPage(ConversionRun *run, const PageAttributes &attributes) override
+    {
+        run->pageWritten = 1;
+        run->written.resourceEntries = 0;
+        Rectangle page = pageRectangle(attributes);
+        if (page.x2 - page.x1 <= 0 || page.y2 - page.y1 <= 0)
+            return false;
+        fputstr(run->output, "BeginPageDescription");
+        return true;
+    }
+
+    void resources(ConversionRun *run, const PdfDict *resources) override
+    {
+        writeResources(run, resources);
+    }
+
+    void beginContents(ConversionRun *run, const PageAttributes &attributes) override
+    {
+        Rectangle page = pageRectangle(attributes);
+        ZFile *output = run->output;
+        fputstr_arg(output, "<< /PageSize [ %lld %lld ] >> setpagedevice",
+                    (long long)(page.x2 - page.x1), (long long)(page.y2 - page.y1));
+        fputstr_arg(output, "%lld %lld translate", (long long)-page.x1, (long long)-page.y1);
+        fputstr_arg(output, "%lld rotate", (long long)attributes.rotation);
+    }
+
+    void contents(ConversionRun *run, const PdfStream *stream) override
+    {
+        writePageContents(run, stream);
+    }
+
+    void endPage(ConversionRun *run, const PageAttributes &, bool isWhole) override
+    {
+        if (isWhole)
+            fputstr(run->output, "EndPageDescription");
+    }
+};
+
+/* Hands the streams of a /Contents array over; false once the error flag is set. */
+bool describeArray(ConversionRun *run, const PdfArray *array)
 {
     for (int32_t i = 0; i < array->count; i++) {
         fputp(run->input, array->items[i]);
         StreamPtr stream = readStream(run);
         if (run->errorFlag)
             return false;
-        writePageContents(run, stream.get());
+        run->sink->contents(run, stream.get());
     }
     return true;
 }
 
 } // namespace
 
-void writePageDescription(ConversionRun *run, const PageAttributes &attributes)
+PageSink *pageWriter()
 {
-    run->pageWritten = 1;
-    run->written.resourceEntries = 0;
-    Rectangle page = pageRectangle(attributes);
-    int64_t width = page.x2 - page.x1, height = page.y2 - page.y1;
-    if (width <= 0 || height <= 0)
-        return;
+    static PageWriter writer;
+    return &writer;
+}
 
-    ZFile *output = run->output;
-    fputstr(output, "BeginPageDescription");
-    if (attributes.resources)
-        run->writeResources(run, attributes.resources);
-    fputstr_arg(output, "<< /PageSize [ %lld %lld ] >> setpagedevice", (long long)width,
-                (long long)height);
-    fputstr_arg(output, "%lld %lld translate", (long long)-page.x1, (long long)-page.y1);
-    fputstr_arg(output, "%lld rotate", (long long)attributes.rotation);
-    if (attributes.contentArray && !writeContentArray(run, attributes.contentArray))
+void describePage(ConversionRun *run, const PageAttributes &attributes)
+{
+    PageSink &sink = *run->sink;
+    if (!sink.beginPage(run, attributes))
         return;
-    if (attributes.contentStream)
-        writePageContents(run, attributes.contentStream);
-    fputstr(output, "EndPageDescription");
+    if (attributes.resources)
+        sink.resources(run, attributes.resources);
+    sink.beginContents(run, attributes);
+    bool isWhole = !attributes.contentArray || describeArray(run, attributes.contentArray);
+    if (isWhole && attributes.contentStream)
+        sink.contents(run, attributes.contentStream);
+    sink.endPage(run, attributes, isWhole);
 }

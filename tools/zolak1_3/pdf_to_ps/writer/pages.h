@@ -33,7 +33,4 @@ struct PageAttributes {
  * Not above 0 where the page has no area. */
 Rectangle pageRectangle(const PageAttributes &attributes);
 
-/* Writes one page. */
-void writePageDescription(ConversionRun *run, const PageAttributes &attributes);
-
 #endif

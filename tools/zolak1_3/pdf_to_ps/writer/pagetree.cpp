@@ -119,7 +119,7 @@ void walkLeaf(ConversionRun *run, const PageAttributes &attributes, int64_t *pag
     run->currentPage = (int32_t)*pageCounter;
     zolakReport(run, __LINE__, SEVERITY_INFO, "PAGE", "Processing page %d", (int)*pageCounter);
     stopWhenCancelled(run);
-    run->writePage(run, attributes);
+    describePage(run, attributes);
     run->pagesWritten += !run->errorFlag;
 }
 

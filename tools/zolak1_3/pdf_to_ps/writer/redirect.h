@@ -5,7 +5,7 @@
  *     ZFile *buffer = fopensink(...);
  *     {
  *         OutputRedirect redirect(run, buffer);
- *         run->writePage(run, attributes);
+ *         describePage(run, attributes);
  *     }
  *     fclosx(buffer);
  */
@@ -30,6 +30,23 @@ class OutputRedirect {
   private:
     ConversionRun *run;
     ZFile *before;
+};
+
+/* While it lives, the run's pages go to this sink, which stays the caller's. */
+class SinkRedirect {
+  public:
+    SinkRedirect(ConversionRun *redirected, PageSink *sink)
+        : run(redirected), before(redirected->sink)
+    {
+        run->sink = sink;
+    }
+    ~SinkRedirect() { run->sink = before; }
+    SinkRedirect(const SinkRedirect &) = delete;
+    SinkRedirect &operator=(const SinkRedirect &) = delete;
+
+  private:
+    ConversionRun *run;
+    PageSink *before;
 };
 
 #endif

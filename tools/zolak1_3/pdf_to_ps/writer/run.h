@@ -7,9 +7,7 @@
 #include <cstdint>
 
 #include "tools/zolak1_3/pdf_to_ps/reader/reader.h"
-
-struct PageAttributes;
-struct PdfDict;
+#include "tools/zolak1_3/pdf_to_ps/writer/pagesink.h"
 
 /* How deep and how much hostile input has made the writers go.  Each kind of nesting is counted
  * apart; the outermost level is 1. */
@@ -41,20 +39,7 @@ struct ConversionRun : PdfReader {
 
     WriterLimits written;
 
-    /* Writes the named resources of a page, a form or a Type 3 font.  Forms and fonts hold
-     * resources again, and write them through here. */
-    void (*writeResources)(ConversionRun *run, const PdfDict *resources);
-
-    /* Hears that `count` bytes of the input, from `start` on, go into the output now as they stand;
-     * with a count of 0, that they are through.  Null: nobody wants to know.  The input's position
-     * may be moved. */
-    void (*passThrough)(ConversionRun *run, uint32_t start, uint32_t count);
-
-    /* Whatever stands behind the hooks above; the converter does not look at it. */
-    void *plan;
-
-    /* Writes a page that the page tree has led to. */
-    void (*writePage)(ConversionRun *run, const PageAttributes &attributes);
+    PageSink *sink; /* takes the pages; not owned */
 };
 
 /* Resource entries that one page description may come to, nested ones included: forms that share

@@ -145,13 +145,12 @@ class PassThrough {
   public:
     PassThrough(ConversionRun *passed, ValuePosition start, int32_t count) : run(passed)
     {
-        if (run->passThrough && count > 0)
-            run->passThrough(run, start, (uint32_t)count);
+        if (count > 0)
+            run->sink->passThrough(run, start, (uint32_t)count);
     }
     ~PassThrough()
     {
-        if (run->passThrough)
-            run->passThrough(run, 0, 0);
+        run->sink->passThrough(run, 0, 0);
     }
     PassThrough(const PassThrough &) = delete;
     PassThrough &operator=(const PassThrough &) = delete;

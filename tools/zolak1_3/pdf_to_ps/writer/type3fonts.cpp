@@ -22,7 +22,7 @@ bool writeFontResources(ConversionRun *run, const PdfDict *font)
     DictPtr resources = readDict(run);
     if (!resources)
         return false;
-    run->writeResources(run, resources.get());
+    run->sink->resources(run, resources.get());
     return true;
 }
 

@@ -98,7 +98,7 @@ void WriteFormXObject(ConversionRun *run, const char *key, const PdfStream *stre
         DictPtr resources = readDict(run);
         if (run->errorFlag)
             return;
-        run->writeResources(run, resources.get());
+        run->sink->resources(run, resources.get());
     }
     beginXObject(run, key, stream);
     writeDictEntries(run, dict,
