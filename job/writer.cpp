@@ -9,6 +9,7 @@
 
 #include "job/comments.h"
 #include "job/parts.h"
+#include "seam/messages.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/contents.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/redirect.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/resources.h"
@@ -184,8 +185,9 @@ template <class Write> void inSection(PageWriter &writer, const char *procedure,
     writer.section = nullptr;
     forgivePage(writer);
     if (!section.finish() && !writer.run->errorFlag)
-        zolakReport(writer.run, __LINE__, SEVERITY_ERROR, "BADFWRITE",
-                    "Error occurred while writing the output: %s.", strerror(errno));
+        zolakReport(writer.run, __LINE__, SEVERITY_ERROR,
+                    seam::rowOf(seam::Message::OutputFailed).key, "%s",
+                    seam::sentence(seam::Message::OutputFailed, {strerror(errno)}).c_str());
 }
 
 void writePage(ConversionRun *run, const PageAttributes &attributes)

@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "seam/messages.h"
+
 namespace prepare {
 
 /* Which annotations become part of the page. */
@@ -24,7 +26,7 @@ struct Options {
     std::vector<std::pair<int, int>> pages;
     std::string password;
     Annotations annotations = Annotations::PRINT;
-    int level = 3;        /* of the printer's language: at 2 there is no Flate and no compact font */
+    int level = 3; /* of the printer's language: at 2 there is no Flate and no compact font */
     int resolution = 300; /* pixels per inch of what becomes pixels, 36 to 2400 */
     std::string scratch;  /* path of a directory that does not exist, for the files of other
                            * programs; empty: each makes one of its own */
@@ -35,24 +37,18 @@ constexpr size_t MAX_CONTENT_BYTES = 256u << 20; /* decoded content of one page 
 constexpr int MAX_FORM_DEPTH = 12;
 constexpr int MAX_FORM_COPIES = 64;
 
-struct Notice {
-    std::string key;  /* "ENCRYPTED", "DAMAGED", "NOFONT", "NOCMAP", "LIMIT", ... */
-    int page;         /* from 1; 0: the document */
-    std::string text; /* a sentence */
-};
-
 enum class Outcome {
     UNCHANGED, /* nothing to do: no output was written */
     REWRITTEN,
-    REFUSED, /* the last notice says why; no output was written */
+    REFUSED, /* an error among the notices says why; no output was written */
 };
 
 /* Reads `in` and writes `out` when there is something to do.  Throws nothing but std::bad_alloc. */
 Outcome prepareFile(const std::string &in, const std::string &out, const Options &options,
-                    std::vector<Notice> *notices);
+                    seam::Notices *notices);
 
 /* Is there something to do?  Stops at the first thing found.  REFUSED as above. */
-Outcome probeFile(const std::string &in, const Options &options, std::vector<Notice> *notices);
+Outcome probeFile(const std::string &in, const Options &options, seam::Notices *notices);
 
 } // namespace prepare
 

@@ -6,6 +6,7 @@ set -eu
 cd "$(dirname "$0")/.."
 
 table='
+seam
 zelkov
 tools/compress1_0                zelkov
 tools/compress1_1                zelkov tools/compress1_0
@@ -16,17 +17,17 @@ tools/zolak1_3/zolak_filter      zelkov tools/compress1_0 tools/compress1_1 tool
 tools/zolak1_3/pdf_to_ps/writer  zelkov tools/zolak1_3/truetype tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/zolak_filter
 tools/zolak1_3/pdf_to_ps/frame   zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer
 library                          zelkov tools/zolak1_3/pdf_to_ps/frame pdf_to_ps
-job                              zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer tools/zolak1_3/pdf_to_ps/frame
-programs/printing                zelkov job
-programs/pdf_print               zelkov job programs/printing
-programs/pdf_print-preview       zelkov programs/printing
-programs/pdf_to_ps-cups          zelkov job programs/printing
+job                              seam zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer tools/zolak1_3/pdf_to_ps/frame
+programs/printing                seam zelkov job
+programs/pdf_print               seam zelkov job programs/printing
+programs/pdf_print-preview       seam zelkov programs/printing
+programs/pdf_to_ps-cups          seam zelkov job programs/printing
 '
 
 status=0
 
 # Every folder with sources has its row.
-for folder in $(find zelkov tools library job programs/printing programs/pdf_print programs/pdf_print-preview programs/pdf_to_ps-cups -name '*.cpp' -o -name '*.h' | sed 's|/[^/]*$||' | sort -u); do
+for folder in $(find seam zelkov tools library job programs/printing programs/pdf_print programs/pdf_print-preview programs/pdf_to_ps-cups -name '*.cpp' -o -name '*.h' | sed 's|/[^/]*$||' | sort -u); do
     if ! printf '%s\n' "$table" | grep -q "^$folder\( \|$\)"; then
         echo "Not in the table of layers: $folder"
         status=1
@@ -48,8 +49,9 @@ while read -r folder allowed; do
 done <<END
 $table
 END
-# The stage before the converter stands beside it and includes nothing of it.
-bad=$(grep -rHE '^#include "' prepare programs/pdf_prepare | grep -v '#include "prepare/' || true)
+# The stage before the converter stands beside it and includes nothing of it; what all programs have
+# in common stands below both.
+bad=$(grep -rHE '^#include "' prepare programs/pdf_prepare | grep -vE '#include "(prepare|seam)/' || true)
 if [ -n "$bad" ]; then
     printf 'Not of the stage itself:\n%s\n' "$bad"
     status=1

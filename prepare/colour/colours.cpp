@@ -100,8 +100,7 @@ bool takeInlineImage(Rewriter *rewriter, const Operation &operation)
     try {
         convertColours(rewriter->document, image);
     } catch (const LimitReached &limit) {
-        notice(rewriter->document, "IMAGE", rewriter->page->number,
-               "A picture is left out. " + limit.text);
+        say(rewriter->document, Message::PictureMissing, rewriter->page->number, {limit.text});
         return true;
     }
     emit(rewriter, nameText(addResource(rewriter, XOBJECT, "/PfI", image)) + " Do");

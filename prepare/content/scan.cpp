@@ -337,7 +337,7 @@ void scanPage(Document *document, Page *page)
     page->contentRead = true;
     if (damaged) {
         page->needs |= NEED_CONTENT;
-        notice(document, "DAMAGED", page->number, "Part of the page's content cannot be decoded.");
+        say(document, Message::ContentCut, page->number);
     }
     Frame frame{document, page, {}, nullptr, 0, {}, {}, {}};
     frame.scope.resources = page->object.getKey("/Resources");

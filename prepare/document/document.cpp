@@ -15,8 +15,6 @@ namespace prepare {
 
 namespace {
 
-constexpr size_t MAX_NOTICES = 200;
-
 /* Takes what a stream decodes to.  What is thrown here must pass libqpdf's own handlers, which
  * turn every std::exception into a warning. */
 struct Sink : Pipeline {
@@ -75,12 +73,10 @@ std::map<std::string, QPDFObjectHandle> entriesOf(QPDFObjectHandle object)
     return object.getDictAsMap();
 }
 
-void notice(Document *document, const std::string &key, int page, const std::string &text)
+void say(Document *document, Message message, int page,
+         std::initializer_list<std::string_view> values)
 {
-    auto same = [&](const Notice &n) { return n.key == key && n.page == page && n.text == text; };
-    std::vector<Notice> &all = *document->notices;
-    if (all.size() < MAX_NOTICES && std::none_of(all.begin(), all.end(), same))
-        all.push_back({key, page, text});
+    document->notices->add(seam::notice(message, page, values));
 }
 
 QPDFObjectHandle newFlateStream(QPDF *pdf, const std::string &data)

@@ -17,6 +17,7 @@
 #include "prepare/content/path.h"
 #include "prepare/document/qpdf.h"
 #include "prepare/prepare.h"
+#include "seam/messages.h"
 
 namespace prepare {
 
@@ -82,7 +83,7 @@ struct Document {
     std::string mendedFile; /* what `pdf` reads instead of the file, when not empty */
     QPDF pdf;
     Options options;
-    std::vector<Notice> *notices = nullptr;
+    seam::Notices *notices = nullptr;
     std::vector<Page> pages; /* the chosen ones */
     uint32_t needs = 0;      /* of the file itself, and of the pages scanned so far */
 
@@ -123,8 +124,12 @@ QPDFObjectHandle entryOf(QPDFObjectHandle object, const char *key);
 /* The entries of a dictionary; none of anything else. */
 std::map<std::string, QPDFObjectHandle> entriesOf(QPDFObjectHandle object);
 
-/* Adds a notice; the same one (key, page and text) only once, and at most 200 in all. */
-void notice(Document *document, const std::string &key, int page, const std::string &text);
+using seam::Message;
+
+/* Says a message of a page (0: of the document), with the values of its places in their order.
+ * The same one is there once, and of very many the worst. */
+void say(Document *document, Message message, int page,
+         std::initializer_list<std::string_view> values = {});
 
 /* A page met a bound of ours: it is written as it stands. */
 struct LimitReached {

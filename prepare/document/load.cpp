@@ -73,13 +73,13 @@ bool openFile(Document *document, const std::string &path)
         return true;
     } catch (const QPDFExc &error) {
         if (error.getErrorCode() == qpdf_e_password)
-            notice(document, "ENCRYPTED", 0, "The document needs a password: --password-file.");
+            say(document, Message::PasswordNeeded, 0);
         else
-            notice(document, "DAMAGED", 0, "The document cannot be read: " + reason(error, path));
+            say(document, Message::DocumentUnreadable, 0, {reason(error, path)});
     } catch (const std::bad_alloc &) {
         throw;
     } catch (const std::exception &error) {
-        notice(document, "DAMAGED", 0, "The document cannot be read: " + reason(error, path));
+        say(document, Message::DocumentUnreadable, 0, {reason(error, path)});
     }
     return false;
 }
@@ -140,10 +140,8 @@ bool loadDocument(Document *document, const std::string &path)
         document->pages.push_back(std::move(page));
     }
     if (document->pages.empty()) {
-        notice(document, "DAMAGED", 0,
-               pages.empty() || document->options.pages.empty()
-                   ? "The document has no pages."
-                   : "None of the pages wanted exists.");
+        bool hasNone = pages.empty() || document->options.pages.empty();
+        say(document, hasNone ? Message::NoPages : Message::PagesNotThere, 0);
         return false;
     }
     if (document->pages.size() < pages.size())

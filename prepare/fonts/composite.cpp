@@ -74,8 +74,7 @@ void readEncodingCMap(Document *document, CompositeFont *font, int page)
     } else if (!loadCMap(name, &font->encoding)) {
         font->encoding = identityCMap(endsWith(name, "-V"));
         font->hasCMap = false;
-        notice(document, "NOCMAP", page,
-               "The encoding " + name.substr(1) + " is not installed; its text is missing.");
+        say(document, Message::EncodingMissing, page, {name.substr(1)});
     } else {
         font->encoding.isVertical = endsWith(name, "-V") || name == "/V";
         font->codesAreText =
@@ -287,9 +286,7 @@ Choice substituteGlyph(Document *document, CompositeFont *font, const std::vecto
         if (unsigned glyph = FT_Get_Char_Index(face, unicode))
             return {GlyphOrigin::SYSTEM, face, glyph, ""};
     if (unicode != ' ' && unicode != 0x3000 && unicode != 0xA0)
-        notice(document, "NOFONT", page,
-               "Text in font " + plainFontName(font->baseFont) +
-                   " is missing: neither the document nor the system has the font.");
+        say(document, Message::FontMissing, page, {plainFontName(font->baseFont)});
     return {GlyphOrigin::NOWHERE, nullptr, 0, ""};
 }
 

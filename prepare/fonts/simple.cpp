@@ -350,9 +350,8 @@ void removeProgram(Document *document, QPDFObjectHandle font)
     for (const char *key : {"/FontFile", "/FontFile2", "/FontFile3"})
         descriptor.removeKey(key);
     font.replaceKey("/FontDescriptor", document->pdf.makeIndirectObject(descriptor));
-    notice(document, "NOFONT", 0,
-           "The program of font " + plainFontName(nameOr(font.getKey("/BaseFont"), "/?")) +
-               " cannot be read; another font takes its place.");
+    say(document, Message::FontReplaced, 0,
+        {plainFontName(nameOr(font.getKey("/BaseFont"), "/?"))});
 }
 
 } // namespace

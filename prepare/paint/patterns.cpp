@@ -159,8 +159,7 @@ void paintElsewhere(const PatternHandler *handler, Rewriter *rewriter, const Box
         addRegion(rewriter->document, rewriter->page, intersection(box, limits(handler, rewriter)),
                   what);
     else
-        notice(rewriter->document, "PATTERN", rewriter->page->number,
-               "In a form, " + what + " is replaced by one colour.");
+        say(rewriter->document, Message::PatternPlainInForm, rewriter->page->number, {what});
 }
 
 /* A single colour in place of the pattern. */

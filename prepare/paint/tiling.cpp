@@ -125,8 +125,7 @@ std::string cellsText(const Lattice &lattice, const Range &across, const Range &
 std::string plainContent(Rewriter *rewriter, QPDFObjectHandle pattern, const DeviceColour &colour,
                          const Box &box)
 {
-    notice(rewriter->document, "PATTERN", rewriter->page->number,
-           "A pattern of endless cells is replaced by one colour.");
+    say(rewriter->document, Message::PatternPlain, rewriter->page->number);
     bool isUncoloured = integerOr(pattern.getDict().getKey("/PaintType"), 1) == 2;
     DeviceColour plain = isUncoloured ? colour : tilingColour(rewriter->scope, pattern);
     return colourText(plain, false) + " " + numberText(box.left) + " " + numberText(box.bottom) +

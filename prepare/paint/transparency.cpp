@@ -399,7 +399,7 @@ void TransparencyHandler::paintThroughMask(Rewriter *rewriter, const Operation &
         if (back)
             known = &flatImageOf(rewriter, QPDFObjectHandle::newNull(), place, colour);
     } catch (const LimitReached &limit) {
-        notice(rewriter->document, "LIMIT", rewriter->page->number, limit.text);
+        say(rewriter->document, Message::PictureDrawn, rewriter->page->number, {limit.text});
     }
     std::string rule = operation.name.back() == '*' ? "W*" : "W";
     std::string text = path + "\n";
@@ -570,7 +570,7 @@ bool TransparencyHandler::takeImage(Rewriter *rewriter, const Operation &operati
         emit(rewriter, text);
         return true;
     } catch (const LimitReached &limit) {
-        notice(document, "IMAGE", rewriter->page->number, limit.text);
+        say(document, Message::PictureDrawn, rewriter->page->number, {limit.text});
     }
     document->maskedImagesUsed.insert(image.getObjGen());
     askForRegion(rewriter, seen.box, "a transparent picture");

@@ -7,27 +7,23 @@
 #include <functional>
 #include <string>
 
+#include "seam/messages.h"
+
 /* What it is told; empty: its own defaults. */
 struct PreparationOptions {
     std::string pageList, passwordFile, annotations, resolution, level;
 };
 
-/* What pdf_prepare says of a document. */
-struct Notice {
-    std::string key, text;
-    int page; /* 0: the document */
-};
-
 enum class Preparation {
     UNNEEDED, /* the document can be taken as it stands */
     DONE,     /* `plain` holds it */
-    MISSING,  /* pdf_prepare is not installed */
-    FAILED,   /* a notice has said why */
+    MISSING,  /* pdf_prepare is not installed, which has been said */
+    FAILED,   /* an error among the notices has said why */
 };
 
 /* Prepares the chosen pages of `input` into the file `plain` when that is needed. */
 Preparation prepareDocument(const PreparationOptions &options, const std::string &input,
                             const std::string &plain,
-                            const std::function<void(const Notice &)> &notice);
+                            const std::function<void(const seam::Notice &)> &hear);
 
 #endif

@@ -103,7 +103,7 @@ TEST(JobStructure, ThePagesThatWereChosen)
     EXPECT_EQ(occurrences(jobOf(pdf, {"--pages=3-"}), "\n%%Page: "), 2u);
     PrintRun none = printPdf(pdf, {"--no-prepare", "--pages=7"});
     EXPECT_EQ(none.status, 1);
-    EXPECT_EQ(none.messages, Lines{"pdf_print: doc.pdf: The document has none of these pages."});
+    EXPECT_EQ(none.messages, Lines{"pdf_print: doc.pdf: None of the pages wanted exists."});
 }
 
 TEST(JobStructure, LabelsAreTheDocumentsOwn)

@@ -47,7 +47,7 @@ TEST(Program, PagesThatDoNotExist)
     EXPECT_EQ(made.status, 1);
     EXPECT_FALSE(made.hasOutput);
     EXPECT_EQ(made.messages,
-              std::vector<std::string>{"PREPARE-W-DAMAGED: None of the pages wanted exists."});
+              std::vector<std::string>{"PREPARE-E-NOPAGE: None of the pages wanted exists."});
 }
 
 TEST(Program, WrongUseIsStatusTwo)
@@ -125,7 +125,7 @@ TEST(Program, OnePageThatCannotBeReadDoesNotStopTheOthers)
     EXPECT_TRUE(holds(made.pdf, "/MediaBox [ 0 0 400 400 ]"));
     ASSERT_EQ(made.messages.size(), 1u);
     EXPECT_EQ(made.messages[0],
-              "PREPARE-W-DAMAGED: Page 1: Part of the page's content cannot be decoded.");
+              "PREPARE-L-CONTENT: Page 1: Part of the page's content cannot be decoded.");
     EXPECT_EQ(convertForPrinting(made.pdf).status, 0);
 }
 

@@ -38,7 +38,7 @@ std::string shapesPdf(const std::string &entries = "", const std::string &conten
 
 struct Drawn {
     std::string pdf;
-    std::vector<Notice> notices;
+    seam::Notices notices;
 };
 
 /* The first page with these boxes as regions, and no other pass. */
@@ -287,7 +287,7 @@ TEST(Programs, ThatHangAreEndedWithAllTheyStarted)
 
 TEST(Programs, ThatHangAreNotTriedAgainAndAgain)
 {
-    std::vector<Notice> notices;
+    seam::Notices notices;
     Document document;
     document.notices = &notices;
     ScratchDirectory directory;
