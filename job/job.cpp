@@ -58,8 +58,7 @@ void reportOwn(ConversionRun *run, int line, seam::Message message,
 bool isOfFiles(const std::string &key)
 {
     using enum seam::Message;
-    for (seam::Message message :
-         {InputUnreadable, OutputNotOpened, OutputFailed, OutputTooLarge, ReadFailed})
+    for (seam::Message message : {InputUnreadable, OutputNotOpened, OutputFailed, OutputTooLarge})
         if (key == seam::rowOf(message).key)
             return true;
     return key == "BADFOPEN" || key == "BADFREAD" || key == "BADFWRITE";
@@ -109,7 +108,7 @@ void explainFailure(Hearer &hearer)
         tell(hearer, hearer.kept);
     else
         tell(hearer, {Severity::ERROR, seam::rowOf(seam::Message::Unexplained).key,
-                      seam::sentence(seam::Message::Unexplained), 0});
+                      seam::sentence(seam::Message::Unexplained, {"the job"}), 0});
 }
 
 struct WatchedJob {
@@ -122,8 +121,6 @@ void reportTrouble(void *context, FileTrouble trouble)
     ConversionRun *run = static_cast<const WatchedJob *>(context)->run;
     if (trouble == FileTrouble::LIMIT)
         reportOwn(run, __LINE__, seam::Message::OutputTooLarge);
-    else if (trouble == FileTrouble::READ)
-        reportOwn(run, __LINE__, seam::Message::ReadFailed, {strerror(errno)});
     else
         reportOwn(run, __LINE__, seam::Message::OutputFailed, {strerror(errno)});
 }

@@ -98,7 +98,7 @@ template <class Run> void guarded(Document *document, Page *page, Run run)
     } catch (const std::bad_alloc &) {
         throw;
     } catch (const std::exception &error) {
-        say(document, Message::PageBroken, page->number, {error.what()});
+        say(document, Message::PageUndone, page->number, {error.what()});
     }
     page->usage.complete = false;
     noteAllShown(document, page->object.getKeyIfDict("/Resources"));
@@ -106,6 +106,7 @@ template <class Run> void guarded(Document *document, Page *page, Run run)
 
 void lookAt(Document *document, Page *page)
 {
+    document->pageInWork = page->number;
     guarded(document, page, [&] {
         for (const PagePass &pass : lookPasses)
             pass.run(document, page);
@@ -140,6 +141,7 @@ bool open(Document *document, const std::string &in, const Options &options, sea
 
 void finish(Document *document, const std::string &out)
 {
+    document->pageInWork = 0;
     finishFonts(document);
     for (Page &page : document->pages)
         guarded(document, &page, [&] {

@@ -95,8 +95,11 @@ bool takeInlineImage(Rewriter *rewriter, const Operation &operation)
     if (operation.name != "BI" || !isConvertedSpace(inlineSpace(rewriter->scope, operation)))
         return false;
     QPDFObjectHandle image = inlineImage(rewriter->document, rewriter->scope, operation);
-    if (!image.isStream())
+    if (!image.isStream()) {
+        say(rewriter->document, Message::PictureMissing, rewriter->page->number,
+            {"What it is cannot be read."});
         return true;
+    }
     try {
         convertColours(rewriter->document, image);
     } catch (const LimitReached &limit) {

@@ -95,10 +95,14 @@ void keepUsage(Frame *frame)
 /* Walks a stream with resources of its own, or else those of the frame around it. */
 void scanInner(Frame *outer, QPDFObjectHandle stream, QPDFObjectHandle resources)
 {
-    if (outer->depth >= MAX_FORM_DEPTH)
+    if (outer->depth >= MAX_FORM_DEPTH) {
+        say(outer->document, Message::FormsTooDeep, outer->page->number);
         return setIncomplete(outer);
+    }
     bool damaged = false;
     std::string content = decodeStream(stream, MAX_CONTENT_BYTES, &damaged);
+    if (damaged)
+        say(outer->document, Message::StreamCut, outer->page->number);
     Frame frame{outer->document, outer->page, {}, outer, outer->depth + 1, {}, {}, {}};
     bool hasOwn = resources.isDictionary();
     frame.scope.resources = hasOwn ? resources : QPDFObjectHandle::newDictionary();

@@ -86,6 +86,7 @@ struct Document {
     seam::Notices *notices = nullptr;
     std::vector<Page> pages; /* the chosen ones */
     uint32_t needs = 0;      /* of the file itself, and of the pages scanned so far */
+    int pageInWork = 0;      /* number of the page that passes are at; 0: none */
 
     std::unique_ptr<FontStore, void (*)(FontStore *)> fonts{nullptr, nullptr};
     std::shared_ptr<Layers> layers;     /* null: there are none */

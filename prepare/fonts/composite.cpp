@@ -376,15 +376,19 @@ Placed place(Document *document, CompositeFont *font, uint32_t code, unsigned ci
 
 /* ---- writing ---- */
 
-void addOutline(const Subfont &subfont, const SubfontGlyph &glyph, int scale, double unit,
+/* False: the face has this glyph, and it cannot be drawn. */
+bool addOutline(const Subfont &subfont, const SubfontGlyph &glyph, int scale, double unit,
                 CompactFont *font)
 {
     Outline outline;
     double advance = 0;
-    if (subfont.face && !readOutline(subfont.face, glyph.glyph, scale, &outline, &advance))
+    bool isRead =
+        !subfont.face || readOutline(subfont.face, glyph.glyph, scale, &outline, &advance);
+    if (!isRead)
         outline = {};
     growBox(outline, font->box);
     font->glyphs.push_back(compactGlyph(glyph.name, outline, glyph.width / unit));
+    return isRead || (FT_Long)glyph.glyph >= subfont.face->num_glyphs;
 }
 
 CompactFont buildProgram(Document *document, const CompositeFont &font, const Subfont &subfont)
@@ -396,7 +400,8 @@ CompactFont buildProgram(Document *document, const CompositeFont &font, const Su
     program.matrix[0] = program.matrix[3] = 1.0 / ((double)units * scale);
     program.glyphs.push_back(compactGlyph(".notdef", {}, 0));
     for (const SubfontGlyph &glyph : subfont.glyphs)
-        addOutline(subfont, glyph, scale, program.matrix[0] * 1000, &program);
+        if (!addOutline(subfont, glyph, scale, program.matrix[0] * 1000, &program))
+            say(document, Message::GlyphsMissing, 0, {plainFontName(font.baseFont)});
     return program;
 }
 

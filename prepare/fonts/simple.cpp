@@ -411,7 +411,11 @@ void rewriteSimpleFont(Document *document, const FontUse &use)
         return removeProgram(document, font);
     GlyphSource source = isTrueType ? trueTypeSource(document, font, opened.face.get())
                                     : namedSource(document, font, opened.face.get());
-    installFont(document, font, buildFont(document, use, source));
+    NewFont made = buildFont(document, use, source);
+    if (made.unread > 0)
+        say(document, Message::GlyphsMissing, 0,
+            {plainFontName(nameOr(font.getKey("/BaseFont"), "/?"))});
+    installFont(document, font, made);
 }
 
 } // namespace prepare

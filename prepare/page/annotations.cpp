@@ -240,8 +240,8 @@ bool paintGuarded(Overlay *overlay, QPDFObjectHandle annotation)
         return false;
     } catch (const std::bad_alloc &) {
         throw;
-    } catch (const std::exception &) {
-        say(overlay->document, Message::AnnotationMissing, overlay->page->number);
+    } catch (const std::exception &error) {
+        say(overlay->document, Message::AnnotationsCut, overlay->page->number, {error.what()});
     }
     return true;
 }

@@ -584,7 +584,9 @@ bool takeShading(PatternHandler *handler, Rewriter *rewriter, const Operation &o
         return true;
     std::optional<std::string> content =
         shadingContent(rewriter, shading, transformed(*inwards, visible), ctm, false);
-    if (content && !content->empty())
+    if (!content)
+        say(rewriter->document, Message::ShadingMissing, rewriter->page->number);
+    else if (!content->empty())
         emit(rewriter, "q\n" + *content + "Q\n");
     return true;
 }

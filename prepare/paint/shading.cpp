@@ -438,6 +438,8 @@ std::optional<Mesh> readMeshOf(Rewriter *rewriter, const Shading &shading)
         return std::nullopt;
     bool damaged = false;
     Mesh mesh = readMesh(format, decodeStream(shading.stream, MAX_MESH_BYTES, &damaged));
+    if (damaged)
+        say(rewriter->document, Message::ShadingDamaged, rewriter->page->number);
     if (mesh.isCut)
         say(rewriter->document, Message::ShadingCut, rewriter->page->number);
     return mesh;

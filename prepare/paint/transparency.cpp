@@ -87,6 +87,8 @@ void askForRegion(Rewriter *rewriter, const Box &box, const char *reason)
 {
     if (rewriter->painting->isPage)
         addRegion(rewriter->document, rewriter->page, box, reason);
+    else /* it has no place of its own that could be drawn */
+        say(rewriter->document, Message::PaintedOpaque, rewriter->page->number, {reason});
 }
 
 /* ---- what becomes of paint ---- */

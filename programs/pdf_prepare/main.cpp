@@ -299,7 +299,7 @@ int workAndTell(const Arguments &arguments, const std::string &temporary)
     int status = work(arguments, temporary, &notices);
     if (status == STATUS_FAILED) {
         if (!notices.hasAny(seam::Severity::ERROR))
-            notices.add(seam::notice(Message::Unexplained, 0));
+            notices.add(seam::notice(Message::Unexplained, 0, {"the preparation"}));
         status = STATUS_TOLD;
     }
     print(file, notices);

@@ -159,7 +159,7 @@ Printed printDocument(PrintRequest request, const std::function<ZFile *()> &open
     Run run = {std::move(request), &listener};
     Printed printed = runStages(run, openOutput);
     if (printed == Printed::NOTHING && !run.hasError && !run.isCancelled())
-        run.remark(notice(seam::Message::Unexplained, 0));
+        run.remark(notice(seam::Message::Unexplained, 0, {"the job"}));
     return printed;
 }
 

@@ -57,6 +57,7 @@ Preparation prepareDocument(const PreparationOptions &options, const std::string
     if (result.status == 0)
         return Preparation::DONE;
     if (!hasError)
-        pass(notice(seam::Message::PreparationEnded, 0, {std::to_string(result.status)}));
+        pass(notice(seam::Message::Unexplained, 0,
+                    {"the program pdf_prepare (status " + std::to_string(result.status) + ")"}));
     return Preparation::FAILED;
 }

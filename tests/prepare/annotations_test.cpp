@@ -523,7 +523,7 @@ TEST(Annotations, ManyOfThemAreBounded)
               (std::vector<std::string>{
                   "PREPARE-L-ANNOTCOUNT: Page 1: The page has too many annotations; those "
                   "after the first 100000 are missing.",
-                  "PREPARE-L-ANNOTLIMIT: Page 2: The rest of the page's annotations is missing. "
+                  "PREPARE-L-ANNOTATION: Page 2: Annotations of the page are missing. "
                   "The page's annotations are too large."}));
     EXPECT_LT(made.pdf.size(), 1000000u);
 }

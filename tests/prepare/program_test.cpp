@@ -82,7 +82,8 @@ TEST(Program, InputThatIsMissingOrNoPdf)
 {
     ProgramResult missing = runProgram({preparePath(), "/no/such.pdf", "/no/out.pdf"});
     EXPECT_EQ(missing.status, 1);
-    EXPECT_EQ(missing.err, "/no/such.pdf: No such file or directory\n");
+    EXPECT_EQ(missing.err,
+              "PREPARE-E-INPUT: The file cannot be read: No such file or directory.\n");
     Preparation none = preparePdf("This is a text.\n");
     EXPECT_EQ(none.status, 1);
     EXPECT_FALSE(none.hasOutput);

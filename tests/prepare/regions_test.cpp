@@ -226,7 +226,7 @@ TEST(Regions, ARendererThatFailsOrAnswersNonsenseIsNotBelieved)
         Drawn drawn = withRegions(shapesPdf(), {MIDDLE});
         EXPECT_FALSE(holds(drawn.pdf, "/Image"));
         ASSERT_EQ(drawn.notices.size(), 1u);
-        EXPECT_EQ(drawn.notices[0].key, "NORENDERER");
+        EXPECT_EQ(drawn.notices[0].key, "NODRAWING");
     }
 }
 
