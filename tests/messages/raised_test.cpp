@@ -223,11 +223,16 @@ std::string lostContent()
 /* A table of very many objects, which is kept in memory. */
 std::string longTable()
 {
-    constexpr int MORE = 2000000;
-    std::string pdf = pages(1);
-    pdf.replace(pdf.find("0 4\n"), 3, "0 " + std::to_string(4 + MORE));
-    pdf.insert(pdf.find("trailer"), repeated("0000000000 65535 f \n", MORE));
-    return pdf.replace(pdf.find("/Size 4"), 7, "/Size " + std::to_string(4 + MORE));
+    constexpr size_t MORE = 2000000;
+    PdfBuilder pdf;
+    pdf.addPage("/MediaBox [0 0 99 99]");
+    std::string text = pdf.build();
+    size_t head = text.find("\n0 ", pdf.xrefOffset()) + 3;
+    size_t count = (size_t)std::stoi(text.substr(head));
+    text.replace(head, std::to_string(count).size(), std::to_string(count + MORE));
+    text.insert(text.find("trailer"), repeated("0000000000 65535 f \n", MORE));
+    size_t size = text.find("/Size ") + 6;
+    return text.replace(size, std::to_string(count).size(), std::to_string(count + MORE));
 }
 
 std::string brokenForm()
@@ -468,11 +473,11 @@ const std::map<Message, std::function<Raised()>> &raisers()
          }},
         {Message::OutputNotOpened,
          [] {
-             return print(pages(1), {"-o", "/nonexistent/job.ps"});
+             return printWith({"-o", "/nonexistent/job.ps"}, pages(1));
          }},
         {Message::OutputFailed,
          [] {
-             return print(pages(1), {"-o", "/dev/full"});
+             return printWith({"-o", "/dev/full"}, pages(1));
          }},
         {Message::OutputTooLarge, [] { return print(pages(1), {"--max-output=2K"}); }},
         {Message::OutOfMemory, [] { return print(longTable(), {"--no-prepare"}, {}, 16); }},
