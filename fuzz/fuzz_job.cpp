@@ -65,6 +65,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (data[0] & ON_PAPER)
         options.paper = {595, 842, job::Scaling::FIT, true};
     options.mostOutput = 16 << 20;
-    job::writeJob(scratch.path, [] { return fopensink({forget, nullptr}); }, options, {});
+    bool hasError = false; /* which there is when nothing is printed */
+    job::Callbacks callbacks;
+    callbacks.message = [&](const job::Message &message) {
+        hasError |= message.severity == job::Severity::ERROR && message.page == 0;
+    };
+    job::Result result = job::writeJob(
+        scratch.path,
+        [] {
+            return fopensink({forget, nullptr});
+        },
+        options, callbacks);
+    if (!result.isWritten && !hasError)
+        abort();
     return 0;
 }

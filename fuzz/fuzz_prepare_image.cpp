@@ -40,7 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     if (size < 4)
         return 0;
-    std::vector<Notice> notices;
+    seam::Notices notices;
     Document document;
     document.diagnostics.notices = &notices;
     document.source.pdf.emptyPDF();

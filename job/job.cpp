@@ -11,6 +11,7 @@
 #include "job/comments.h"
 #include "job/runtime.h"
 #include "job/writer.h"
+#include "seam/messages.h"
 #include "tools/zolak1_3/pdf_to_ps/frame/framework.h"
 #include "tools/zolak1_3/pdf_to_ps/frame/version.h"
 #include "tools/zolak1_3/pdf_to_ps/reader/xref.h"
@@ -33,13 +34,41 @@ struct Hearer {
     ConversionRun *run = nullptr;
     const Plan *plan = nullptr; /* null while planning: what is wrong is told when it is written */
     const PageWriter *writer = nullptr;
+    bool hasError = false; /* an error of the document has been told */
+    Message kept = {};     /* an error that may turn out to be the document's */
+    bool hasKept = false;
 };
 
-void tell(const Callbacks &callbacks, Severity severity, const std::string &key,
-          const std::string &text, int page)
+void tell(Hearer &hearer, const Message &message)
 {
-    if (callbacks.message)
-        callbacks.message({severity, key, text, page});
+    hearer.hasError |= message.severity == Severity::ERROR && message.page == 0;
+    if (hearer.callbacks->message)
+        hearer.callbacks->message(message);
+}
+
+/* An error of the job's own, by its row in the table of messages. */
+void reportOwn(ConversionRun *run, int line, seam::Message message,
+               std::initializer_list<std::string_view> values = {})
+{
+    zolakReport(run, line, SEVERITY_ERROR, seam::rowOf(message).key, "%s",
+                seam::sentence(message, values).c_str());
+}
+
+void reportOwn(ConversionRun *run, int line, const seam::Notice &notice)
+{
+    bool isError = notice.severity == seam::Severity::ERROR;
+    zolakReport(run, line, isError ? SEVERITY_ERROR : SEVERITY_WARNING, notice.key.c_str(), "%s",
+                notice.text.c_str());
+}
+
+/* Are messages with this key of the files, and of no page? */
+bool isOfFiles(const std::string &key)
+{
+    using enum seam::Message;
+    for (seam::Message message : {InputUnreadable, OutputNotOpened, OutputFailed, OutputTooLarge})
+        if (key == seam::rowOf(message).key)
+            return true;
+    return key == "BADFOPEN" || key == "BADFREAD" || key == "BADFWRITE";
 }
 
 /* A shared part is told of as the page knows it that has it first; answers that page. */
@@ -53,21 +82,40 @@ int originalNames(const PlannedResource &part, std::string *text)
 
 void hearMessage(void *context, const ControlMessage &message)
 {
-    const Hearer &hearer = *static_cast<const Hearer *>(context);
+    Hearer &hearer = *static_cast<Hearer *>(context);
     if (hearer.run->wasCancelled || message.key == "PAGE")
         return;
     int page = 0;
-    bool isOfFiles =
-        message.key == "BADFOPEN" || message.key == "BADFREAD" || message.key == "BADFWRITE";
-    if (hearer.writer && hearer.writer->written > 0 && !isOfFiles)
+    if (hearer.writer && hearer.writer->written > 0 && !isOfFiles(message.key))
         page = hearer.plan->pages[hearer.writer->written - 1].number;
+    Message heard = {(Severity)message.severity, message.key, message.text, page};
     bool isOfPage = hearer.run->currentPage > 0;
-    if (isOfPage && !hearer.plan)
+    if (isOfPage && !hearer.plan) {
+        if (heard.severity == Severity::ERROR && !hearer.hasKept)
+            hearer.kept = heard;
+        hearer.hasKept |= heard.severity == Severity::ERROR;
         return;
-    std::string text = message.text;
+    }
     if (hearer.writer && hearer.writer->part)
-        page = originalNames(*hearer.writer->part, &text);
-    tell(*hearer.callbacks, (Severity)message.severity, message.key, text, page);
+        heard.page = originalNames(*hearer.writer->part, &heard.text);
+    tell(hearer, heard);
+    if (heard.severity == Severity::ERROR) {
+        hearer.kept = {heard.severity, heard.key, heard.text, 0};
+        hearer.hasKept = true;
+    }
+}
+
+/* Nothing has been written: is it known why?  When no error of the document has said so, one that
+ * was met while planning, or the last one of a page, has been the reason. */
+void explainFailure(Hearer &hearer)
+{
+    if (hearer.hasError || hearer.run->wasCancelled)
+        return;
+    if (hearer.hasKept)
+        tell(hearer, hearer.kept);
+    else
+        tell(hearer, {Severity::ERROR, seam::rowOf(seam::Message::Unexplained).key,
+                      seam::sentence(seam::Message::Unexplained, {"the job"}), 0});
 }
 
 struct WatchedJob {
@@ -79,14 +127,9 @@ void reportTrouble(void *context, FileTrouble trouble)
 {
     ConversionRun *run = static_cast<const WatchedJob *>(context)->run;
     if (trouble == FileTrouble::LIMIT)
-        zolakReport(run, __LINE__, SEVERITY_ERROR, "BADFWRITE",
-                    "Output is too large; --max-output sets another bound.");
+        reportOwn(run, __LINE__, seam::Message::OutputTooLarge);
     else
-        zolakReport(run, __LINE__, SEVERITY_ERROR,
-                    trouble == FileTrouble::READ ? "BADFREAD" : "BADFWRITE",
-                    trouble == FileTrouble::READ ? "Error occurred while reading the file: %s."
-                                                 : "Error occurred while writing the output: %s.",
-                    strerror(errno));
+        reportOwn(run, __LINE__, seam::Message::OutputFailed, {strerror(errno)});
 }
 
 uint64_t mostOutput(const ConversionRun *run, const Options &options)
@@ -144,8 +187,7 @@ bool openInput(ConversionRun *run, const std::string &path)
     run->input = fopenr("", exact.c_str(), "", 0);
     if (run->input)
         return true;
-    zolakReport(run, __LINE__, SEVERITY_ERROR, "BADFOPEN", "The file cannot be opened: %s.",
-                strerror(errno));
+    reportOwn(run, __LINE__, seam::Message::InputUnreadable, {strerror(errno)});
     return false;
 }
 
@@ -153,18 +195,17 @@ bool hasPages(ConversionRun *run, const Options &options, const Plan &plan)
 {
     if (run->errorFlag)
         return false;
-    for (const std::string &warning : plan.warnings)
-        zolakReport(run, __LINE__, SEVERITY_WARNING, "NOPAGE", "%s", warning.c_str());
-    const char *fault = nullptr;
-    if (!plan.fault.empty())
-        fault = plan.fault.c_str();
+    for (const seam::Notice &warning : plan.warnings)
+        reportOwn(run, __LINE__, warning);
+    if (plan.fault)
+        reportOwn(run, __LINE__, *plan.fault);
     else if (plan.pages.empty())
-        fault = "The document has no pages.";
+        reportOwn(run, __LINE__, seam::Message::NoPages);
     else if (options.isEncapsulated && plan.pages.size() != 1)
-        fault = "An encapsulated file holds one page; --pages chooses it.";
-    if (fault)
-        zolakReport(run, __LINE__, SEVERITY_ERROR, "NOPAGE", "%s", fault);
-    return !fault;
+        reportOwn(run, __LINE__, seam::Message::NotOnePage);
+    else
+        return true;
+    return false;
 }
 
 /* Writes the output of a plan; false when there is none in the end. */
@@ -174,8 +215,7 @@ bool writeOutput(ConversionRun *run, const std::function<ZFile *()> &openOutput,
     WatchedJob watched = {run, writer->options};
     ZFile *job = openOutput();
     if (!job) {
-        zolakReport(run, __LINE__, SEVERITY_ERROR, "BADFOPEN", "The output cannot be opened: %s.",
-                    strerror(errno));
+        reportOwn(run, __LINE__, seam::Message::OutputNotOpened, {strerror(errno)});
         return false;
     }
     zfile_watch(job, {reportTrouble, &watched, mostOutput(run, *writer->options)});
@@ -230,8 +270,10 @@ Result writeJob(const std::string &path, const std::function<ZFile *()> &openOut
     run->cancel = callbacks.cancel;
     resetRun(run);
     memcpy(run->baseName, BASE_NAME, sizeof BASE_NAME);
-    if (!openInput(run, path))
+    if (!openInput(run, path)) {
+        explainFailure(hearer);
         return result;
+    }
     checkVersion(run);
     openDocumentIndex(run);
     try {
@@ -240,6 +282,8 @@ Result writeJob(const std::string &path, const std::function<ZFile *()> &openOut
     } catch (const std::bad_alloc &) {
         reportOutOfMemory(run, __LINE__);
     }
+    if (!result.isWritten)
+        explainFailure(hearer);
     freeTable(run);
     fclosx(run->input);
     run->input = nullptr;

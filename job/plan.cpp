@@ -293,7 +293,7 @@ void choose(ConversionRun *run, Walk *walk)
     walk->plan->fault = chosen.fault;
     walk->plan->warnings = chosen.warnings;
     if (!seam::isRising(chosen.numbers))
-        walk->plan->fault = "Pages in another order, or more than once, have to be prepared.";
+        walk->plan->fault = seam::notice(seam::Message::PagesNotInOrder, 0);
     walk->isChosen.resize((size_t)counter.count + 1);
     for (int number : chosen.numbers)
         walk->isChosen[(size_t)number] = true;
@@ -355,7 +355,7 @@ void makePlan(ConversionRun *run, const Options &options, Plan *plan)
 {
     Walk walk(run, &options, plan);
     choose(run, &walk);
-    if (run->errorFlag || !plan->fault.empty())
+    if (run->errorFlag || plan->fault)
         return;
     walkPages(run, &walk);
     if (run->errorFlag)

@@ -46,8 +46,8 @@ struct PlannedResource {
 
 struct Plan {
     std::vector<PlannedPage> pages;
-    std::string fault;                                 /* why the list of pages cannot be had */
-    std::vector<std::string> warnings;                 /* parts of it that name no page */
+    std::optional<seam::Notice> fault;                                 /* why the list of pages cannot be had */
+    std::vector<seam::Notice> warnings;                 /* parts of it that name no page */
     std::vector<PlannedResource> resources;            /* in the order in which they are met */
     std::unordered_map<ValuePosition, uint32_t> index; /* by position; content by its data's */
     std::vector<uint32_t> shared;                      /* resources by number of the shared part */

@@ -10,6 +10,7 @@
 
 #include "job/comments.h"
 #include "job/parts.h"
+#include "seam/messages.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/contents.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/redirect.h"
 #include "tools/zolak1_3/pdf_to_ps/writer/resources.h"
@@ -194,8 +195,8 @@ void PageSection::finish()
     forgivePage(*writer);
     ConversionRun *run = writer->run;
     if (!section.finish() && !run->errorFlag)
-        zolakReport(run, __LINE__, SEVERITY_ERROR, "BADFWRITE",
-                    "Error occurred while writing the output: %s.", strerror(errno));
+        zolakReport(run, __LINE__, SEVERITY_ERROR, seam::rowOf(seam::Message::OutputFailed).key,
+                    "%s", seam::sentence(seam::Message::OutputFailed, {strerror(errno)}).c_str());
 }
 
 bool JobPages::beginPage(ConversionRun *run, const PageAttributes &)

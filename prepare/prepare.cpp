@@ -100,11 +100,11 @@ template <class Run> void guarded(Document *document, Page *page, Run run)
         run();
         return;
     } catch (const LimitReached &limit) {
-        notice(document, "LIMIT", page->number, limit.text);
+        say(document, Message::PageUndone, page->number, {limit.text});
     } catch (const std::bad_alloc &) {
         throw;
     } catch (const std::exception &error) {
-        notice(document, "DAMAGED", page->number, error.what());
+        say(document, Message::PageUndone, page->number, {error.what()});
     }
     page->usage.complete = false;
     noteAllShown(document, page->object.getKeyIfDict("/Resources"));
@@ -112,6 +112,7 @@ template <class Run> void guarded(Document *document, Page *page, Run run)
 
 void lookAt(Document *document, Page *page)
 {
+    document->pageInWork = page->number;
     guarded(document, page, [&] {
         for (const PagePass &pass : lookPasses)
             pass.run(document, page);
@@ -125,11 +126,10 @@ void noteDamage(Document *document)
     if (!document->source.pdf.anyWarnings())
         return;
     document->needs |= NEED_STRUCTURE;
-    notice(document, "DAMAGED", 0, "The document is damaged; what can be read is used.");
+    say(document, Message::Damaged, 0);
 }
 
-bool open(Document *document, const std::string &in, const Options &options,
-          std::vector<Notice> *notices)
+bool open(Document *document, const std::string &in, const Options &options, seam::Notices *notices)
 {
     document->options = options;
     document->diagnostics.notices = notices;
@@ -146,6 +146,7 @@ bool open(Document *document, const std::string &in, const Options &options,
 
 void finish(Document *document, const std::string &out)
 {
+    document->pageInWork = 0;
     finishFonts(document);
     for (Page &page : document->pages)
         guarded(document, &page, [&] {
@@ -157,8 +158,8 @@ void finish(Document *document, const std::string &out)
     writeDocument(document, out);
 }
 
-/* Turns what a library throws into a notice. */
-template <class Run> Outcome refusing(std::vector<Notice> *notices, Run run)
+/* Turns what a library throws into an error. */
+template <class Run> Outcome refusing(seam::Notices *notices, Run run)
 {
     std::string text;
     try {
@@ -170,14 +171,14 @@ template <class Run> Outcome refusing(std::vector<Notice> *notices, Run run)
     } catch (const std::exception &error) {
         text = error.what();
     }
-    notices->push_back({"DAMAGED", 0, text});
+    notices->add(seam::notice(Message::NotPrepared, 0, {text}));
     return Outcome::REFUSED;
 }
 
 } // namespace
 
 Outcome prepareFile(const std::string &in, const std::string &out, const Options &options,
-                    std::vector<Notice> *notices, std::vector<int> *pageMap)
+                    seam::Notices *notices, std::vector<int> *pageMap)
 {
     return refusing(notices, [&] {
         Document document;
@@ -200,7 +201,7 @@ Outcome prepareFile(const std::string &in, const std::string &out, const Options
     });
 }
 
-Outcome probeFile(const std::string &in, const Options &options, std::vector<Notice> *notices)
+Outcome probeFile(const std::string &in, const Options &options, seam::Notices *notices)
 {
     if (!hasPlainTables(in))
         return Outcome::REWRITTEN;

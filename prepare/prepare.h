@@ -12,23 +12,24 @@
 #include <vector>
 
 #include "prepare/document/options.h"
+#include "seam/messages.h"
 
 namespace prepare {
 
 enum class Outcome {
     UNCHANGED, /* nothing to do: no output was written */
     REWRITTEN,
-    REFUSED, /* the last notice says why; no output was written */
+    REFUSED, /* an error among the notices says why; no output was written */
 };
 
 /* Reads `in` and writes `out` when there is something to do.  `pageMap`, when it is not null, gets
  * the number in the document of each page that is written, in their order.  Throws nothing but
  * std::bad_alloc. */
 Outcome prepareFile(const std::string &in, const std::string &out, const Options &options,
-                    std::vector<Notice> *notices, std::vector<int> *pageMap = nullptr);
+                    seam::Notices *notices, std::vector<int> *pageMap = nullptr);
 
 /* Is there something to do?  Stops at the first thing found.  REFUSED as above. */
-Outcome probeFile(const std::string &in, const Options &options, std::vector<Notice> *notices);
+Outcome probeFile(const std::string &in, const Options &options, seam::Notices *notices);
 
 } // namespace prepare
 

@@ -19,12 +19,12 @@ tools/zolak1_3/pdf_to_ps/frame   zelkov tools/zolak1_3/pdf_to_ps/reader tools/zo
 library                          zelkov tools/zolak1_3/pdf_to_ps/frame pdf_to_ps
 prepare/model
 prepare/document                 seam prepare/model
-prepare/content                  prepare/model prepare/document
-prepare/fonts                    prepare/model prepare/document prepare/content
-prepare/colour                   prepare/model prepare/document prepare/content
-prepare/images                   prepare/model prepare/document prepare/content prepare/colour
-prepare/page                     prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images
-prepare/paint                    prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page
+prepare/content                  seam prepare/model prepare/document
+prepare/fonts                    seam prepare/model prepare/document prepare/content
+prepare/colour                   seam prepare/model prepare/document prepare/content
+prepare/images                   seam prepare/model prepare/document prepare/content prepare/colour
+prepare/page                     seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images
+prepare/paint                    seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page
 programs/pdf_prepare             seam prepare prepare/document prepare/paint
 prepare                          seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page prepare/paint
 job                              seam zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer tools/zolak1_3/pdf_to_ps/frame

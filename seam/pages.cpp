@@ -210,22 +210,22 @@ ChosenPages choosePages(const PageRanges &ranges, int pageCount)
         Span span = spanOf(range, pageCount);
         if (span.first > span.last) {
             if (missing.insert(range.text).second && missing.size() <= MOST_WARNINGS)
-                chosen.warnings.push_back(range.text + ": the document has " + countOf(pageCount) +
-                                          ".");
+                chosen.warnings.push_back(
+                    notice(Message::PartNotThere, 0, {range.text, countOf(pageCount)}));
         } else if (!add(span, range.isReversed, most, &chosen.numbers)) {
-            return {{}, {}, "The list comes to more than " + std::to_string(most) + " pages."};
+            return {{}, {}, notice(Message::PagesTooMany, 0, {std::to_string(most)})};
         }
     }
     if (missing.size() > MOST_WARNINGS)
-        chosen.warnings.push_back("Other parts of the list name no page either: " +
-                                  std::to_string(missing.size() - MOST_WARNINGS) + ".");
+        chosen.warnings.push_back(notice(Message::PartsNotThere, 0,
+                                         {std::to_string(missing.size() - MOST_WARNINGS)}));
     if (pageCount == 0)
-        return {{}, {}, "The document has no pages."};
+        return {{}, {}, notice(Message::NoPages, 0)};
     if (chosen.numbers.empty())
-        return {{}, {}, "None of these pages exists: the document has " + countOf(pageCount) + "."};
+        return {{}, {}, notice(Message::PagesNotThere, 0, {countOf(pageCount)})};
     applyToWhole(ranges, &chosen.numbers);
     if (chosen.numbers.empty())
-        return {{}, {}, "One page is chosen; there is no even one."};
+        return {{}, {}, notice(Message::NoEvenPage, 0)};
     return chosen;
 }
 

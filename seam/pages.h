@@ -9,9 +9,12 @@
 #define SEAM_PAGES_H
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "seam/messages.h"
 
 namespace seam {
 
@@ -56,9 +59,9 @@ bool isRising(const PageRanges &ranges);
 
 /* What a list comes to in a document. */
 struct ChosenPages {
-    std::vector<int> numbers;          /* in the order of the list; empty: `fault` says why */
-    std::vector<std::string> warnings; /* a sentence for each part that names no page, once */
-    std::string fault;                 /* a sentence; empty: there is none */
+    std::vector<int> numbers;     /* in the order of the list; empty: `fault` says why */
+    std::vector<Notice> warnings; /* one for each part that names no page, once */
+    std::optional<Notice> fault;  /* an error */
 };
 
 /* Takes as many steps as the list has parts and the result has pages. */

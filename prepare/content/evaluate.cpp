@@ -117,11 +117,14 @@ WalkedForm walkInner(Frame *outer, QPDFObjectHandle stream, QPDFObjectHandle res
 {
     EvaluationMemo &memo = memoOf(outer->walk.document);
     if (outer->depth >= MAX_FORM_DEPTH) {
+        say(outer->walk.document, Message::FormsTooDeep, outer->walk.page->number);
         setIncomplete(outer);
         return {};
     }
     bool damaged = false;
     std::string content = decodeStream(stream, MAX_CONTENT_BYTES, &damaged);
+    if (damaged)
+        say(outer->walk.document, Message::StreamCut, outer->walk.page->number);
     Frame frame;
     frame.walk = {outer->walk.document, outer->walk.page, &frame.state, &frame};
     frame.observers = outer->observers;
@@ -343,7 +346,7 @@ void evaluatePage(Document *document, Page *page, std::span<const Observer *cons
     page->contentRead = true;
     if (damaged) {
         page->needs |= NEED_CONTENT;
-        notice(document, "DAMAGED", page->number, "Part of the page's content cannot be decoded.");
+        say(document, Message::ContentCut, page->number);
     }
     Frame frame;
     frame.walk = {document, page, &frame.state, &frame};

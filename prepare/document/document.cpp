@@ -9,7 +9,6 @@ namespace prepare {
 
 namespace {
 
-constexpr size_t MAX_NOTICES = 200;
 
 } // namespace
 
@@ -37,12 +36,10 @@ std::string newName(Document *document, const std::string &prefix)
     return prefix + std::to_string(newNumber(document));
 }
 
-void notice(Document *document, const std::string &key, int page, const std::string &text)
+void say(Document *document, Message message, int page,
+         std::initializer_list<std::string_view> values)
 {
-    auto same = [&](const Notice &n) { return n.key == key && n.page == page && n.text == text; };
-    std::vector<Notice> &all = *document->diagnostics.notices;
-    if (all.size() < MAX_NOTICES && std::none_of(all.begin(), all.end(), same))
-        all.push_back({key, page, text});
+    document->diagnostics.notices->add(seam::notice(message, page, values));
 }
 
 } // namespace prepare

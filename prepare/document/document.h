@@ -13,11 +13,12 @@
 #include <vector>
 
 #include "prepare/document/memo.h"
+#include "prepare/document/options.h"
 #include "prepare/model/objects.h"
+#include "prepare/model/qpdf.h"
 #include "prepare/model/scope.h"
 #include "prepare/model/streams.h"
-#include "prepare/model/qpdf.h"
-#include "prepare/document/options.h"
+#include "seam/messages.h"
 
 namespace prepare {
 
@@ -73,7 +74,7 @@ struct Budget {
 };
 
 struct Diagnostics {
-    std::vector<Notice> *notices = nullptr;
+    seam::Notices *notices = nullptr;
 };
 
 struct Document {
@@ -84,6 +85,7 @@ struct Document {
     std::vector<Page> pages;   /* the chosen ones, each once, in the document's order */
     std::vector<size_t> order; /* the pages that are written, as indexes of `pages` */
     uint32_t needs = 0;        /* of the file itself, and of the pages looked at so far */
+    int pageInWork = 0;        /* number of the page that passes are at; 0: none */
     int names = 0;             /* made by newNumber */
     Memos memos;               /* each belongs to a pass */
 };
@@ -98,8 +100,12 @@ std::vector<int> pageNumbers(const Document &document);
 /* An entry of the page's dictionary, or null. */
 QPDFObjectHandle entryOf(const Page &page, const char *key);
 
-/* Adds a notice; the same one (key, page and text) only once, and at most 200 in all. */
-void notice(Document *document, const std::string &key, int page, const std::string &text);
+using seam::Message;
+
+/* Says a message of a page (0: of the document), with the values of its places in their order.
+ * The same one is there once, and of very many the worst. */
+void say(Document *document, Message message, int page,
+         std::initializer_list<std::string_view> values = {});
 
 } // namespace prepare
 

@@ -74,13 +74,13 @@ bool openFile(Document *document, const std::string &path)
         return true;
     } catch (const QPDFExc &error) {
         if (error.getErrorCode() == qpdf_e_password)
-            notice(document, "ENCRYPTED", 0, "The document needs a password: --password-file.");
+            say(document, Message::PasswordNeeded, 0);
         else
-            notice(document, "DAMAGED", 0, "The document cannot be read: " + reason(error, path));
+            say(document, Message::DocumentUnreadable, 0, {reason(error, path)});
     } catch (const std::bad_alloc &) {
         throw;
     } catch (const std::exception &error) {
-        notice(document, "DAMAGED", 0, "The document cannot be read: " + reason(error, path));
+        say(document, Message::DocumentUnreadable, 0, {reason(error, path)});
     }
     return false;
 }
@@ -148,13 +148,14 @@ bool loadDocument(Document *document, const std::string &path)
     if (pages.empty())
         pages = pagesAnywhere(document);
     seam::ChosenPages chosen = seam::choosePages(document->options.pages, (int)pages.size());
-    for (const std::string &warning : chosen.warnings)
-        notice(document, "NOPAGE", 0, warning);
+    for (const seam::Notice &warning : chosen.warnings)
+        document->diagnostics.notices->add(warning);
     takePages(document, pages, chosen.numbers);
     if (document->order.empty()) {
-        bool isChoice = !pages.empty() && !chosen.fault.empty();
-        notice(document, isChoice ? "NOPAGE" : "DAMAGED", 0,
-               isChoice ? chosen.fault : "The document has no pages.");
+        if (chosen.fault)
+            document->diagnostics.notices->add(*chosen.fault);
+        else
+            say(document, Message::NoPages, 0);
         return false;
     }
     if (document->order.size() != pages.size() || !seam::isRising(chosen.numbers))

@@ -25,12 +25,6 @@ struct Options {
 
 constexpr int MAX_FORM_DEPTH = 12; /* forms within forms that are followed */
 
-struct Notice {
-    std::string key;  /* "ENCRYPTED", "DAMAGED", "NOFONT", "NOCMAP", "LIMIT", ... */
-    int page;         /* from 1; 0: the document */
-    std::string text; /* a sentence */
-};
-
 } // namespace prepare
 
 #endif

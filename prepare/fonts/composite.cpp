@@ -74,8 +74,7 @@ void readEncodingCMap(Document *document, CompositeFont *font, int page)
     } else if (!loadCMap(name, &font->encoding)) {
         font->encoding = identityCMap(endsWith(name, "-V"));
         font->hasCMap = false;
-        notice(document, "NOCMAP", page,
-               "The encoding " + name.substr(1) + " is not installed; its text is missing.");
+        say(document, Message::EncodingMissing, page, {name.substr(1)});
     } else {
         font->encoding.isVertical = endsWith(name, "-V") || name == "/V";
         font->codesAreText =
@@ -287,9 +286,7 @@ Choice substituteGlyph(Document *document, CompositeFont *font, const std::vecto
         if (unsigned glyph = FT_Get_Char_Index(face, unicode))
             return {GlyphOrigin::SYSTEM, face, glyph, ""};
     if (unicode != ' ' && unicode != 0x3000 && unicode != 0xA0)
-        notice(document, "NOFONT", page,
-               "Text in font " + plainFontName(font->baseFont) +
-                   " is missing: neither the document nor the system has the font.");
+        say(document, Message::FontMissing, page, {plainFontName(font->baseFont)});
     return {GlyphOrigin::NOWHERE, nullptr, 0, ""};
 }
 
@@ -379,15 +376,19 @@ Placed place(Document *document, CompositeFont *font, uint32_t code, unsigned ci
 
 /* ---- writing ---- */
 
-void addOutline(const Subfont &subfont, const SubfontGlyph &glyph, int scale, double unit,
+/* False: the face has this glyph, and it cannot be drawn. */
+bool addOutline(const Subfont &subfont, const SubfontGlyph &glyph, int scale, double unit,
                 CompactFont *font)
 {
     Outline outline;
     double advance = 0;
-    if (subfont.face && !readOutline(subfont.face, glyph.glyph, scale, &outline, &advance))
+    bool isRead =
+        !subfont.face || readOutline(subfont.face, glyph.glyph, scale, &outline, &advance);
+    if (!isRead)
         outline = {};
     growBox(outline, font->box);
     font->glyphs.push_back(compactGlyph(glyph.name, outline, glyph.width / unit));
+    return isRead || (FT_Long)glyph.glyph >= subfont.face->num_glyphs;
 }
 
 CompactFont buildProgram(Document *document, const CompositeFont &font, const Subfont &subfont)
@@ -399,7 +400,8 @@ CompactFont buildProgram(Document *document, const CompositeFont &font, const Su
     program.matrix[0] = program.matrix[3] = 1.0 / ((double)units * scale);
     program.glyphs.push_back(compactGlyph(".notdef", {}, 0));
     for (const SubfontGlyph &glyph : subfont.glyphs)
-        addOutline(subfont, glyph, scale, program.matrix[0] * 1000, &program);
+        if (!addOutline(subfont, glyph, scale, program.matrix[0] * 1000, &program))
+            say(document, Message::GlyphsMissing, 0, {plainFontName(font.baseFont)});
     return program;
 }
 

@@ -350,9 +350,8 @@ void removeProgram(Document *document, QPDFObjectHandle font)
     for (const char *key : {"/FontFile", "/FontFile2", "/FontFile3"})
         descriptor.removeKey(key);
     font.replaceKey("/FontDescriptor", document->source.pdf.makeIndirectObject(descriptor));
-    notice(document, "NOFONT", 0,
-           "The program of font " + plainFontName(nameOr(font.getKey("/BaseFont"), "/?")) +
-               " cannot be read; another font takes its place.");
+    say(document, Message::FontReplaced, 0,
+        {plainFontName(nameOr(font.getKey("/BaseFont"), "/?"))});
 }
 
 } // namespace
@@ -412,7 +411,11 @@ void rewriteSimpleFont(Document *document, const FontUse &use)
         return removeProgram(document, font);
     GlyphSource source = isTrueType ? trueTypeSource(document, font, opened.face.get())
                                     : namedSource(document, font, opened.face.get());
-    installFont(document, font, buildFont(document, use, source));
+    NewFont made = buildFont(document, use, source);
+    if (made.unread > 0)
+        say(document, Message::GlyphsMissing, 0,
+            {plainFontName(nameOr(font.getKey("/BaseFont"), "/?"))});
+    installFont(document, font, made);
 }
 
 } // namespace prepare

@@ -88,13 +88,15 @@ bool takeInlineImage(Rewriter *rewriter, const Operation &operation)
     if (operation.name != "BI" || !isConvertedSpace(inlineSpace(rewriter->scope, operation)))
         return false;
     QPDFObjectHandle image = inlineImage(rewriter->document, rewriter->scope, operation);
-    if (!image.isStream())
+    if (!image.isStream()) {
+        say(rewriter->document, Message::PictureMissing, rewriter->page->number,
+            {"What it is cannot be read."});
         return true;
+    }
     try {
         convertColours(rewriter->document, image);
     } catch (const LimitReached &limit) {
-        notice(rewriter->document, "IMAGE", rewriter->page->number,
-               "A picture is left out. " + limit.text);
+        say(rewriter->document, Message::PictureMissing, rewriter->page->number, {limit.text});
         return true;
     }
     emit(rewriter, nameText(addResource(rewriter, XOBJECT, "/PfI", image)) + " Do");

@@ -99,7 +99,7 @@ void convertStream(Document *document, const Page &page, QPDFObjectHandle stream
     }
     PackedImage image = decodePacked(document, stream);
     if (image.isDamaged)
-        notice(document, "DAMAGED", page.number, "Part of a picture cannot be read.");
+        say(document, Message::PictureCut, page.number);
     if (hasFilter(dict, "/JPXDecode"))
         convertJpx(document, stream, image);
     else if (image.bits == 16)
@@ -129,9 +129,9 @@ void convert(Document *document, const Page &page, QPDFObjectHandle image)
             convertColours(document, image);
         return;
     } catch (const LimitReached &limit) {
-        notice(document, "IMAGE", page.number, "A picture is left out. " + limit.text);
+        say(document, Message::PictureMissing, page.number, {limit.text});
     } catch (const std::bad_alloc &) {
-        notice(document, "IMAGE", page.number, "A picture is left out. It needs too much memory.");
+        say(document, Message::PictureMissing, page.number, {"It needs too much memory."});
     }
     blank(image);
 }

@@ -494,7 +494,10 @@ Samples unpack(const PackedImage &image)
 
 Samples decodeImage(Document *document, QPDFObjectHandle image)
 {
-    return unpack(decodePacked(document, image));
+    PackedImage packed = decodePacked(document, image);
+    if (packed.isDamaged)
+        say(document, Message::PictureCut, document->pageInWork);
+    return unpack(std::move(packed));
 }
 
 DecodeRange decodeRange(const Samples &samples, int component)

@@ -228,12 +228,12 @@ bool paintGuarded(Overlay *overlay, QPDFObjectHandle annotation)
     try {
         paintAnnotation(overlay, annotation);
     } catch (const LimitReached &limit) {
-        notice(overlay->document, "LIMIT", overlay->page->number, limit.text);
+        say(overlay->document, Message::AnnotationsCut, overlay->page->number, {limit.text});
         return false;
     } catch (const std::bad_alloc &) {
         throw;
-    } catch (const std::exception &) {
-        notice(overlay->document, "DAMAGED", overlay->page->number, "An annotation is left out.");
+    } catch (const std::exception &error) {
+        say(overlay->document, Message::AnnotationsCut, overlay->page->number, {error.what()});
     }
     return true;
 }
@@ -256,7 +256,7 @@ void drawAnnotations(Document *document, Page *page)
         return;
     std::vector<QPDFObjectHandle> all = annotations.getArrayAsVector();
     if (all.size() > MAX_ANNOTATIONS) {
-        notice(document, "LIMIT", page->number, "The page has too many annotations.");
+        say(document, Message::AnnotationsTooMany, page->number, {std::to_string(MAX_ANNOTATIONS)});
         all.resize(MAX_ANNOTATIONS);
     }
     Overlay overlay{document, page, {}, {}, {}, {}, {}, {}, 0};

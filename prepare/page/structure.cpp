@@ -78,6 +78,8 @@ void mendFilters(Mending *mending, QPDFObjectHandle stream)
     if (hasCrypt || isWrong) { /* libqpdf has decrypted the data already */
         bool damaged = false;
         replaceWithFlate(stream, decodeStream(stream, MAX_CONTENT_BYTES, &damaged));
+        if (damaged)
+            say(mending->document, Message::StreamCut, mending->page->number);
         return changed(mending);
     }
     if (!isChanged)

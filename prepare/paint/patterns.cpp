@@ -106,8 +106,7 @@ void paintElsewhere(const PatternHandler *handler, Rewriter *rewriter, const Box
         addRegion(rewriter->document, rewriter->page, intersection(box, limits(handler, rewriter)),
                   what);
     else
-        notice(rewriter->document, "PATTERN", rewriter->page->number,
-               "In a form, " + what + " is replaced by one colour.");
+        say(rewriter->document, Message::PatternPlainInForm, rewriter->page->number, {what});
 }
 
 /* A pattern of either kind, and its dictionary; null: there is none. */
@@ -534,8 +533,11 @@ bool takeShading(PatternHandler *handler, Rewriter *rewriter, const Operation &o
     if (!inwards || isEmpty(visible))
         return true;
     std::optional<std::string> content =
-        shadingContent(rewriter, rewriter->scope, shading, transformed(*inwards, visible), ctm, false);
-    if (content && !content->empty())
+        shadingContent(rewriter, rewriter->scope, shading, transformed(*inwards, visible), ctm,
+                       false);
+    if (!content)
+        say(rewriter->document, Message::ShadingMissing, rewriter->page->number);
+    else if (!content->empty())
         emit(rewriter, "q\n" + *content + "Q\n");
     return true;
 }

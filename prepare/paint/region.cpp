@@ -34,7 +34,7 @@ namespace {
 
 struct Original {
     Document document;
-    std::vector<Notice> notices; /* for nobody: they are those of the document itself */
+    seam::Notices notices; /* for nobody: they are those of the document itself */
     std::map<int, Page *> pages; /* by their numbers */
     std::set<int> ready;         /* those that have been through the passes below */
 };
@@ -327,13 +327,10 @@ void noticeRegions(Document *document, const Page &page, const Rendering &render
     double share = sumOf(page.regions) / std::max(areaOf(paperBox(page)), 1.0);
     std::string percent = std::to_string(std::max(1l, std::min(100l, std::lround(share * 100))));
     if (done > 0)
-        notice(document, "REGION", page.number,
-               percent + " % of the page become pixels: " + reasons + ".");
+        say(document, Message::RegionDrawn, page.number, {percent, reasons});
     if (done < page.regions.size())
-        notice(document, "NORENDERER", page.number,
-               rendering.isMissing
-                   ? "It is not drawn exactly without the program pdftoppm: " + reasons + "."
-                   : "It is not drawn exactly, pdftoppm has failed: " + reasons + ".");
+        say(document, rendering.isMissing ? Message::RendererMissing : Message::RendererFailed,
+            page.number, {reasons});
 }
 
 } // namespace

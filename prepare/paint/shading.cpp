@@ -437,9 +437,10 @@ std::optional<Mesh> readMeshOf(Rewriter *rewriter, const Shading &shading)
         return std::nullopt;
     bool damaged = false;
     Mesh mesh = readMesh(format, decodeStream(shading.stream, MAX_MESH_BYTES, &damaged));
+    if (damaged)
+        say(rewriter->document, Message::ShadingDamaged, rewriter->page->number);
     if (mesh.isCut)
-        notice(rewriter->document, "LIMIT", rewriter->page->number,
-               "A shading has too many parts; the rest is left out.");
+        say(rewriter->document, Message::ShadingCut, rewriter->page->number);
     return mesh;
 }
 
@@ -529,8 +530,7 @@ std::optional<std::string> meshContent(Rewriter *rewriter, const Shading &shadin
     bool isPainted = paintMesh(*mesh, visible, &picture);
     rewriter->document->budget.shadingWork += picture.work;
     if (!isPainted) {
-        notice(rewriter->document, "LIMIT", rewriter->page->number,
-               "A shading takes too long to paint; it is left out.");
+        say(rewriter->document, Message::ShadingTooSlow, rewriter->page->number);
         return "";
     }
     std::string clip = outlineOf(*mesh, MAX_OUTLINE_PARTS);

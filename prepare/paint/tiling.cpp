@@ -135,8 +135,7 @@ std::string cellsText(const Lattice &lattice, const Range &across, const Range &
 std::string plainContent(Rewriter *rewriter, const Pattern &selected, const DeviceColour &colour,
                          const Box &box)
 {
-    notice(rewriter->document, "PATTERN", rewriter->page->number,
-           "A pattern of endless cells is replaced by one colour.");
+    say(rewriter->document, Message::PatternPlain, rewriter->page->number);
     bool isUncoloured = integerOr(QPDFObjectHandle(selected.object).getDict().getKey("/PaintType"), 1) == 2;
     DeviceColour plain = isUncoloured ? colour : tilingColour(*selected.scope, selected.object);
     return colourText(plain, false) + " " + rectangleText(box) + "f\n";

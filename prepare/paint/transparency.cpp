@@ -110,6 +110,8 @@ void askForRegion(Rewriter *rewriter, const Box &box, const char *reason)
 {
     if (paintingOf(rewriter)->isPage)
         addRegion(rewriter->document, rewriter->page, box, reason);
+    else /* it has no place of its own that could be drawn */
+        say(rewriter->document, Message::PaintedOpaque, rewriter->page->number, {reason});
 }
 
 /* ---- what becomes of paint ---- */
@@ -404,7 +406,7 @@ void TransparencyHandler::paintThroughMask(Rewriter *rewriter, const Operation &
         if (back)
             known = &flatImageOf(rewriter, QPDFObjectHandle::newNull(), place, colour);
     } catch (const LimitReached &limit) {
-        notice(rewriter->document, "LIMIT", rewriter->page->number, limit.text);
+        say(rewriter->document, Message::PictureDrawn, rewriter->page->number, {limit.text});
     }
     std::string rule = operation.op->is(EVEN_ODD) ? "W*" : "W";
     std::string text = path + "\n";
@@ -567,7 +569,7 @@ bool TransparencyHandler::takeImage(Rewriter *rewriter, const Operation &operati
         emit(rewriter, text);
         return true;
     } catch (const LimitReached &limit) {
-        notice(document, "IMAGE", rewriter->page->number, limit.text);
+        say(document, Message::PictureDrawn, rewriter->page->number, {limit.text});
     }
     images.kept.insert(image.getObjGen());
     askForRegion(rewriter, seen.box, "a transparent picture");

@@ -4,6 +4,9 @@
  * The work is done in a child process with limits on memory, time and output, because what a
  * document asks for is not known beforehand.  When the child ends by one of them, or by a fault of
  * a library, the parent says so and no output is left.
+ *
+ * Status 1 always has an error on standard error: whoever answers it has called `fail`, and the
+ * child's own one counts only when it comes as STATUS_TOLD.
  */
 #include <cerrno>
 #include <climits>
@@ -27,17 +30,21 @@
 #include "prepare/paint/region.h"
 #include "prepare/prepare.h"
 #include "seam/options.h"
+#include "seam/messages.h"
 
 namespace {
 
 using namespace prepare;
 
+using seam::Message;
+
 enum Status {
-    STATUS_DONE = 0,
+    STATUS_DONE = 0, /* with whatever the letters of the messages tell */
     STATUS_FAILED = 1,
     STATUS_USAGE = 2,
     STATUS_NEEDED = 3,
-    STATUS_UNNEEDED = 4
+    STATUS_UNNEEDED = 4,
+    STATUS_TOLD = 81 /* of the child alone: not done, and its messages have an error */
 };
 
 constexpr seam::Program PROGRAM = seam::PREPARE;
@@ -50,13 +57,20 @@ struct Arguments {
     std::string pageMap; /* a file for the page map; empty: none is wanted */
 };
 
+/* Says why nothing is made; answers the status of that. */
+int fail(Message message, std::initializer_list<std::string_view> values = {})
+{
+    fprintf(stderr, "%s\n", lineOf(seam::notice(message, 0, values)).c_str());
+    return STATUS_FAILED;
+}
+
 std::string readPassword(const char *path)
 {
     std::ifstream file(path);
     std::string line;
     if (!file || !std::getline(file, line)) {
-        fprintf(stderr, "%s: %s\n", path, errno ? strerror(errno) : "No password in it");
-        exit(STATUS_FAILED);
+        const char *reason = errno ? strerror(errno) : "there is none in it";
+        exit(fail(Message::PasswordUnreadable, {path, reason}));
     }
     if (!line.empty() && line.back() == '\r')
         line.pop_back();
@@ -147,17 +161,29 @@ void setLimits(rlim_t inputBytes)
     signal(SIGXFSZ, SIG_IGN); /* then the write fails, and says so */
 }
 
-void print(const std::vector<Notice> &notices)
+/* Where the child writes its messages: what libraries write on standard error by themselves is
+ * none, and would be taken for one that is not understood. */
+FILE *messageFile()
 {
-    for (const Notice &notice : notices) {
-        std::string text = notice.text;
-        for (char &c : text)
-            if ((unsigned char)c < 32 || (unsigned char)c == 127)
-                c = '?'; /* what comes from the document does not drive the terminal */
-        if (notice.page > 0)
-            text = "Page " + std::to_string(notice.page) + ": " + text;
-        fprintf(stderr, "PREPARE-W-%s: %s\n", notice.key.c_str(), text.c_str());
-    }
+#if defined(__SANITIZE_ADDRESS__)
+    return stderr; /* which is the sanitizers', too */
+#else
+    int kept = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    FILE *file = kept < 0 ? nullptr : fdopen(kept, "w");
+    int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (!file || nowhere < 0)
+        return stderr;
+    dup2(nowhere, STDERR_FILENO);
+    close(nowhere);
+    return file;
+#endif
+}
+
+void print(FILE *file, const seam::Notices &notices)
+{
+    for (const std::string &line : linesOf(notices))
+        fprintf(file, "%s\n", line.c_str());
+    fflush(file);
 }
 
 bool copyFile(const std::string &in, const std::string &out)
@@ -169,39 +195,51 @@ bool copyFile(const std::string &in, const std::string &out)
     return from.good() && to.good();
 }
 
-int work(const Arguments &arguments, const std::string &temporary)
+/* The child's work; what is to be told of it is among the notices. */
+Status work(const Arguments &arguments, const std::string &temporary, seam::Notices *notices)
 {
-    std::vector<Notice> notices;
     std::vector<int> pageMap;
     Outcome outcome = Outcome::REFUSED;
     try {
         outcome = arguments.probe
-                      ? probeFile(arguments.in, arguments.options, &notices)
-                      : prepareFile(arguments.in, temporary, arguments.options, &notices, &pageMap);
+                      ? probeFile(arguments.in, arguments.options, notices)
+                      : prepareFile(arguments.in, temporary, arguments.options, notices, &pageMap);
     } catch (const std::bad_alloc &) {
-        notices.push_back({"LIMIT", 0, "The document needs too much memory."});
+        notices->add(seam::notice(Message::TooLarge, 0));
     }
-    if (arguments.probe) {
-        if (outcome == Outcome::REFUSED)
-            print(notices);
-        return outcome == Outcome::REFUSED     ? STATUS_FAILED
-               : outcome == Outcome::REWRITTEN ? STATUS_NEEDED
-                                               : STATUS_DONE;
-    }
-    print(notices);
     if (outcome == Outcome::REFUSED)
         return STATUS_FAILED;
+    if (arguments.probe) {
+        *notices = {};
+        return outcome == Outcome::REWRITTEN ? STATUS_NEEDED : STATUS_DONE;
+    }
     if (!arguments.pageMap.empty() && !seam::writePageMapFile(arguments.pageMap, pageMap)) {
-        fprintf(stderr, "%s: %s\n", arguments.pageMap.c_str(), strerror(errno));
+        notices->add(seam::notice(Message::OutputFailed, 0, {strerror(errno)}));
         return STATUS_FAILED;
     }
-    if (outcome == Outcome::UNCHANGED && arguments.ifNeeded)
+    if (outcome == Outcome::REWRITTEN)
+        return STATUS_DONE;
+    if (arguments.ifNeeded)
         return STATUS_UNNEEDED;
-    if (outcome == Outcome::UNCHANGED && !copyFile(arguments.in, temporary)) {
-        fprintf(stderr, "%s: %s\n", arguments.out.c_str(), strerror(errno));
-        return STATUS_FAILED;
+    if (copyFile(arguments.in, temporary))
+        return STATUS_DONE;
+    notices->add(seam::notice(Message::OutputFailed, 0, {strerror(errno)}));
+    return STATUS_FAILED;
+}
+
+/* Tells what there is to tell; a failure has an error among it. */
+int workAndTell(const Arguments &arguments, const std::string &temporary)
+{
+    FILE *file = messageFile();
+    seam::Notices notices;
+    int status = work(arguments, temporary, &notices);
+    if (status == STATUS_FAILED) {
+        if (!notices.hasAny(seam::Severity::ERROR))
+            notices.add(seam::notice(Message::Unexplained, 0, {"the preparation"}));
+        status = STATUS_TOLD;
     }
-    return STATUS_DONE;
+    print(file, notices);
+    return status;
 }
 
 /* ---- ended by a signal: the child goes too, and the temporary files */
@@ -228,6 +266,24 @@ void removeWhenEnded(const std::string &path, const std::string &scratch)
             signal(number, SIG_IGN);
 }
 
+/* What it means that the child has ended so; only a status that it gives by itself is taken. */
+int statusOf(int ended)
+{
+    if (WIFEXITED(ended)) {
+        int status = WEXITSTATUS(ended);
+        if (status == STATUS_TOLD)
+            return STATUS_FAILED;
+        bool isKnown =
+            status == STATUS_DONE || status == STATUS_NEEDED || status == STATUS_UNNEEDED;
+        return isKnown ? status
+                       : fail(Message::NotPrepared, {"status " + std::to_string(status) + "."});
+    }
+    int number = WTERMSIG(ended);
+    if (number == SIGXCPU || number == SIGKILL)
+        return fail(Message::TooSlow);
+    return fail(Message::NotPrepared, {"signal " + std::to_string(number) + "."});
+}
+
 /* Runs the work in a child; answers its status, 1 when it did not end by itself. */
 int supervise(const Arguments &arguments, const std::string &temporary, rlim_t inputBytes)
 {
@@ -237,24 +293,15 @@ int supervise(const Arguments &arguments, const std::string &temporary, rlim_t i
             signal(number, SIG_DFL);
         prctl(PR_SET_PDEATHSIG, SIGKILL); /* whatever ends the parent */
         setLimits(inputBytes);
-        int status = work(arguments, temporary);
-        fflush(stderr);
-        _exit(status);
+        _exit(workAndTell(arguments, temporary));
     }
     worker = child;
     int status = 0;
-    if (child < 0 || waitpid(child, &status, 0) != child) {
-        perror("pdf_prepare");
-        return STATUS_FAILED;
-    }
+    if (child < 0 || waitpid(child, &status, 0) != child)
+        return fail(Message::PreparationNotStarted, {strerror(errno)});
     worker = 0;
     removeScratch(scratchPath); /* a child that was stopped could not */
-    if (WIFEXITED(status))
-        return WEXITSTATUS(status);
-    bool isTime = WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGKILL;
-    fprintf(stderr, "PREPARE-W-LIMIT: %s\n",
-            isTime ? "The document takes too much time." : "The document cannot be prepared.");
-    return STATUS_FAILED;
+    return statusOf(status);
 }
 
 /* A name that nobody can guess; empty, with errno set, when there is none to be had. */
@@ -318,28 +365,23 @@ int main(int argc, char **argv)
 {
     Arguments arguments = readArguments(argc, argv);
     struct stat info;
-    if (stat(arguments.in.c_str(), &info) != 0 || S_ISDIR(info.st_mode)) {
-        fprintf(stderr, "%s: %s\n", arguments.in.c_str(), strerror(errno ? errno : EISDIR));
-        return STATUS_FAILED;
-    }
+    errno = 0;
+    if (stat(arguments.in.c_str(), &info) != 0 || S_ISDIR(info.st_mode))
+        return fail(Message::InputUnreadable, {strerror(errno ? errno : EISDIR)});
     std::string temporary;
     if (!arguments.probe) {
         bool isPipe = isSpecial(arguments.out);
         temporary = newFile(isPipe ? scratchPrefix() : hiddenPrefix(arguments.out));
-        if (temporary.empty()) {
-            fprintf(stderr, "%s: %s\n", arguments.out.c_str(), strerror(errno));
-            return STATUS_FAILED;
-        }
+        if (temporary.empty())
+            return fail(Message::OutputNotOpened, {strerror(errno)});
         arguments.options.scratch = newName(scratchPrefix());
         removeWhenEnded(temporary, arguments.options.scratch);
     }
     int status = supervise(arguments, temporary, (rlim_t)info.st_size);
     if (arguments.probe)
         return status;
-    if (status == STATUS_DONE && !place(temporary, arguments.out)) {
-        fprintf(stderr, "%s: %s\n", arguments.out.c_str(), strerror(errno));
-        status = STATUS_FAILED;
-    }
+    if (status == STATUS_DONE && !place(temporary, arguments.out))
+        status = fail(Message::OutputFailed, {strerror(errno)});
     if (status != STATUS_DONE)
         unlink(temporary.c_str());
     return status;

@@ -3,6 +3,7 @@
  */
 #include <atomic>
 #include <cstdio>
+#include <cstring>
 #include <new>
 #include <set>
 #include <string>
@@ -18,6 +19,8 @@
 #include "zelkov/process.h"
 
 namespace {
+
+using seam::Message;
 
 /* ---- what is said */
 
@@ -63,20 +66,22 @@ struct Teller {
         fprintf(stderr, "pdf_print: %s\n", line.c_str());
     }
 
-    void remark(const Remark &remark)
+    void remark(const seam::Notice &notice)
     {
-        if (remark.weight == Weight::LOSS || (remark.weight == Weight::ERROR && remark.page > 0))
+        using seam::Severity;
+        if (notice.severity == Severity::LOSS)
             isStopped = arguments->isStrict;
         bool isSaid =
-            remark.weight == Weight::ERROR ||
-            (remark.weight == Weight::DETAIL ? arguments->isVerbose : !arguments->isQuiet);
+            notice.severity == Severity::ERROR ||
+            (notice.severity == Severity::DETAIL ? arguments->isVerbose : !arguments->isQuiet);
         if (isSaid)
-            say(remark.page, remark.text);
+            say(notice.page, notice.text);
     }
 
-    int fail(const std::string &text)
+    /* Says why nothing is printed. */
+    int fail(Message message, std::initializer_list<std::string_view> values = {})
     {
-        say(0, text);
+        say(0, sentence(message, values));
         return STATUS_FAILED;
     }
 };
@@ -100,10 +105,9 @@ int sendToPrinter(Teller &teller, const std::string &path)
         runProcess({"lp", "-d", arguments.printer, "-t", arguments.job.title, "--", path},
                    [&](const std::string &line) { said = line; });
     if (!result.isStarted)
-        return teller.fail(withReason("The print system's lp cannot be started"));
+        return teller.fail(Message::PrintSystemMissing, {strerror(errno)});
     if (result.status != 0)
-        return teller.fail("The print system did not take the job: " +
-                           (said.empty() ? "lp failed." : said));
+        return teller.fail(Message::PrintSystemRefused, {said.empty() ? "lp failed." : said});
     return STATUS_DONE;
 }
 
@@ -116,15 +120,11 @@ int printOne(Teller &teller)
     if (!arguments.printer.empty()) {
         output = privateFile("job.ps");
         if (output.empty())
-            return teller.fail(withReason("No directory for temporary files"));
+            return teller.fail(Message::NoTemporaryFiles, {strerror(errno)});
     }
     PrintListener listener;
-    listener.remark = [&](const Remark &remark) { teller.remark(remark); };
+    listener.remark = [&](const seam::Notice &notice) { teller.remark(notice); };
     listener.progress = [&](int page, int count) { teller.progress(page, count); };
-    listener.missingPreparation = [&] {
-        teller.fail("The program pdf_prepare is not installed; --no-prepare takes the document as "
-                    "it stands.");
-    };
     std::vector<int> pageNumbers;
     listener.pageMap = [&](const std::vector<int> &numbers) { pageNumbers = numbers; };
     listener.cancel = &teller.isStopped;
@@ -133,11 +133,11 @@ int printOne(Teller &teller)
         [&] { return openOutput(output); }, listener);
     teller.clearLine();
     if (teller.isStopped)
-        return teller.fail("Nothing is printed, as --strict says.");
+        return teller.fail(Message::Strict);
     if (printed == Printed::NOTHING)
         return STATUS_FAILED;
     if (!arguments.pageMap.empty() && !seam::writePageMapFile(arguments.pageMap, pageNumbers))
-        return teller.fail(withReason("The page map cannot be written"));
+        return teller.fail(Message::OutputFailed, {strerror(errno)});
     if (!arguments.printer.empty())
         if (int status = sendToPrinter(teller, output))
             return status;
@@ -157,7 +157,7 @@ int main(int argc, char **argv)
     try {
         status = printOne(teller);
     } catch (const std::bad_alloc &) {
-        status = teller.fail("There is not enough memory.");
+        status = teller.fail(Message::OutOfMemory);
     }
     process_exit(status);
 }

@@ -61,22 +61,17 @@ void tell(const char *kind, std::string text)
 struct Teller {
     int copies = 1;
     int begun = 0; /* page of the job that is being written */
-    bool hasError = false;
-    std::string last; /* remark that is more than a detail */
     std::set<std::string> told;
 
-    void remark(const Remark &remark)
+    void remark(const seam::Notice &notice)
     {
-        bool isError = remark.weight == Weight::ERROR && remark.page == 0;
-        hasError = hasError || isError;
-        if (remark.weight != Weight::DETAIL)
-            last = remark.text;
-        const char *kind = isError                           ? "ERROR"
-                           : remark.weight == Weight::DETAIL ? "DEBUG"
-                                                             : "WARNING";
-        std::string text = remark.text;
-        if (remark.page > 0)
-            text = "Page " + std::to_string(remark.page) + ": " + text;
+        using seam::Severity;
+        const char *kind = notice.severity == Severity::ERROR    ? "ERROR"
+                           : notice.severity == Severity::DETAIL ? "DEBUG"
+                                                                 : "WARNING";
+        std::string text = notice.text;
+        if (notice.page > 0)
+            text = "Page " + std::to_string(notice.page) + ": " + text;
         if (told.insert(text).second)
             tell(kind, text);
     }
@@ -100,6 +95,11 @@ int fail(const std::string &text)
 {
     tell("ERROR", text);
     return STATUS_FAILED;
+}
+
+int fail(seam::Message message)
+{
+    return fail(sentence(message));
 }
 
 /* ---- layout, which is the filter pdftopdf's work */
@@ -146,11 +146,10 @@ bool takeLayout(const Invocation &invocation, const JobOptions &options, std::st
         return true;
     case Layout::MISSING:
         tell("STATE", std::string("+") + MISSING_FILTER);
-        tell("WARNING", "The filter pdftopdf (cups-filters) is not installed: every page is "
-                        "printed on a side of its own, as it is.");
+        tell("WARNING", sentence(seam::Message::LayoutMissing));
         return true;
     case Layout::FAILED:
-        fail("The filter pdftopdf could not lay the pages out.");
+        fail(seam::Message::LayoutFailed);
         return false;
     }
     return false;
@@ -165,7 +164,7 @@ bool takeInput(const Invocation &invocation, std::string *input)
     *input = privateFile("input.pdf");
     if (!input->empty() && keepStandardInput(*input))
         return true;
-    fail(withReason("Standard input cannot be kept"));
+    fail(withReason(seam::Message::InputNotKept));
     return false;
 }
 
@@ -198,14 +197,11 @@ int print(const Invocation &invocation)
     Teller teller;
     teller.copies = request.job.copies;
     PrintListener listener;
-    listener.remark = [&](const Remark &remark) { teller.remark(remark); };
+    listener.remark = [&](const seam::Notice &notice) { teller.remark(notice); };
     listener.progress = [&](int page, int count) { teller.progress(page, count); };
-    listener.missingPreparation = [&] {
-        tell("STATE", std::string("+") + MISSING_FILTER);
-        teller.remark({Weight::ERROR, 0, "The program pdf_prepare is not installed."});
-    };
+    listener.missingPreparation = [] { tell("STATE", std::string("+") + MISSING_FILTER); };
     if (printDocument(request, openStandardOutput, listener) == Printed::NOTHING)
-        return teller.hasError ? STATUS_FAILED : fail("Nothing is printed. " + teller.last);
+        return STATUS_FAILED; /* and an error has been told */
     teller.countPage();
     return STATUS_PRINTED;
 }
@@ -225,7 +221,7 @@ int main(int argc, char **argv)
         status = print({argv[1], argv[2], argv[3], argv[4], argv[5],
                         argc > WITHOUT_FILE ? argv[WITHOUT_FILE] : ""});
     } catch (const std::bad_alloc &) {
-        status = fail("There is not enough memory.");
+        status = fail(seam::Message::OutOfMemory);
     }
     process_exit(status);
 }

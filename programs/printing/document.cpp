@@ -17,37 +17,6 @@
 
 namespace {
 
-/* ---- what is said */
-
-/* Notices after which something of the document is missing on paper, or other than it was. */
-constexpr const char *lossKeys[] = {"NOFONT", "NOCMAP",  "IMAGE",      "PATTERN", "LIMIT",
-                                    "MASK",   "SHADING", "NORENDERER", "BADFONT", "badobj"};
-/* What is of no use to people. */
-constexpr const char *silentKeys[] = {"PDFVRSN", "MMTYPE"};
-/* What is done and not missed. */
-constexpr const char *detailKeys[] = {"REGION"};
-
-template <size_t count> bool isOneOf(const std::string &key, const char *const (&keys)[count])
-{
-    return std::any_of(keys, keys + count, [&](const char *known) { return key == known; });
-}
-
-Weight weightOf(const Notice &notice)
-{
-    if (isOneOf(notice.key, lossKeys) || (notice.key == "DAMAGED" && notice.page > 0))
-        return Weight::LOSS;
-    return isOneOf(notice.key, detailKeys) ? Weight::DETAIL : Weight::WARNING;
-}
-
-Weight weightOf(const job::Message &message)
-{
-    if (message.severity == job::Severity::ERROR)
-        return Weight::ERROR;
-    if (message.severity == job::Severity::INFO || isOneOf(message.key, silentKeys))
-        return Weight::DETAIL;
-    return isOneOf(message.key, lossKeys) ? Weight::LOSS : Weight::WARNING;
-}
-
 /* ---- input and output */
 
 /* Is it a file that can be read?  Else errno says why not. */
@@ -83,17 +52,19 @@ int writeToDescriptor(void *context, const uint8_t *bytes, size_t count)
 struct Run {
     PrintRequest request;
     const PrintListener *listener;
-    bool isIncomplete = false;
+    bool isIncomplete = false, hasError = false;
 
-    void remark(Weight weight, int page, const std::string &text)
+    void remark(const seam::Notice &notice)
     {
-        isIncomplete = isIncomplete || weight == Weight::LOSS;
-        listener->remark({weight, page, text});
+        isIncomplete = isIncomplete || notice.severity == seam::Severity::LOSS;
+        hasError = hasError || notice.severity == seam::Severity::ERROR;
+        listener->remark(notice);
     }
 
-    bool fail(const std::string &text)
+    /* Says that nothing is printed, with errno's reason. */
+    bool fail(seam::Message message)
     {
-        remark(Weight::ERROR, 0, text);
+        remark(notice(message, 0, {strerror(errno)}));
         return false;
     }
 
@@ -105,10 +76,10 @@ bool takeInput(Run &run)
 {
     std::string &input = run.request.input;
     if (input != "-")
-        return isReadable(input) || run.fail(withReason("The file cannot be read"));
+        return isReadable(input) || run.fail(seam::Message::InputUnreadable);
     input = privateFile("input.pdf");
     bool isKept = !input.empty() && keepStandardInput(input);
-    return isKept || run.fail(withReason("Standard input cannot be kept"));
+    return isKept || run.fail(seam::Message::InputNotKept);
 }
 
 /* Puts the prepared document in the place of the input where it needs that. */
@@ -119,10 +90,10 @@ bool prepare(Run &run)
     request.preparation.pages = request.job.pages;
     request.preparation.pageMap = privateFile("pages");
     if (plain.empty())
-        return run.fail(withReason("No directory for temporary files"));
-    auto notice = [&](const Notice &what) { run.remark(weightOf(what), what.page, what.text); };
+        return run.fail(seam::Message::NoTemporaryFiles);
+    auto hear = [&](const seam::Notice &notice) { run.remark(notice); };
     std::vector<int> pageNumbers;
-    switch (prepareDocument(request.preparation, request.input, plain, &pageNumbers, notice)) {
+    switch (prepareDocument(request.preparation, request.input, plain, &pageNumbers, hear)) {
     case Preparation::UNNEEDED: /* then the list is the whole document, as it stands */
         request.job.pages = {};
         return true;
@@ -132,22 +103,18 @@ bool prepare(Run &run)
         request.job.pageNumbers = std::move(pageNumbers);
         return true;
     case Preparation::MISSING:
-        run.listener->missingPreparation();
+        if (run.listener->missingPreparation)
+            run.listener->missingPreparation();
         return false;
-    case Preparation::NO_PAGE_MAP:
-        return run.fail(withReason("The page map cannot be read"));
     case Preparation::FAILED:
         return false;
     }
     return false;
 }
 
-} // namespace
-
-Printed printDocument(PrintRequest request, const std::function<ZFile *()> &openOutput,
-                      const PrintListener &listener)
+Printed runStages(Run &run, const std::function<ZFile *()> &openOutput)
 {
-    Run run = {std::move(request), &listener};
+    const PrintListener &listener = *run.listener;
     if (!takeInput(run))
         return Printed::NOTHING;
     if (run.request.isPrepared && !prepare(run))
@@ -156,7 +123,8 @@ Printed printDocument(PrintRequest request, const std::function<ZFile *()> &open
         return Printed::NOTHING;
     job::Callbacks callbacks;
     callbacks.message = [&](const job::Message &message) {
-        run.remark(weightOf(message), message.page, message.text);
+        run.remark(seam::fromConverter((seam::Said)message.severity, message.key, message.page,
+                                       message.text));
     };
     callbacks.progress = listener.progress;
     callbacks.cancel = listener.cancel;
@@ -165,7 +133,21 @@ Printed printDocument(PrintRequest request, const std::function<ZFile *()> &open
         return Printed::NOTHING;
     if (listener.pageMap)
         listener.pageMap(result.pageNumbers);
-    return run.isIncomplete || !result.isWhole ? Printed::INCOMPLETE : Printed::WHOLE;
+    if (!result.isWhole && !run.isIncomplete)
+        run.remark(notice(seam::Message::PageCut, 0, {"it is not known why."}));
+    return run.isIncomplete ? Printed::INCOMPLETE : Printed::WHOLE;
+}
+
+} // namespace
+
+Printed printDocument(PrintRequest request, const std::function<ZFile *()> &openOutput,
+                      const PrintListener &listener)
+{
+    Run run = {std::move(request), &listener};
+    Printed printed = runStages(run, openOutput);
+    if (printed == Printed::NOTHING && !run.hasError && !run.isCancelled())
+        run.remark(notice(seam::Message::Unexplained, 0, {"the job"}));
+    return printed;
 }
 
 ZFile *openStandardOutput()
@@ -204,6 +186,11 @@ bool keepStandardInput(const std::string &path)
     good = close(file) == 0 && good;
     errno = reason;
     return good;
+}
+
+std::string withReason(seam::Message message)
+{
+    return sentence(message, {strerror(errno)});
 }
 
 std::string withReason(const std::string &what)

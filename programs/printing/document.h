@@ -20,30 +20,19 @@ struct PrintRequest {
     bool isPrepared = true; /* where it needs that; else it is taken as it stands */
 };
 
-enum class Weight {
-    ERROR,   /* nothing is printed; with a page: nothing more of that one */
-    LOSS,    /* something is missing on paper, or other than it was */
-    WARNING, /* done, and worth knowing */
-    DETAIL,  /* of use to few */
-};
-
-struct Remark {
-    Weight weight;
-    int page; /* 0: the document */
-    std::string text;
-};
-
 struct PrintListener {
-    std::function<void(const Remark &)> remark;
+    std::function<void(const seam::Notice &)> remark;
     std::function<void(int page, int count)> progress; /* page of the job, from 1, begins */
     std::function<void(const std::vector<int> &numbers)> pageMap; /* of what has been printed */
-    std::function<void()> missingPreparation;                     /* pdf_prepare is not installed */
+    std::function<void()> missingPreparation;  /* what else is to be done when pdf_prepare is not
+                                                * installed; empty: nothing */
     const std::atomic<bool> *cancel = nullptr; /* nothing is printed once it is set */
 };
 
 enum class Printed { WHOLE, INCOMPLETE, NOTHING };
 
-/* Prints a document; why nothing was printed has been remarked, unless it was cancelled.
+/* Prints a document.  When NOTHING is printed an ERROR has been remarked, unless it was cancelled;
+ * after a LOSS the answer is never WHOLE.
  * `openOutput` is called as writeJob does. */
 Printed printDocument(PrintRequest request, const std::function<ZFile *()> &openOutput,
                       const PrintListener &listener);
@@ -60,5 +49,8 @@ bool keepStandardInput(const std::string &path);
 
 /* "What: why.", with what errno says. */
 std::string withReason(const std::string &what);
+
+/* The same for a message whose only place is the reason. */
+std::string withReason(seam::Message message);
 
 #endif

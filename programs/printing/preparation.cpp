@@ -4,7 +4,7 @@
 #include "programs/printing/preparation.h"
 
 #include <cerrno>
-#include <cstdlib>
+#include <cstring>
 
 #include "programs/printing/process.h"
 #include "seam/options.h"
@@ -29,44 +29,38 @@ std::vector<std::string> commandLine(const PreparationOptions &options)
     return words;
 }
 
-/* "PREPARE-W-KEY: Page 3: text"; what is no notice has an empty key. */
-Notice readNotice(const std::string &line)
-{
-    const std::string mark = "PREPARE-W-", page = "Page ";
-    size_t colon = line.find(": ");
-    if (!line.starts_with(mark) || colon == std::string::npos)
-        return {"", line, 0};
-    Notice notice = {line.substr(mark.size(), colon - mark.size()), line.substr(colon + 2), 0};
-    if (notice.text.starts_with(page)) {
-        char *end;
-        long number = strtol(notice.text.c_str() + page.size(), &end, 10);
-        if (number > 0 && end[0] == ':' && end[1] == ' ') {
-            notice.page = (int)number;
-            notice.text = end + 2;
-        }
-    }
-    return notice;
-}
-
 } // namespace
 
 Preparation prepareDocument(const PreparationOptions &options, const std::string &input,
                             const std::string &plain, std::vector<int> *pageNumbers,
-                            const std::function<void(const Notice &)> &notice)
+                            const std::function<void(const seam::Notice &)> &hear)
 {
-    auto pass = [&](const std::string &line) { notice(readNotice(line)); };
+    bool hasError = false;
+    auto pass = [&](const seam::Notice &notice) {
+        hasError |= notice.severity == seam::Severity::ERROR;
+        hear(notice);
+    };
     std::vector<std::string> words = commandLine(options);
 
     if (!options.resolution.empty())
         words.push_back("--resolution=" + options.resolution);
     words.insert(words.end(), {"--if-needed", "--", input, plain});
-    ProcessResult result = runProcess(words, pass);
-    if (!result.isStarted)
-        return errno == ENOENT || errno == EACCES ? Preparation::MISSING : Preparation::FAILED;
+    ProcessResult result =
+        runProcess(words, [&](const std::string &line) { pass(seam::readLine(line)); });
+    if (!result.isStarted && (errno == ENOENT || errno == EACCES)) {
+        pass(notice(seam::Message::NoPreparation, 0));
+        return Preparation::MISSING;
+    }
+    if (!result.isStarted) {
+        pass(notice(seam::Message::PreparationNotStarted, 0, {strerror(errno)}));
+        return Preparation::FAILED;
+    }
     if (result.status == STATUS_UNNEEDED)
         return Preparation::UNNEEDED;
-    if (result.status != 0)
-        return Preparation::FAILED;
-    bool isMapped = seam::readPageMapFile(options.pageMap, pageNumbers);
-    return isMapped ? Preparation::DONE : Preparation::NO_PAGE_MAP;
+    if (result.status == 0 && seam::readPageMapFile(options.pageMap, pageNumbers))
+        return Preparation::DONE;
+    if (!hasError)
+        pass(notice(seam::Message::Unexplained, 0,
+                    {"the program pdf_prepare (status " + std::to_string(result.status) + ")"}));
+    return Preparation::FAILED;
 }

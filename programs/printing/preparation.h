@@ -10,6 +10,8 @@
 
 #include "seam/pages.h"
 
+#include "seam/messages.h"
+
 /* What it is told; empty: its own defaults. */
 struct PreparationOptions {
     seam::PageRanges pages;
@@ -17,24 +19,17 @@ struct PreparationOptions {
     std::string pageMap; /* a file that does not exist, for the page map */
 };
 
-/* What pdf_prepare says of a document. */
-struct Notice {
-    std::string key, text;
-    int page; /* 0: the document */
-};
-
 enum class Preparation {
-    UNNEEDED,    /* the document can be taken as it stands */
-    DONE,        /* `plain` holds it */
-    MISSING,     /* pdf_prepare is not installed */
-    NO_PAGE_MAP, /* it cannot be read: errno says why */
-    FAILED,      /* a notice has said why */
+    UNNEEDED, /* the document can be taken as it stands */
+    DONE,     /* `plain` holds it */
+    MISSING,  /* pdf_prepare is not installed, which has been said */
+    FAILED,   /* an error among the notices has said why */
 };
 
 /* Prepares the chosen pages of `input` into the file `plain` when that is needed.  When it is done,
  * `pageNumbers` has the number in `input` of each page of `plain`. */
 Preparation prepareDocument(const PreparationOptions &options, const std::string &input,
                             const std::string &plain, std::vector<int> *pageNumbers,
-                            const std::function<void(const Notice &)> &notice);
+                            const std::function<void(const seam::Notice &)> &hear);
 
 #endif

@@ -3,10 +3,12 @@
  */
 #include "programs/printing/process.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
 #include <iterator>
+#include <string_view>
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -94,8 +96,11 @@ class SignalsGoToChild {
 
 void readLines(int from, const std::function<void(const std::string &)> &line)
 {
-    constexpr size_t LONGEST = 64 * 1024;
+    constexpr size_t LONGEST = 64 * 1024; /* of a line; what is more of it is left out */
     std::string text;
+    auto take = [&](std::string_view part) {
+        text.append(part.substr(0, LONGEST - std::min(LONGEST, text.size())));
+    };
     char buffer[4096];
     while (!receivedSignal) {
         ssize_t got = read(from, buffer, sizeof buffer);
@@ -103,11 +108,14 @@ void readLines(int from, const std::function<void(const std::string &)> &line)
             continue;
         if (got <= 0)
             break;
-        text.append(buffer, (size_t)got);
-        for (size_t end; (end = text.find('\n')) != std::string::npos; text.erase(0, end + 1))
-            line(text.substr(0, end));
-        if (text.size() > LONGEST)
+        std::string_view rest(buffer, (size_t)got);
+        for (size_t end; (end = rest.find('\n')) != std::string_view::npos;) {
+            take(rest.substr(0, end));
+            line(text);
             text.clear();
+            rest.remove_prefix(end + 1);
+        }
+        take(rest);
     }
     if (!text.empty())
         line(text);

@@ -437,8 +437,8 @@ TEST(PrintFilter, APreparationThatIsMissingIsAnError)
     ProgramResult result =
         runProgram({system.filter(), "1", "me", "t", "1", "", document}, options);
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "STATE: +cups-missing-filter-warning\n"
-                          "ERROR: The program pdf_prepare is not installed.\n");
+    EXPECT_EQ(result.err, "ERROR: The program pdf_prepare is not installed.\n"
+                          "STATE: +cups-missing-filter-warning\n");
 }
 
 } // namespace

@@ -91,7 +91,7 @@ TEST_F(PrintScheduler, ABrokenDocumentStopsItsJobAlone)
     int good = scheduler.print(file("doc.pdf", document));
     ASSERT_TRUE(scheduler.waitForState(good, "completed")) << scheduler.logOf(good);
     EXPECT_TRUE(scheduler.waitForState(broken, "processing-stopped")) << scheduler.logOf(broken);
-    EXPECT_GE(occurrences(scheduler.logOf(broken), "Nothing is printed. "), 1u)
+    EXPECT_GE(occurrences(scheduler.logOf(broken), "The document cannot be read: "), 1u)
         << scheduler.logOf(broken);
     ASSERT_EQ(printer.jobs().size(), 1u);
     expectPages(printer.jobs()[0], document, {1, 2});

@@ -471,8 +471,8 @@ TEST(PrintCommand, WhatIsMissingIsSaidOnceAndIsStatusThree)
     PrintRun run = printPdf(pdf.build(), {"--no-prepare"});
     EXPECT_EQ(run.status, 3);
     EXPECT_TRUE(run.hasOutput);
-    EXPECT_EQ(run.messages,
-              Lines{"pdf_print: doc.pdf: page 1: Unsupported font type /Unheard of font /F"});
+    EXPECT_EQ(run.messages, Lines{"pdf_print: doc.pdf: page 1: Text is missing: Unsupported font "
+                                  "type /Unheard of font /F"});
     EXPECT_EQ(printPdf(pdf.build(), {"--no-prepare", "-q"}).messages, Lines{});
     run = printPdf(pdf.build(), {"--no-prepare", "--strict"});
     EXPECT_EQ(run.status, 1);

@@ -495,7 +495,7 @@ TEST(Annotations, FieldsFarBelowTheirParentsAreNotWalkedUp)
     Preparation made = preparePdf(document.pdf.build());
     EXPECT_EQ(made.status, 0);
     for (const std::string &line : made.messages)
-        EXPECT_EQ(line.find("LIMIT"), std::string::npos) << line;
+        EXPECT_EQ(line.find("-ANNOT"), std::string::npos) << line;
 }
 
 TEST(Annotations, ManyOfThemAreBounded)
@@ -521,7 +521,9 @@ TEST(Annotations, ManyOfThemAreBounded)
     EXPECT_EQ(made.status, 0);
     EXPECT_EQ(made.messages,
               (std::vector<std::string>{
-                  "PREPARE-W-LIMIT: Page 1: The page has too many annotations.",
-                  "PREPARE-W-LIMIT: Page 2: The page's annotations are too large."}));
+                  "PREPARE-L-ANNOTCOUNT: Page 1: The page has too many annotations; those "
+                  "after the first 100000 are missing.",
+                  "PREPARE-L-ANNOTATION: Page 2: Annotations of the page are missing. "
+                  "The page's annotations are too large."}));
     EXPECT_LT(made.pdf.size(), 1000000u);
 }

@@ -250,7 +250,7 @@ TEST(CompositeFonts, TextWithoutAFontKeepsItsRoomAndIsReported)
     EXPECT_EQ(made.status, 0);
     EXPECT_EQ(made.messages,
               std::vector<std::string>{
-                  "PREPARE-W-NOFONT: Page 1: Text in font DejaVuSans is missing: neither the "
+                  "PREPARE-L-NOFONT: Page 1: Text in font DejaVuSans is missing: neither the "
                   "document nor the system has the font."});
     /* "X" stands behind the room of two glyphs, each 650 thousandths of 20 points. */
     expectSamePages(onePagePdf("BT /F1 20 Tf 36 150 Td (X) Tj ET",
@@ -265,7 +265,7 @@ TEST(CompositeFonts, UnknownEncodingIsReported)
                                                {"/No-Such-H", "", "", true, "0 0 300 200"}));
     EXPECT_EQ(made.status, 0);
     EXPECT_EQ(made.messages,
-              std::vector<std::string>{"PREPARE-W-NOCMAP: Page 1: The encoding No-Such-H is not "
+              std::vector<std::string>{"PREPARE-L-NOCMAP: Page 1: The encoding No-Such-H is not "
                                        "installed; its text is missing."});
 }
 

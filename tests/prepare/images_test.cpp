@@ -71,7 +71,7 @@ struct Decoding {
 
 Decoding decode(const std::string &entries, const std::string &data)
 {
-    std::vector<Notice> notices;
+    seam::Notices notices;
     Document document;
     document.diagnostics.notices = &notices;
     document.source.pdf.emptyPDF();
@@ -139,7 +139,7 @@ TEST(Images, Jbig2WithoutItsProgramIsLeftOut)
     Preparation made = preparePdf(pdf);
     EXPECT_EQ(made.status, 0);
     EXPECT_EQ(made.messages,
-              std::vector<std::string>{"PREPARE-W-IMAGE: Page 1: A picture is left out. A picture "
+              std::vector<std::string>{"PREPARE-L-IMAGE: Page 1: A picture is left out. A picture "
                                        "in JBIG2 needs the program jbig2dec."});
     EXPECT_FALSE(holds(made.pdf, "/JBIG2Decode"));
     EXPECT_EQ(convertForPrinting(made.pdf).status, 0);
@@ -153,7 +153,7 @@ TEST(Images, Jbig2ThatIsDamagedIsSaidToBe)
         jbig2Word().page));
     EXPECT_EQ(made.status, 0);
     EXPECT_EQ(made.messages, std::vector<std::string>{
-                                 "PREPARE-W-DAMAGED: Page 1: Part of a picture cannot be read."});
+                                 "PREPARE-L-IMAGEPART: Page 1: Part of a picture cannot be read."});
     EXPECT_EQ(convertForPrinting(made.pdf).status, 0);
 }
 
@@ -398,7 +398,7 @@ TEST(Images, WithoutBoundsAreLeftOutWithANotice)
         Preparation made = preparePdf(imagePdf("/Type /XObject /Subtype /Image " + entries, data));
         EXPECT_EQ(made.status, 0);
         ASSERT_EQ(made.messages.size(), 1u);
-        EXPECT_EQ(made.messages[0].find("PREPARE-W-IMAGE: Page 1: A picture is left out."), 0u);
+        EXPECT_EQ(made.messages[0].find("PREPARE-L-IMAGE: Page 1: A picture is left out."), 0u);
         EXPECT_EQ(convertForPrinting(made.pdf).status, 0);
         EXPECT_EQ(probePdf(made.pdf), 0);
     }
@@ -557,7 +557,7 @@ TEST(ImageDecoder, TakesJpegColoursAsTheFilterGivesThem)
 
 TEST(ImageDecoder, KnowsWhatValuesMean)
 {
-    std::vector<Notice> notices;
+    seam::Notices notices;
     Document document;
     document.diagnostics.notices = &notices;
     document.source.pdf.emptyPDF();

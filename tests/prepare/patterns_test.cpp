@@ -239,7 +239,7 @@ TEST(Patterns, LinesInPatternsBecomePixels)
     std::string pdf = Patterned().build("/Pattern CS /P SCN 12 w 30 30 m 170 30 l 100 170 l s");
     Preparation made = preparePdf(pdf);
     ASSERT_EQ(made.messages.size(), 1u);
-    EXPECT_TRUE(holds(made.messages[0], "PREPARE-W-REGION: Page 1:")) << made.messages[0];
+    EXPECT_TRUE(holds(made.messages[0], "PREPARE-D-REGION: Page 1:")) << made.messages[0];
     EXPECT_TRUE(holds(made.messages[0], "a line in a pattern")) << made.messages[0];
     expectAlikePages(pdf, made.pdf);
 }
@@ -252,7 +252,7 @@ TEST(Patterns, MoreCellsThanAnyoneSeesBecomePixels)
                                         "0 0 1 rg 0 0 1 1 re f");
     Preparation made = preparePdf(pdf);
     ASSERT_EQ(made.messages.size(), 1u);
-    EXPECT_TRUE(holds(made.messages[0], "PREPARE-W-REGION: Page 1:")) << made.messages[0];
+    EXPECT_TRUE(holds(made.messages[0], "PREPARE-D-REGION: Page 1:")) << made.messages[0];
 }
 
 TEST(Patterns, ThatNobodyUsesAreDropped)

@@ -49,7 +49,7 @@ TEST(Program, PagesThatDoNotExist)
     EXPECT_EQ(made.status, 1);
     EXPECT_FALSE(made.hasOutput);
     EXPECT_EQ(made.messages,
-              std::vector<std::string>{"PREPARE-W-NOPAGE: None of these pages exists: the "
+              std::vector<std::string>{"PREPARE-E-NOPAGE: None of these pages exists: the "
                                        "document has 2 pages."});
 }
 
@@ -67,8 +67,8 @@ TEST(Program, APartThatNamesNoPageIsSaid)
     Preparation made = preparePdf(pagesPdf(2), {"--pages=9,1,r5,9"});
     EXPECT_EQ(made.status, 0);
     EXPECT_EQ(made.messages,
-              (std::vector<std::string>{"PREPARE-W-NOPAGE: 9: the document has 2 pages.",
-                                        "PREPARE-W-NOPAGE: r5: the document has 2 pages."}));
+              (std::vector<std::string>{"PREPARE-W-NOPART: 9: the document has 2 pages.",
+                                        "PREPARE-W-NOPART: r5: the document has 2 pages."}));
     EXPECT_EQ(heights(made.pdf), std::vector<std::string>{"101"});
 }
 
@@ -152,7 +152,8 @@ TEST(Program, InputThatIsMissingOrNoPdf)
 {
     ProgramResult missing = runProgram({preparePath(), "/no/such.pdf", "/no/out.pdf"});
     EXPECT_EQ(missing.status, 1);
-    EXPECT_EQ(missing.err, "/no/such.pdf: No such file or directory\n");
+    EXPECT_EQ(missing.err,
+              "PREPARE-E-INPUT: The file cannot be read: No such file or directory.\n");
     Preparation none = preparePdf("This is a text.\n");
     EXPECT_EQ(none.status, 1);
     EXPECT_FALSE(none.hasOutput);
@@ -195,7 +196,7 @@ TEST(Program, OnePageThatCannotBeReadDoesNotStopTheOthers)
     EXPECT_TRUE(holds(made.pdf, "/MediaBox [ 0 0 400 400 ]"));
     ASSERT_EQ(made.messages.size(), 1u);
     EXPECT_EQ(made.messages[0],
-              "PREPARE-W-DAMAGED: Page 1: Part of the page's content cannot be decoded.");
+              "PREPARE-L-CONTENT: Page 1: Part of the page's content cannot be decoded.");
     EXPECT_EQ(convertForPrinting(made.pdf).status, 0);
 }
 

@@ -38,7 +38,7 @@ std::string shapesPdf(const std::string &entries = "", const std::string &conten
 
 struct Drawn {
     std::string pdf;
-    std::vector<Notice> notices;
+    seam::Notices notices;
 };
 
 /* The first page with these boxes as regions, and no other pass. */
@@ -225,7 +225,7 @@ TEST(Regions, ARendererThatFailsOrAnswersNonsenseIsNotBelieved)
         Drawn drawn = withRegions(shapesPdf(), {MIDDLE});
         EXPECT_FALSE(holds(drawn.pdf, "/Image"));
         ASSERT_EQ(drawn.notices.size(), 1u);
-        EXPECT_EQ(drawn.notices[0].key, "NORENDERER");
+        EXPECT_EQ(drawn.notices[0].key, "NODRAWING");
     }
 }
 
@@ -286,7 +286,7 @@ TEST(Programs, ThatHangAreEndedWithAllTheyStarted)
 
 TEST(Programs, ThatHangAreNotTriedAgainAndAgain)
 {
-    std::vector<Notice> notices;
+    seam::Notices notices;
     Document document;
     document.diagnostics.notices = &notices;
     ScratchDirectory directory;

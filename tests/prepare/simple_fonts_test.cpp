@@ -152,7 +152,7 @@ TEST(SimpleFonts, ProgramThatCannotBeReadIsReplacedAndReported)
     Preparation made = preparePdf(simplePdf(settings, "(Gone)"));
     EXPECT_EQ(made.status, 0);
     EXPECT_EQ(made.messages,
-              std::vector<std::string>{"PREPARE-W-NOFONT: The program of font Simple cannot be "
+              std::vector<std::string>{"PREPARE-L-FONTDATA: The program of font Simple cannot be "
                                        "read; another font takes its place."});
     EXPECT_EQ(convertForPrinting(made.pdf).status, 0);
 }

@@ -82,7 +82,7 @@ TEST(Structure, PasswordIsAskedForAndTakenFromAFile)
     EXPECT_FALSE(without.hasOutput);
     EXPECT_EQ(without.messages,
               std::vector<std::string>{
-                  "PREPARE-W-ENCRYPTED: The document needs a password: --password-file."});
+                  "PREPARE-E-ENCRYPTED: The document needs a password: --password-file."});
     ScratchDirectory directory;
     Preparation with =
         preparePdf(pdf, {"--password-file=" + directory.write("password", "secret\nmore\n")});

@@ -79,7 +79,7 @@ void expectRegion(const std::string &pdf)
     Preparation made = preparePdf(pdf);
     EXPECT_EQ(made.status, 0);
     ASSERT_EQ(made.messages.size(), 1u);
-    EXPECT_TRUE(holds(made.messages[0], "PREPARE-W-REGION")) << made.messages[0];
+    EXPECT_TRUE(holds(made.messages[0], "PREPARE-D-REGION")) << made.messages[0];
     expectSamePages(pdf, made.pdf);
 }
 
@@ -312,9 +312,9 @@ TEST(Transparency, SoftMaskThatIsSmallerClips)
     std::string mask =
         ref(made.addForm("/BBox [40 30 120 90] " + std::string(GROUP), "0.5 g 40 30 80 60 re f"));
     std::string state = made.state("/SMask << /S /Luminosity /G " + mask + " >>");
-    std::string clear = expectFlat(made.page(
-        "0.9 1 1 rg 0 0 200 200 re f q " + state +
-        "0 0 1 rg 2 0 0 2 0 0 cm 30 10 30 70 re f 20 10 8 20 re f Q 0 g 5 5 9 9 re f"));
+    std::string clear = expectFlat(
+        made.page("0.9 1 1 rg 0 0 200 200 re f q " + state +
+                  "0 0 1 rg 2 0 0 2 0 0 cm 30 10 30 70 re f 20 10 8 20 re f Q 0 g 5 5 9 9 re f"));
     EXPECT_TRUE(holds(clear, "0.45 0.5 1 rg"));
 }
 
