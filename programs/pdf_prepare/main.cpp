@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <memory>
 #include <string>
 
 #include <fcntl.h>
@@ -186,10 +187,11 @@ void print(FILE *file, const seam::Notices &notices)
     fflush(file);
 }
 
+/* What is in the output already stays in front: it may be a file that others write to, too. */
 bool copyFile(const std::string &in, const std::string &out)
 {
     std::ifstream from(in, std::ios::binary);
-    std::ofstream to(out, std::ios::binary);
+    std::ofstream to(out, std::ios::binary | std::ios::app);
     to << from.rdbuf();
     to.close();
     return from.good() && to.good();
@@ -337,10 +339,22 @@ std::string hiddenPrefix(const std::string &out)
     return out.substr(0, base) + "." + out.substr(base, 200) + ".";
 }
 
+/* A name for a descriptor, such as /dev/stdout, or something that is no regular file. */
 bool isSpecial(const std::string &path)
 {
     struct stat info;
-    return stat(path.c_str(), &info) == 0 && !S_ISREG(info.st_mode);
+    return path.starts_with("/dev/") || path.starts_with("/proc/") ||
+           (stat(path.c_str(), &info) == 0 && !S_ISREG(info.st_mode));
+}
+
+/* The file that a symbolic link leads to; else the name as it is. */
+std::string behindLinks(const std::string &path)
+{
+    struct stat info;
+    if (isSpecial(path) || lstat(path.c_str(), &info) != 0 || !S_ISLNK(info.st_mode))
+        return path;
+    std::unique_ptr<char, decltype(&free)> real(realpath(path.c_str(), nullptr), free);
+    return real ? real.get() : path;
 }
 
 /* Hands the finished file on to a pipe or device, or puts it in its place. */
@@ -370,6 +384,7 @@ int main(int argc, char **argv)
         return fail(Message::InputUnreadable, {strerror(errno ? errno : EISDIR)});
     std::string temporary;
     if (!arguments.probe) {
+        arguments.out = behindLinks(arguments.out);
         bool isPipe = isSpecial(arguments.out);
         temporary = newFile(isPipe ? scratchPrefix() : hiddenPrefix(arguments.out));
         if (temporary.empty())

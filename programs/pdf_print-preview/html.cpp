@@ -102,7 +102,7 @@ std::string htmlBeginning(const std::string &title, const std::string &summary,
     html += "<table>\n<tr><th>Page</th><th>Difference</th><th>Messages</th></tr>\n";
     for (const PageView &page : pages) {
         std::string number = std::to_string(page.number);
-        html += "<tr><td><a href=\"#page-" + number + "\">" + number + "</a></td><td>" +
+        html += "<tr><td><a href=\"#page-" + page.anchor + "\">" + number + "</a></td><td>" +
                 htmlOf(page.verdict) + "</td><td>" + std::to_string(page.messages.size()) +
                 "</td></tr>\n";
     }
@@ -112,7 +112,7 @@ std::string htmlBeginning(const std::string &title, const std::string &summary,
 std::string htmlPage(const PageView &page)
 {
     std::string number = std::to_string(page.number);
-    return "<section id=\"page-" + number + "\">\n<h2>Page " + number + "</h2>\n<p>" +
+    return "<section id=\"page-" + page.anchor + "\">\n<h2>Page " + number + "</h2>\n<p>" +
            htmlOf(page.verdict) + "</p>\n" + listOf(page.messages) + "<div class=\"pictures\">\n" +
            figureOf(page.original, "The PDF", number) + figureOf(page.print, "The print", number) +
            figureOf(page.difference, "What differs, in red", number) + "</div>\n</section>\n";

@@ -10,8 +10,9 @@
 /* What is told of one page of a document. */
 struct PageView {
     int number;
-    double area = 1;                   /* share of the page that differs, 0 to 1 */
-    std::string verdict;               /* the figure in words */
+    std::string anchor;  /* unique in the file: a page may be printed more than once */
+    double area = 1;     /* share of the page that differs, 0 to 1 */
+    std::string verdict; /* the figure in words */
     std::vector<std::string> messages; /* of pdf_print */
     /* Addresses of the pictures; empty: there is none. */
     std::string original, print, difference;

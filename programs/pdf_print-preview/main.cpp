@@ -269,9 +269,14 @@ bool viewPages(Preview &preview, const std::string &job, const std::string &page
         privateFile(("print-" + std::to_string(i) + ".ppm").c_str());
     privateFile("page.ppm");
     drawJob(preview, job, prints);
+    std::map<int, int> times; /* that a page has come */
     std::ofstream file(body, std::ios::binary);
     for (size_t i = 0; i < numbers.size(); i++) {
         PageView page = viewPage(preview, numbers[i], prints + std::to_string(i + 1) + ".ppm");
+        int time = ++times[numbers[i]];
+        page.anchor = std::to_string(page.number);
+        if (time > 1)
+            page.anchor.append("-").append(std::to_string(time));
         file << htmlPage(page);
         page.original = page.print = page.difference = "";
         if (page.area >

@@ -120,6 +120,26 @@ TEST(Program, TheOutputIsNeverAFileThatIsRead)
     }
 }
 
+TEST(Program, LinksAndStandardOutputAreWrittenThrough)
+{
+    ScratchDirectory directory;
+    std::string in = directory.write("d.pdf", pagesPdf(3)), link = directory / "link.pdf";
+    directory.write("real.pdf", "older");
+    ASSERT_EQ(symlink("real.pdf", link.c_str()), 0);
+    ASSERT_EQ(runProgram({preparePath(), "--pages=2-", in, link}).status, 0);
+    EXPECT_EQ(heights(readFile(directory / "real.pdf")), (std::vector<std::string>{"102", "103"}));
+    std::string prepared = readFile(link);
+    EXPECT_EQ(unlink(link.c_str()), 0);
+    EXPECT_TRUE(fileExists(directory / "real.pdf"));
+
+    directory.write("all", "begin\n");
+    ProgramOptions options;
+    options.environment = {{"PREPARE", preparePath()}, {"IN", in}, {"ALL", directory / "all"}};
+    const std::string line = "\"$PREPARE\" --pages=2- \"$IN\" /dev/stdout >>\"$ALL\"";
+    EXPECT_EQ(runProgram({"sh", "-c", line}, options).status, 0);
+    EXPECT_TRUE(readFile(directory / "all") == "begin\n" + prepared);
+}
+
 TEST(Program, WrongUseIsStatusTwo)
 {
     for (const std::vector<std::string> &options : {std::vector<std::string>{"--pages=0"},

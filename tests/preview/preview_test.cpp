@@ -129,6 +129,8 @@ TEST(Preview, PagesKeepTheirNumbers)
     EXPECT_EQ(preview(directory, {"--pages", "3,2-", "--fail-over=1", "doc.pdf"}).status, 0);
     std::string html = readFile(directory / "doc.html");
     EXPECT_EQ(between(html, "<h2>", "</h2>"), (Lines{"Page 3", "Page 2", "Page 3"}));
+    EXPECT_EQ(between(html, "<section id=\"", "\""), (Lines{"page-3", "page-2", "page-3-2"}));
+    EXPECT_EQ(between(html, "<a href=\"#", "\""), (Lines{"page-3", "page-2", "page-3-2"}));
 }
 
 TEST(Preview, MessagesStandBesideTheirPage)
