@@ -458,6 +458,23 @@ const std::map<Message, std::function<Raised()>> &raisers()
         {Message::DocumentUnreadable, [] { return print("this is a letter\n"); }},
         {Message::NoPages, [] { return print(loop()); }},
         {Message::PagesNotThere, [] { return print(pages(2), {"--pages=5"}); }},
+        {Message::PagesTooMany,
+         [] {
+             std::string list = "1-1000";
+             for (int i = 1; i < 1001; i++)
+                 list += ",1-1000";
+             return print(pages(1000), {"--pages=" + list});
+         }},
+        {Message::NoEvenPage, [] { return print(pages(1), {"--pages=1", "--page-set=even"}); }},
+        {Message::PagesNotInOrder, [] { return print(pages(2), {"--no-prepare", "--pages=2,z"}); }},
+        {Message::PartNotThere, [] { return print(pages(2), {"--pages=1,5"}); }},
+        {Message::PartsNotThere,
+         [] {
+             std::string list = "1";
+             for (int i = 100; i < 130; i++)
+                 list += "," + std::to_string(i);
+             return print(pages(2), {"--pages=" + list});
+         }},
         {Message::NotOnePage, [] { return print(pages(2), {"--eps"}); }},
         {Message::TooSlow, [] { return printAfter("ulimit -t 1;", longContent(200000000)); }},
         {Message::TooLarge, [] { return print(repeated("no document\n", 15000000), {}, {}, 160); }},

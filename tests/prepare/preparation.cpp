@@ -19,19 +19,7 @@ constexpr int DPI = 100;
 
 std::vector<Picture> renderByGhostscript(const std::string &bytes)
 {
-    ScratchDirectory directory;
-    directory.write("doc.pdf", bytes);
-    ProgramOptions options;
-    options.directory = directory.path;
-    runProgram({"gs", "-dSAFER", "-dBATCH", "-dNOPAUSE", "-q", "-sDEVICE=ppmraw",
-                "-dTextAlphaBits=4", "-dGraphicsAlphaBits=4", "-dUseCropBox",
-                "-r" + std::to_string(DPI), "-sOutputFile=p-%03d.ppm", "doc.pdf"},
-               options);
-    std::vector<Picture> pages;
-    for (const std::string &name : directory.names())
-        if (name.compare(0, 2, "p-") == 0)
-            pages.push_back(readPicture(directory / name));
-    return pages;
+    return renderPdf(bytes, DPI, Renderer::GHOSTSCRIPT);
 }
 
 void expectSame(const std::vector<Picture> &pages, const std::vector<Picture> &references,

@@ -245,16 +245,18 @@ TEST(Program, EndedByASignalEndsWhatItCallsAndLeavesNothing)
     pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(content) +
                 " /Resources << /XObject << /I " + ref(image) + " >> >>");
     directory.write("in.pdf", pdf.build());
-    /* A decoder that never ends, and would tell if it did. */
-    std::string mark = directory / "late";
-    directory.write("jbig2dec", "#!/bin/sh\nsleep 3\necho > " + mark + "\n");
-    ProgramResult result = runProgram(
-        {"sh", "-c",
-         "cd " + directory.path + " && chmod 755 jbig2dec && mkdir tmp && " +
-             "{ TMPDIR=$PWD/tmp PATH=$PWD:$PATH " + preparePath() +
-             " in.pdf out.pdf & } && p=$! && "
-             "until ls tmp | grep -q .; do sleep 0.05; done; sleep 0.3; kill -TERM $p; wait $p; "
-             "echo $?; ls -A tmp; sleep 4"});
+    /* A decoder that never ends. */
+    std::string begun = directory / "begun";
+    directory.write("jbig2dec", "#!/bin/sh\necho $$ > " + begun + ".part\nmv " + begun + ".part " +
+                                    begun + "\nsleep 600\n");
+    ProgramResult result =
+        runProgram({"sh", "-c",
+                    "cd " + directory.path + " && chmod 755 jbig2dec && mkdir tmp && " +
+                        "{ TMPDIR=$PWD/tmp PATH=$PWD:$PATH " + preparePath() +
+                        " in.pdf out.pdf & } && p=$! && "
+                        "until [ -e begun ]; do sleep 0.05; done; kill -TERM $p; wait $p; echo $?; "
+                        "ls -A tmp"});
     EXPECT_EQ(result.out, "143\n") << result.err;
-    EXPECT_EQ(directory.names(), (std::vector<std::string>{"in.pdf", "jbig2dec", "tmp"}));
+    EXPECT_TRUE(hasGroupEnded(std::stoi(readFile(begun))));
+    EXPECT_EQ(directory.names(), (std::vector<std::string>{"begun", "in.pdf", "jbig2dec", "tmp"}));
 }

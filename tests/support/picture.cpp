@@ -18,6 +18,7 @@ constexpr int DIFFERENT = 48; /* of 255, in one channel of a smoothed pixel */
 constexpr double AREA_OK = 0.01;
 constexpr double INK_OK = 0.25;
 constexpr int SIZE_TOLERANCE = 2; /* pixels */
+constexpr double POINTS_PER_INCH = 72;
 
 /* A smoothed picture, half the size. */
 struct Smooth {
@@ -156,16 +157,99 @@ bool isBlank(const Picture &picture)
                        [](uint8_t channel) { return channel > 255 - DIFFERENT; });
 }
 
-std::vector<Picture> renderPdf(const std::string &bytes, int dpi)
+std::vector<Picture> renderPdf(const std::string &bytes, int dpi, Renderer renderer)
 {
     ScratchDirectory directory;
+    ProgramOptions options;
+    options.directory = directory.path;
     directory.write("in.pdf", bytes);
-    ProgramResult result =
-        runProgram({"mutool", "draw", "-q", "-c", "rgb", "-r", std::to_string(dpi), "-o",
-                    directory / "p-%d.ppm", directory / "in.pdf"});
-    EXPECT_EQ(result.status, 0) << result.err;
+    const std::string resolution = std::to_string(dpi);
+    std::vector<std::string> command;
+    if (renderer == Renderer::MUPDF)
+        command = {"mutool", "draw", "-q", "-c", "rgb", "-r", resolution, "-o", "p-%06d.ppm"};
+    else if (renderer == Renderer::GHOSTSCRIPT)
+        command = {"gs",
+                   "-dSAFER",
+                   "-dBATCH",
+                   "-dNOPAUSE",
+                   "-q",
+                   "-sDEVICE=ppmraw",
+                   "-dTextAlphaBits=4",
+                   "-dGraphicsAlphaBits=4",
+                   "-dUseCropBox",
+                   "-r" + resolution,
+                   "-sOutputFile=p-%06d.ppm"};
+    else
+        command = {"pdftoppm", "-q", "-cropbox", "-r", resolution};
+    command.push_back("in.pdf");
+    if (renderer == Renderer::POPPLER)
+        command.push_back("p");
+    ProgramResult result = runProgram(command, options);
+    EXPECT_TRUE(result.status == 0 || renderer == Renderer::GHOSTSCRIPT) << result.err;
     std::vector<Picture> pages;
-    for (int page = 1; fileExists(directory / ("p-" + std::to_string(page) + ".ppm")); page++)
-        pages.push_back(readPicture(directory / ("p-" + std::to_string(page) + ".ppm")));
+    for (const std::string &name : directory.names()) /* in order */
+        if (name.starts_with("p-"))
+            pages.push_back(readPicture(directory / name));
     return pages;
+}
+
+void PrintTo(const Colour &colour, std::ostream *out)
+{
+    *out << "(" << colour.red << " " << colour.green << " " << colour.blue << ")";
+}
+
+Colour colourAt(const Picture &page, double x, double y, int dpi)
+{
+    int column = (int)std::floor(x * dpi / POINTS_PER_INCH);
+    int row = page.height - 1 - (int)std::floor(y * dpi / POINTS_PER_INCH);
+    if (column < 0 || column >= page.width || row < 0 || row >= page.height) {
+        ADD_FAILURE() << "(" << x << ", " << y << ") is outside the page";
+        return {};
+    }
+    const uint8_t *colour = page.at(column, row);
+    return {colour[0], colour[1], colour[2]};
+}
+
+testing::AssertionResult hasColour(const Picture &page, double x, double y, Colour wanted, int dpi,
+                                   int tolerance)
+{
+    Colour found = colourAt(page, x, y, dpi);
+    int off = std::max({std::abs(found.red - wanted.red), std::abs(found.green - wanted.green),
+                        std::abs(found.blue - wanted.blue)});
+    return (off <= tolerance ? testing::AssertionSuccess() : testing::AssertionFailure())
+           << testing::PrintToString(found) << " at (" << x << ", " << y << "), wanted "
+           << testing::PrintToString(wanted);
+}
+
+PointBox drawnBox(const Picture &page, int dpi)
+{
+    int left = page.width, right = 0, top = page.height, bottom = 0;
+    for (int y = 0; y < page.height; y++) {
+        for (int x = 0; x < page.width; x++) {
+            const uint8_t *colour = page.at(x, y);
+            if (std::min({colour[0], colour[1], colour[2]}) > 255 - DIFFERENT)
+                continue;
+            left = std::min(left, x);
+            right = std::max(right, x + 1);
+            top = std::min(top, y);
+            bottom = std::max(bottom, y + 1);
+        }
+    }
+    if (right == 0)
+        return {};
+    const double point = POINTS_PER_INCH / dpi;
+    return {left * point, (page.height - bottom) * point, right * point,
+            (page.height - top) * point};
+}
+
+testing::AssertionResult isDrawnIn(const Picture &page, PointBox wanted, int dpi, double tolerance)
+{
+    PointBox found = drawnBox(page, dpi);
+    bool isThere = std::fabs(found.left - wanted.left) <= tolerance &&
+                   std::fabs(found.bottom - wanted.bottom) <= tolerance &&
+                   std::fabs(found.right - wanted.right) <= tolerance &&
+                   std::fabs(found.top - wanted.top) <= tolerance;
+    return (isThere ? testing::AssertionSuccess() : testing::AssertionFailure())
+           << "drawn in [" << found.left << " " << found.bottom << " " << found.right << " "
+           << found.top << "]";
 }

@@ -5,6 +5,8 @@
 #define TESTS_PICTURE_H
 
 #include <cstdint>
+#include <gtest/gtest.h>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -44,7 +46,40 @@ std::string describe(const PictureDifference &difference);
 /* Is every channel of every pixel brighter than 207, so that the page counts as blank? */
 bool isBlank(const Picture &picture);
 
-/* The page as MuPDF's `mutool draw` draws it, at `dpi`; page 1 and following. */
-std::vector<Picture> renderPdf(const std::string &bytes, int dpi = 100);
+enum class Renderer { MUPDF, GHOSTSCRIPT, POPPLER };
+
+/* The document's pages as one of the renderers draws them, at `dpi`; page 1 and following. */
+std::vector<Picture> renderPdf(const std::string &bytes, int dpi = 100,
+                               Renderer renderer = Renderer::MUPDF);
+
+/* ---- single objects; in points from the lower left corner of a page drawn at `dpi` */
+
+struct Colour {
+    int red, green, blue; /* 0 to 255 */
+
+    bool operator==(const Colour &) const = default;
+};
+
+/* For messages of failures. */
+void PrintTo(const Colour &colour, std::ostream *out);
+
+/* The colour of the pixel that has the point in it; the test fails when that is outside. */
+Colour colourAt(const Picture &page, double x, double y, int dpi = 100);
+
+/* Is every channel of the colour there within `tolerance` of the wanted one?  Says what it is. */
+testing::AssertionResult hasColour(const Picture &page, double x, double y, Colour wanted,
+                                   int dpi = 100, int tolerance = 12);
+
+struct PointBox {
+    double left, bottom, right, top;
+};
+
+/* The box of what is not paper: of all pixels with a channel of 207 or less; all 0 when there is
+ * none. */
+PointBox drawnBox(const Picture &page, int dpi = 100);
+
+/* Is each side of the box of what is drawn within `tolerance` points of the wanted one? */
+testing::AssertionResult isDrawnIn(const Picture &page, PointBox wanted, int dpi = 100,
+                                   double tolerance = 1.5);
 
 #endif

@@ -3,16 +3,20 @@
  */
 #include "tests/support/run_program.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <poll.h>
 #include <sstream>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -108,6 +112,37 @@ ProgramResult runProgram(const std::vector<std::string> &command, const ProgramO
         ;
     result.status = WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
     return result;
+}
+
+/* Is a process of the group running?  What /proc tells of a process: its number, its name in
+ * parentheses, its state, its parent, its group. */
+static bool isGroupRunning(int group)
+{
+    std::error_code ignored;
+    for (const auto &entry : std::filesystem::directory_iterator("/proc", ignored)) {
+        std::ifstream file(entry.path() / "stat");
+        std::string line;
+        std::getline(file, line);
+        std::istringstream rest(line.substr(std::min(line.size(), line.rfind(')') + 1)));
+        char state = 'Z';
+        int parent = 0, itsGroup = 0;
+        if (rest >> state >> parent >> itsGroup && itsGroup == group && state != 'Z')
+            return true;
+    }
+    return false;
+}
+
+bool hasGroupEnded(int group)
+{
+    constexpr auto PATIENCE = std::chrono::minutes(2);
+    constexpr auto PAUSE = std::chrono::milliseconds(10);
+    const auto end = std::chrono::steady_clock::now() + PATIENCE;
+    while (isGroupRunning(group)) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(PAUSE);
+    }
+    return true;
 }
 
 bool haveProgram(const std::string &name)

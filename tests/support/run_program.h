@@ -26,6 +26,10 @@ struct ProgramOptions {
 ProgramResult runProgram(const std::vector<std::string> &command,
                          const ProgramOptions &options = {});
 
+/* Waits until nothing of a process group runs (one that has ended and is not waited for does not
+ * count); false: two minutes were not enough. */
+bool hasGroupEnded(int group);
+
 /* Is there such a program along PATH? */
 bool haveProgram(const std::string &name);
 
