@@ -55,11 +55,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     scratch.write(documentOf(std::string((const char *)data + 1, size - 1)));
     job::Options options;
+    std::string fault;
     options.isBinary = data[0] & BINARY;
     options.isCompressed = !(data[0] & PLAIN);
     options.level = data[0] & LEVEL_TWO ? 2 : 3;
     if (data[0] & FIRST_PAGE)
-        options.pages = {{1, 1}};
+        seam::readPageRanges("1", &options.pages, &fault);
     if (data[0] & LITTLE_MEMORY)
         options.printerMemory = 2000;
     if (data[0] & ON_PAPER)

@@ -35,8 +35,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     bool isSound = job.copies >= 1 && job.copies <= MOST_COPIES && job.paper.width >= 0 &&
                    job.paper.width <= 100000 && job.paper.height >= 0 &&
                    job.paper.height <= 100000 && (job.level == 2 || job.level == 3);
-    for (auto [first, last] : job.pages)
-        isSound = isSound && first >= 1 && last >= first;
+    constexpr int MOST_PAGES = 20;
+    for (int number : seam::choosePages(job.pages, MOST_PAGES).numbers)
+        isSound = isSound && number >= 1 && number <= MOST_PAGES;
     if (isGood && !isSound)
         abort();
     return 0;
