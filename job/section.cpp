@@ -94,6 +94,38 @@ class Ascii85 : public ByteSink {
     char line[LINE_LENGTH + 2];
 };
 
+/* ---- what ends a job */
+
+/* Looks for the bytes with which a printer leaves its language (UEL), whatever is being printed:
+ * what stands behind them is a command to the printer itself. */
+class ExitWatch {
+  public:
+    void look(Bytes bytes)
+    {
+        while (!bytes.empty() && !isFound) {
+            if (matched == 0) {
+                const void *at = memchr(bytes.data(), SEQUENCE[0], bytes.size());
+                if (!at)
+                    return;
+                bytes = bytes.subspan((size_t)((const uint8_t *)at - bytes.data()));
+            }
+            /* No beginning of the sequence stands within it, but its first byte. */
+            bool isNext = bytes[0] == (uint8_t)SEQUENCE[matched];
+            matched = isNext ? matched + 1 : bytes[0] == (uint8_t)SEQUENCE[0];
+            isFound = matched == LENGTH;
+            bytes = bytes.subspan(1);
+        }
+    }
+
+    bool hasFound() const { return isFound; }
+
+  private:
+    static constexpr char SEQUENCE[] = "\033%-12345X";
+    static constexpr size_t LENGTH = sizeof SEQUENCE - 1;
+    size_t matched = 0;
+    bool isFound = false;
+};
+
 /* ---- spool */
 
 /* Keeps bytes until it is known how many they are: first in memory, then in a temporary file. */
@@ -108,6 +140,7 @@ class Spool : public ByteSink {
     void write(Bytes bytes) override
     {
         total += bytes.size();
+        exits.look(bytes);
         if (!file && memory.size() + bytes.size() > SPOOL_MEMORY && !moveToFile())
             failure = errno;
         if (file) {
@@ -134,6 +167,7 @@ class Spool : public ByteSink {
 
     uint64_t total = 0;
     int failure = 0; /* errno of what went wrong */
+    ExitWatch exits;
 
   private:
     bool moveToFile()
@@ -333,6 +367,13 @@ struct SectionWriter::Stages {
         compressor->finish();
         if (ascii) {
             ascii->finish();
+            return;
+        }
+        if (spool->exits.hasFound()) { /* in these digits it cannot stand */
+            writeCall(filter, -1);
+            Ascii85 digits(job);
+            spool->read([&](Bytes bytes) { digits.write(bytes); });
+            digits.finish();
             return;
         }
         /* The count of the brackets holds all that stands between them. */

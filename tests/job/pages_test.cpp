@@ -142,4 +142,52 @@ TEST(JobPages, APageThatCannotBeReadIsLeftOutInParts)
     EXPECT_FALSE(run.hasOutput);
 }
 
+std::string randomBytes(size_t count)
+{
+    std::string text;
+    uint32_t state = 1;
+    for (size_t i = 0; i < count; i++) {
+        state = state * 1664525 + 1013904223;
+        text += (char)(state >> 24);
+    }
+    return text;
+}
+
 } // namespace
+
+/* A printer that sees these bytes anywhere leaves the job, and takes what follows as its own
+ * commands. */
+TEST(JobPages, NoDataOfADocumentEndsTheJob)
+{
+    const std::string exit = "\033%-12345X";
+    std::string pixels = randomBytes(64 * 64);
+    for (size_t at : {0u, 100u, 1000u, 2045u, 4080u})
+        pixels.replace(at, exit.size(), exit);
+    PdfBuilder pdf;
+    std::string entries = "/Type /XObject /Subtype /Image /Width 64 /Height 64 /ColorSpace "
+                          "/DeviceGray /BitsPerComponent 8";
+    std::string image = ref(pdf.addStream(entries, pixels));
+    std::string content = ref(pdf.addStream("", "100 0 0 100 0 0 cm /Im Do % " + exit));
+    pdf.addPage("/MediaBox [0 0 100 100] /Contents " + content + " /Resources << /XObject << /Im " +
+                image + " >> >>");
+    std::string document = pdf.build();
+    using Options = std::vector<std::string>;
+    std::string first;
+    for (const Options &options : std::initializer_list<Options>{{},
+                                                                 {"--binary"},
+                                                                 {"--binary", "--no-compress"},
+                                                                 {"--binary", "--level=2"},
+                                                                 {"--no-compress"},
+                                                                 {"--binary", "--eps"},
+                                                                 {"--binary", "--no-prepare"}}) {
+        PrintRun run = printPdf(document, options);
+        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(run.output.find(exit), std::string::npos) << testing::PrintToString(options);
+        PrintedJob printed = printFile(run.output, 72);
+        ASSERT_EQ(printed.pages.size(), 1u) << testing::PrintToString(options);
+        std::string page(printed.pages[0].rgb.begin(), printed.pages[0].rgb.end());
+        first = first.empty() ? page : first;
+        bool isWholePage = options.empty() || options.back() != "--eps";
+        EXPECT_TRUE(page == first || !isWholePage) << testing::PrintToString(options);
+    }
+}
