@@ -60,7 +60,7 @@ void process(Document *document, const std::string &path)
         document->source.pdf.processFile(path.c_str(), password);
     else
         document->source.pdf.processMemoryFile(path.c_str(), document->source.repaired.data(),
-                                        document->source.repaired.size(), password);
+                                               document->source.repaired.size(), password);
 }
 
 bool openFile(Document *document, const std::string &path)
@@ -74,7 +74,10 @@ bool openFile(Document *document, const std::string &path)
         return true;
     } catch (const QPDFExc &error) {
         if (error.getErrorCode() == qpdf_e_password)
-            say(document, Message::PasswordNeeded, 0);
+            say(document,
+                document->options.password.empty() ? Message::PasswordNeeded
+                                                   : Message::PasswordWrong,
+                0);
         else
             say(document, Message::DocumentUnreadable, 0, {reason(error, path)});
     } catch (const std::bad_alloc &) {

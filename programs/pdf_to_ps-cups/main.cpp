@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include "programs/pdf_to_ps-cups/options.h"
+#include "programs/printing/input.h"
 #include "programs/printing/process.h"
 #include "seam/files.h"
 #include "zelkov/host.h"
@@ -162,7 +163,7 @@ bool takeInput(const Invocation &invocation, std::string *input)
     if (!input->empty())
         return true;
     *input = privateFile("input.pdf");
-    if (!input->empty() && keepStandardInput(*input))
+    if (!input->empty() && keepInput(STDIN_FILENO, *input))
         return true;
     fail(withReason(seam::Message::InputNotKept));
     return false;

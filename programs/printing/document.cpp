@@ -3,14 +3,12 @@
  */
 #include "programs/printing/document.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include "programs/printing/input.h"
 #include "zelkov/cleanup.h"
 #include "zelkov/file.h"
 #include "zelkov/host.h"
@@ -18,19 +16,6 @@
 namespace {
 
 /* ---- input and output */
-
-/* Is it a file that can be read?  Else errno says why not. */
-bool isReadable(const std::string &path)
-{
-    struct stat info;
-    if (stat(path.c_str(), &info) != 0)
-        return false;
-    if (!S_ISREG(info.st_mode)) {
-        errno = S_ISDIR(info.st_mode) ? EISDIR : EINVAL;
-        return false;
-    }
-    return access(path.c_str(), R_OK) == 0;
-}
 
 int writeToDescriptor(void *context, const uint8_t *bytes, size_t count)
 {
@@ -71,17 +56,6 @@ struct Run {
     bool isCancelled() const { return listener->cancel && *listener->cancel; }
 };
 
-/* Makes a readable file of the input. */
-bool takeInput(Run &run)
-{
-    std::string &input = run.request.input;
-    if (input != "-")
-        return isReadable(input) || run.fail(seam::Message::InputUnreadable);
-    input = privateFile("input.pdf");
-    bool isKept = !input.empty() && keepStandardInput(input);
-    return isKept || run.fail(seam::Message::InputNotKept);
-}
-
 /* Puts the prepared document in the place of the input where it needs that. */
 bool prepare(Run &run)
 {
@@ -115,14 +89,20 @@ bool prepare(Run &run)
 Printed runStages(Run &run, const std::function<ZFile *()> &openOutput)
 {
     const PrintListener &listener = *run.listener;
-    if (!takeInput(run))
+    if (std::optional<seam::Notice> fault = takeInput(&run.request.input)) {
+        run.remark(*fault);
         return Printed::NOTHING;
+    }
+    const std::string original = run.request.input;
     if (run.request.isPrepared && !prepare(run))
         return Printed::NOTHING;
     if (run.isCancelled())
         return Printed::NOTHING;
     job::Callbacks callbacks;
+    bool isRewritten = run.request.input != original;
     callbacks.message = [&](const job::Message &message) {
+        if (isRewritten && message.key == "PDFVRSN") /* which is that of the prepared document */
+            return;
         run.remark(seam::fromConverter((seam::Said)message.severity, message.key, message.page,
                                        message.text));
     };
@@ -163,29 +143,6 @@ std::string privateFile(const char *name)
     std::string path = directory + name;
     cleanup_add(path);
     return path;
-}
-
-bool keepStandardInput(const std::string &path)
-{
-    int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (file < 0)
-        return false;
-    bool good = true;
-    char buffer[64 * 1024];
-    for (ssize_t got; good && (got = read(STDIN_FILENO, buffer, sizeof buffer)) != 0;) {
-        if (got < 0 && errno == EINTR)
-            continue;
-        good = got > 0;
-        for (ssize_t done = 0; good && done < got;) {
-            ssize_t written = write(file, buffer + done, (size_t)(got - done));
-            good = written > 0;
-            done += good ? written : 0;
-        }
-    }
-    int reason = errno;
-    good = close(file) == 0 && good;
-    errno = reason;
-    return good;
 }
 
 std::string withReason(seam::Message message)

@@ -44,9 +44,6 @@ ZFile *openStandardOutput();
  * there is none to be had. */
 std::string privateFile(const char *name);
 
-/* Copies standard input into a new file; false, with errno set, on failure. */
-bool keepStandardInput(const std::string &path);
-
 /* "What: why.", with what errno says. */
 std::string withReason(const std::string &what);
 

@@ -480,3 +480,24 @@ TEST(PrintCommand, WhatIsMissingIsSaidOnceAndIsStatusThree)
 }
 
 } // namespace
+
+/* What can be read only once is kept, by whatever name it comes. */
+TEST(PrintCommand, PipesAreReadByTheirNames)
+{
+    ScratchDirectory directory;
+    directory.write("doc.pdf", onePagePdf("0 0 9 9 re f"));
+    std::string program = printProgramPath();
+    ProgramOptions settings;
+    settings.directory = directory.path;
+    auto jobBy = [&](const std::string &command) {
+        ProgramResult result = runProgram({"bash", "-c", command}, settings);
+        EXPECT_EQ(result.status, 0) << command << ": " << result.err;
+        return result.out;
+    };
+    std::string job = jobBy(program + " -o - - <doc.pdf");
+    EXPECT_TRUE(job.starts_with("%!PS-Adobe-3.0"));
+    auto pagesOf = [](const std::string &text) { return text.substr(text.find("%%Page:")); };
+    for (const char *command : {" -o - /dev/stdin <doc.pdf", " -o - <(cat doc.pdf)"})
+        EXPECT_EQ(pagesOf(jobBy(program + command)), pagesOf(job)) << command;
+    EXPECT_EQ(pagesOf(jobBy("cat doc.pdf | " + program + " -o - /dev/stdin")), pagesOf(job));
+}

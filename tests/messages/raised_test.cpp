@@ -453,9 +453,15 @@ const std::map<Message, std::function<Raised()>> &raisers()
              return raised(runProgram({printProgramPath(), "/nonexistent.pdf"}));
          }},
         {Message::PasswordNeeded, [] { return print(encrypted()); }},
+        {Message::InputEmpty, [] { return print(""); }},
+        {Message::InputOther, [] { return print("\x89PNG\r\n\x1a\n and so on"); }},
+        {Message::PasswordWrong,
+         [] {
+             return printAfter("echo wrong >word;", encrypted(), "--password-file=word doc.pdf");
+         }},
         {Message::PasswordUnreadable,
          [] { return print(encrypted(), {"--password-file=/nonexistent"}); }},
-        {Message::DocumentUnreadable, [] { return print("this is a letter\n"); }},
+        {Message::DocumentUnreadable, [] { return print("\x01 this is a letter\n"); }},
         {Message::NoPages, [] { return print(loop()); }},
         {Message::PagesNotThere, [] { return print(pages(2), {"--pages=5"}); }},
         {Message::PagesTooMany,
@@ -465,8 +471,14 @@ const std::map<Message, std::function<Raised()>> &raisers()
                  list += ",1-1000";
              return print(pages(1000), {"--pages=" + list});
          }},
-        {Message::NoEvenPage, [] { return print(pages(1), {"--pages=1", "--page-set=even"}); }},
-        {Message::PagesNotInOrder, [] { return print(pages(2), {"--no-prepare", "--pages=2,z"}); }},
+        {Message::NoEvenPage,
+         [] {
+             return print(pages(1), {"--pages=1", "--page-set=even"});
+         }},
+        {Message::PagesNotInOrder,
+         [] {
+             return print(pages(2), {"--no-prepare", "--pages=2,z"});
+         }},
         {Message::PartNotThere, [] { return print(pages(2), {"--pages=1,5"}); }},
         {Message::PartsNotThere,
          [] {
@@ -477,7 +489,8 @@ const std::map<Message, std::function<Raised()>> &raisers()
          }},
         {Message::NotOnePage, [] { return print(pages(2), {"--eps"}); }},
         {Message::TooSlow, [] { return printAfter("ulimit -t 1;", longContent(200000000)); }},
-        {Message::TooLarge, [] { return print(repeated("no document\n", 15000000), {}, {}, 160); }},
+        {Message::TooLarge,
+         [] { return print("\x01" + repeated("no document\n", 15000000), {}, {}, 160); }},
         {Message::NotPrepared,
          [] {
              return printAfter("ulimit -f 1;", byQpdf(pages(40), {"--object-streams=generate"}));
