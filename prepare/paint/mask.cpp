@@ -1,9 +1,9 @@
 /*
- * mask.cpp - alpha planes, and pixels computed with what lies below
+ * mask.cpp - masked images as images without masks
  *
- * As long as nothing but normal painting happens on the way to the paper, a pixel is linear in its
- * alpha and its colour: three numbers for each component, found by trying three colours, stand for
- * the whole chain.  With blend modes each pixel goes through the chain itself.
+ * An image with its own masks and the soft mask of the state becomes the cheapest thing that prints
+ * the same: the image as it is, a stencil in one colour, a clip, or pixels computed with what lies
+ * below (pixels.h).
  */
 #include "prepare/paint/mask.h"
 
@@ -11,223 +11,12 @@
 #include <cmath>
 
 #include "prepare/images/encode.h"
+#include "prepare/paint/pixels.h"
+#include "prepare/paint/plane.h"
 
 namespace prepare {
 
 namespace {
-
-/* A byte for each pixel, 255 is opaque; empty: all opaque. */
-struct Plane {
-    int width = 0, height = 0;
-    std::vector<uint8_t> alpha;
-};
-
-size_t pixelsOf(int width, int height)
-{
-    return (size_t)width * (size_t)height;
-}
-
-/* Where the middle of pixel i of `count` lies among `of`. */
-int scaled(int i, int count, int of)
-{
-    return std::min((int)(((int64_t)i * 2 + 1) * of / (2 * (int64_t)count)), of - 1);
-}
-
-uint8_t toByte(double value)
-{
-    return (uint8_t)std::lround(std::clamp(value, 0.0, 1.0) * 255);
-}
-
-/* ---- alpha planes ---- */
-
-/* The alpha of each value of a mask's image. */
-std::array<uint8_t, 256> alphaTable(const Samples &mask)
-{
-    std::array<uint8_t, 256> table{};
-    DecodeRange range = decodeRange(mask, 0);
-    for (int v = 0; v <= mask.maximum; v++) {
-        double value = range.low + (range.high - range.low) * v / mask.maximum;
-        table[(size_t)v] = toByte(mask.isMask ? 1 - value : value);
-    }
-    return table;
-}
-
-/* Larger masks say more than can be printed, and cost a page more than it may take. */
-constexpr size_t MAX_MASK_PIXELS = 4u << 20;
-
-/* The plane with blocks of pixels averaged, as far as it is too large. */
-Plane reduced(Plane plane)
-{
-    int by = 1;
-    while (pixelsOf(plane.width / by + 1, plane.height / by + 1) > MAX_MASK_PIXELS)
-        by++;
-    if (by == 1)
-        return plane;
-    Plane small{std::max(plane.width / by, 1), std::max(plane.height / by, 1), {}};
-    small.alpha.reserve(pixelsOf(small.width, small.height));
-    for (int y = 0; y < small.height; y++)
-        for (int x = 0; x < small.width; x++) {
-            int bottom = std::min((y + 1) * by, plane.height);
-            int right = std::min((x + 1) * by, plane.width);
-            int sum = 0, count = 0;
-            for (int row = y * by; row < bottom; row++)
-                for (int column = x * by; column < right; column++, count++)
-                    sum += plane.alpha[pixelsOf(plane.width, row) + (size_t)column];
-            small.alpha.push_back((uint8_t)(sum / std::max(count, 1)));
-        }
-    return small;
-}
-
-Plane planeOf(Document *document, QPDFObjectHandle image)
-{
-    Samples mask = decodeImage(document, image);
-    Plane plane{mask.width, mask.height, {}};
-    std::array<uint8_t, 256> table = alphaTable(mask);
-    plane.alpha.resize(pixelsOf(mask.width, mask.height));
-    for (size_t i = 0; i < plane.alpha.size(); i++)
-        plane.alpha[i] = table[mask.values[i * (size_t)mask.components]];
-    plane = reduced(std::move(plane));
-    bool isHard = mask.isMask || integerOr(image.getDict().getKey("/BitsPerComponent"), 8) == 1;
-    for (uint8_t &alpha : plane.alpha)
-        if (isHard) /* it has been averaged, at most */
-            alpha = alpha >= 128 ? 255 : 0;
-    return plane;
-}
-
-bool isOpaque(const Plane &plane)
-{
-    return std::all_of(plane.alpha.begin(), plane.alpha.end(), [](uint8_t a) { return a == 255; });
-}
-
-bool isBinary(const Plane &plane)
-{
-    constexpr int SLACK = 2;
-    return std::all_of(plane.alpha.begin(), plane.alpha.end(),
-                       [](uint8_t a) { return a <= SLACK || a >= 255 - SLACK; });
-}
-
-/* Both planes, one behind the other, at the larger of their sizes. */
-Plane both(const Plane &a, const Plane &b)
-{
-    if (a.alpha.empty() || b.alpha.empty())
-        return a.alpha.empty() ? b : a;
-    Plane plane{std::max(a.width, b.width), std::max(a.height, b.height), {}};
-    if (pixelsOf(plane.width, plane.height) > MAX_SAMPLES)
-        throw LimitReached{"A mask is too large."};
-    plane.alpha.resize(pixelsOf(plane.width, plane.height));
-    for (int y = 0; y < plane.height; y++)
-        for (int x = 0; x < plane.width; x++) {
-            auto at = [&](const Plane &p) {
-                return p.alpha[pixelsOf(p.width, scaled(y, plane.height, p.height)) +
-                               (size_t)scaled(x, plane.width, p.width)];
-            };
-            plane.alpha[pixelsOf(plane.width, y) + (size_t)x] = (uint8_t)(at(a) * at(b) / 255);
-        }
-    return plane;
-}
-
-/* ---- colours ---- */
-
-/* The colour of each pixel as a device colour of so many components. */
-struct ColourReader {
-    const Samples *samples;
-    SpacePtr space;
-    size_t components;
-    std::vector<DecodeRange> ranges;
-    std::vector<DeviceColour> table; /* of the values, when there is one a pixel */
-    std::string lastValues;
-    DeviceColour last;
-};
-
-DeviceColour convert(ColourReader *reader, const uint8_t *values)
-{
-    size_t count = (size_t)reader->samples->components;
-    std::vector<double> colour(count);
-    for (size_t c = 0; c < count; c++) {
-        const DecodeRange &range = reader->ranges[c];
-        colour[c] = range.low + (range.high - range.low) * values[c] / reader->samples->maximum;
-    }
-    return withComponents(toDevice(*reader->space, colour), reader->components);
-}
-
-ColourReader makeReader(const Samples &samples, SpacePtr space, size_t components)
-{
-    ColourReader reader{&samples, std::move(space), components, {}, {}, {}, {}};
-    for (int c = 0; c < samples.components; c++)
-        reader.ranges.push_back(decodeRange(samples, c));
-    if (samples.components == 1)
-        for (int v = 0; v <= samples.maximum; v++) {
-            uint8_t value = (uint8_t)v;
-            reader.table.push_back(convert(&reader, &value));
-        }
-    return reader;
-}
-
-const DeviceColour &colourAt(ColourReader *reader, size_t pixel)
-{
-    size_t count = (size_t)reader->samples->components;
-    const uint8_t *values = &reader->samples->values[pixel * count];
-    if (!reader->table.empty())
-        return reader->table[std::min<size_t>(*values, reader->table.size() - 1)];
-    std::string_view now(reinterpret_cast<const char *>(values), count);
-    if (now != reader->lastValues) {
-        reader->last = convert(reader, values);
-        reader->lastValues = now;
-    }
-    return reader->last;
-}
-
-/* ---- what a chain does to pixels ---- */
-
-/* out = base + alpha * (factor * colour + shift), for each component. */
-struct Blender {
-    const Chain *chain;
-    size_t components;
-    bool isLinear;
-    std::array<double, 4> base, factor, shift;
-};
-
-bool isNormal(const Chain &chain)
-{
-    return std::all_of(chain.steps.begin(), chain.steps.end(),
-                       [](const Step &step) { return step.blend == Blend::NORMAL; });
-}
-
-Blender makeBlender(const Chain &chain, size_t sourceComponents)
-{
-    Blender blender{&chain, sourceComponents, isNormal(chain), {}, {}, {}};
-    auto tried = [&](double value, double alpha) {
-        DeviceColour colour{blender.components, {value, value, value, value}};
-        return onPaper(chain, {colour, alpha});
-    };
-    blender.components = std::max(tried(0, 1).components, tried(0, 0.5).components);
-    DeviceColour base = withComponents(tried(0, 0), blender.components);
-    DeviceColour low = withComponents(tried(0, 1), blender.components);
-    DeviceColour high = withComponents(tried(1, 1), blender.components);
-    for (size_t c = 0; c < blender.components; c++) {
-        blender.base[c] = base.values[c];
-        blender.shift[c] = low.values[c] - base.values[c];
-        blender.factor[c] = high.values[c] - low.values[c];
-    }
-    return blender;
-}
-
-void blendPixel(const Blender &blender, const DeviceColour &colour, uint8_t alpha, uint8_t *out)
-{
-    if (blender.isLinear) {
-        for (size_t c = 0; c < blender.components; c++)
-            out[c] =
-                toByte(blender.base[c] +
-                       alpha / 255.0 * (blender.factor[c] * colour.values[c] + blender.shift[c]));
-        return;
-    }
-    DeviceColour seen =
-        withComponents(onPaper(*blender.chain, {colour, alpha / 255.0}), blender.components);
-    for (size_t c = 0; c < blender.components; c++)
-        out[c] = toByte(seen.values[c]);
-}
-
-/* ---- the kinds of results ---- */
 
 /* Everything about an image at one place. */
 struct Work {
@@ -237,25 +26,6 @@ struct Work {
     Plane plane;
     const Chain *chain;
 };
-
-/* The pixels that are not all masked: columns and rows, the latter from the top. */
-struct Part {
-    int left, top, right, bottom;
-};
-
-Part visiblePart(const Plane &plane)
-{
-    Part part{plane.width, plane.height, 0, 0};
-    for (int y = 0; y < plane.height; y++)
-        for (int x = 0; x < plane.width; x++)
-            if (plane.alpha[pixelsOf(plane.width, y) + (size_t)x] > 0) {
-                part.left = std::min(part.left, x);
-                part.right = std::max(part.right, x + 1);
-                part.top = std::min(part.top, y);
-                part.bottom = y + 1;
-            }
-    return part;
-}
 
 FlatImage pixels(const Work &work)
 {
@@ -324,54 +94,6 @@ FlatImage stencil(const Work &work)
     flat.image = newStencil(work.document, work.plane.width, work.plane.height, painted);
     flat.colour = onPaper(*work.chain, {colourAt(&reader, 0), 1});
     return flat;
-}
-
-struct Run {
-    int from, to;
-};
-
-bool operator==(const Run &a, const Run &b)
-{
-    return a.from == b.from && a.to == b.to;
-}
-
-std::vector<Run> runsOf(const Plane &plane, int row)
-{
-    std::vector<Run> runs;
-    const uint8_t *alpha = &plane.alpha[pixelsOf(plane.width, row)];
-    for (int x = 0; x < plane.width; x++) {
-        if (alpha[x] < 128)
-            continue;
-        int from = x;
-        while (x < plane.width && alpha[x] >= 128)
-            x++;
-        runs.push_back({from, x});
-    }
-    return runs;
-}
-
-/* The plane's opaque pixels as rectangles, rows alike joined; empty when they are too many. */
-std::string clipOf(const Plane &plane)
-{
-    std::string clip;
-    size_t rectangles = 0;
-    for (int y = 0; y < plane.height;) {
-        std::vector<Run> runs = runsOf(plane, y);
-        int end = y + 1;
-        while (end < plane.height && runsOf(plane, end) == runs)
-            end++;
-        if ((rectangles += runs.size()) > MAX_CLIP_RECTANGLES)
-            return "";
-        for (const Run &run : runs) {
-            for (double value :
-                 {(double)run.from / plane.width, 1 - (double)end / plane.height,
-                  (double)(run.to - run.from) / plane.width, (double)(end - y) / plane.height})
-                clip += numberText(value) + " ";
-            clip += "re\n";
-        }
-        y = end;
-    }
-    return clip;
 }
 
 FlatImage clipped(const Work &work, QPDFObjectHandle image)
@@ -520,10 +242,6 @@ FlatImage flatten(const Work &work, QPDFObjectHandle image, bool hadMasks)
     flat.isGuessed = !work.chain->isKnown;
     return flat;
 }
-
-} // namespace
-
-namespace {
 
 bool isTrue(QPDFObjectHandle object)
 {
