@@ -99,6 +99,13 @@ std::optional<seam::Notice> checkKind(const std::string &path)
     return std::nullopt;
 }
 
+/* Names of this process's descriptors mean others in the processes that it starts. */
+bool isOwnDescriptor(std::string_view path)
+{
+    return path == "/dev/stdin" || path.starts_with("/dev/fd/") ||
+           path.starts_with("/proc/self/fd/");
+}
+
 bool keepFrom(const std::string &source, const std::string &path)
 {
     if (source == "-")
@@ -125,7 +132,7 @@ std::optional<seam::Notice> takeInput(std::string *input)
         errno = EISDIR;
         return failure(seam::Message::InputUnreadable);
     }
-    if (isStandardInput || !S_ISREG(info.st_mode)) {
+    if (isStandardInput || !S_ISREG(info.st_mode) || isOwnDescriptor(*input)) {
         std::string kept = privateFile("input.pdf");
         if (kept.empty() || !keepFrom(*input, kept))
             return failure(seam::Message::InputNotKept);
