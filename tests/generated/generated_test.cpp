@@ -139,7 +139,7 @@ uint32_t setting(const char *name, uint32_t otherwise)
 
 TEST(Generated, PagesHaveTheColoursThatRenderersDraw)
 {
-    const uint32_t first = setting("GENERATED_SEED", 226),
+    const uint32_t first = setting("GENERATED_SEED", 1),
                    count = setting("GENERATED_DOCUMENTS", 15);
     for (uint32_t begin = 0; begin < count; begin += BATCH) {
         std::vector<uint32_t> seeds;
@@ -149,9 +149,9 @@ TEST(Generated, PagesHaveTheColoursThatRenderersDraw)
     }
 }
 
-/* Pages that are wrong as long as forms that are written anew (for alpha, for a group, for a space
- * that PostScript has not) lose what they inherit: a pattern or a space of their caller. */
-TEST(Generated, DISABLED_FormsKeepWhatTheyInherit)
+/* Pages that came out wrong when forms that are written anew (for alpha, for a group, for a space
+ * that PostScript has not) lost what they inherit: a pattern or a space of their caller. */
+TEST(Generated, FormsKeepWhatTheyInherit)
 {
     expectDrawnAsMeant({9, 15, 16, 54, 86, 103, 152, 176, 178, 188, 192, 200, 209, 224, 294, 296});
 }
