@@ -312,7 +312,7 @@ Subfont *chooseSubfont(Document *document, CompositeFont *font, const Choice &ch
         bool fits = subfont.origin == choice.origin && subfont.face == choice.face &&
                     subfont.glyphs.size() < MOST_CODES;
         if (fits && (name.empty() || !subfont.names.count(name)) &&
-            (code < 0 || !subfont.taken[(size_t)code]))
+            (code < 0 || !subfont.used[(size_t)code]))
             return &subfont;
     }
     Subfont &subfont = font->subfonts.emplace_back();
@@ -321,25 +321,25 @@ Subfont *chooseSubfont(Document *document, CompositeFont *font, const Choice &ch
     subfont.font = document->source.pdf.makeIndirectObject(QPDFObjectHandle::newDictionary());
     subfont.origin = choice.origin;
     subfont.face = choice.face;
-    subfont.taken.assign(256, false);
+    subfont.used.assign(256, false);
     for (size_t never : {0u, 10u, 13u, 32u, 127u})
-        subfont.taken[never] = true;
+        subfont.used[never] = true;
     if (code >= 0)
-        subfont.taken[(size_t)code] = false;
+        subfont.used[(size_t)code] = false;
     return &subfont;
 }
 
 /* The code of the text itself where it is free, so that it stays readable; else the next one. */
 int chooseCode(const Subfont &subfont, const std::vector<uint32_t> &text)
 {
-    if (text.size() == 1 && text[0] > 32 && text[0] < 127 && !subfont.taken[text[0]])
+    if (text.size() == 1 && text[0] > 32 && text[0] < 127 && !subfont.used[text[0]])
         return (int)text[0];
     for (auto [first, last] : {std::pair(161, 255), std::pair(128, 160), std::pair(33, 126)})
         for (int code = first; code <= last; code++)
-            if (!subfont.taken[(size_t)code])
+            if (!subfont.used[(size_t)code])
                 return code;
     for (int code = 1; code < 32; code++)
-        if (!subfont.taken[(size_t)code])
+        if (!subfont.used[(size_t)code])
             return code;
     return 1; /* not reached: a subfont with MOST_CODES glyphs has more */
 }
@@ -360,7 +360,7 @@ Placed place(Document *document, CompositeFont *font, uint32_t code, unsigned ci
         name = "g" + std::to_string(cid) + ".c" + std::to_string(at);
     auto width = font->widths.find(cid);
     double w = width == font->widths.end() ? font->defaultWidth : width->second;
-    subfont->taken[(size_t)at] = true;
+    subfont->used[(size_t)at] = true;
     subfont->names.insert(name);
     subfont->glyphs.push_back({at, choice.glyph, name, w});
     Placed placed = {subfont, (unsigned char)at,   w, font->defaultAdvance,

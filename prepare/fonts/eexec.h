@@ -16,7 +16,7 @@ constexpr uint16_t EEXEC_KEY = 55665, CHARSTRING_KEY = 4330;
 /* The bytes in clear, without the first `skip` of them. */
 std::string decrypted(std::string_view bytes, uint16_t key, size_t skip);
 
-/* Takes out the headers of six bytes that font files have on some systems. */
+/* Removes the headers of six bytes that font files have on some systems. */
 std::string withoutSegments(const std::string &data);
 
 /* The private part in clear; without "eexec", the whole data. */

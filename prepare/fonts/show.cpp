@@ -30,7 +30,7 @@ struct Run {
 };
 
 struct FontHandler : Handler {
-    bool take(Rewriter *rewriter, const Operation &operation) override;
+    bool visit(Rewriter *rewriter, const Operation &operation) override;
 
     Selected selected;
     std::vector<Selected> saved;
@@ -288,7 +288,7 @@ bool selectByState(FontHandler *handler, Rewriter *rewriter, const Operation &op
     return true;
 }
 
-bool FontHandler::take(Rewriter *rewriter, const Operation &operation)
+bool FontHandler::visit(Rewriter *rewriter, const Operation &operation)
 {
     std::string_view name = operation.name;
     trackSaved(this, name);

@@ -165,7 +165,7 @@ double hiddenAdvance(const TextState &text, const Operation &operation)
 
 /* What is open between BMC or BDC and EMC in one piece of content. */
 struct LayerHandler : Handler {
-    bool take(Rewriter *rewriter, const Operation &operation) override;
+    bool visit(Rewriter *rewriter, const Operation &operation) override;
 
   private:
     bool beginsOff(Rewriter *rewriter, const Operation &operation);
@@ -219,7 +219,7 @@ void LayerHandler::hideText(Rewriter *rewriter, const Operation &operation)
     emit(rewriter, before + "[" + numberText(-advance) + "] TJ");
 }
 
-/* Takes what would paint. */
+/* Handles what would paint. */
 bool LayerHandler::silence(Rewriter *rewriter, const Operation &operation)
 {
     if (operation.op->paintsPath()) {
@@ -233,7 +233,7 @@ bool LayerHandler::silence(Rewriter *rewriter, const Operation &operation)
     return operation.op->is(PAINTS);
 }
 
-bool LayerHandler::take(Rewriter *rewriter, const Operation &operation)
+bool LayerHandler::visit(Rewriter *rewriter, const Operation &operation)
 {
     if (operation.name == "BDC" || operation.name == "BMC") {
         bool isHidden = offDepth > 0 || beginsOff(rewriter, operation);

@@ -72,7 +72,7 @@ struct Run {
 };
 
 /* Makes a readable file of the input. */
-bool takeInput(Run &run)
+bool keepInput(Run &run)
 {
     std::string &input = run.request.input;
     if (input != "-")
@@ -115,7 +115,7 @@ bool prepare(Run &run)
 Printed runStages(Run &run, const std::function<ZFile *()> &openOutput)
 {
     const PrintListener &listener = *run.listener;
-    if (!takeInput(run))
+    if (!keepInput(run))
         return Printed::NOTHING;
     if (run.request.isPrepared && !prepare(run))
         return Printed::NOTHING;
