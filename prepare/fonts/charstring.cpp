@@ -12,38 +12,11 @@
 #include <cmath>
 #include <cstdint>
 
+#include "prepare/fonts/charstring.h"
+
 namespace prepare {
 
 namespace {
-
-enum CharOperator {
-    HSTEM = 1,
-    VSTEM = 3,
-    VMOVETO = 4,
-    RLINETO = 5,
-    HLINETO = 6,
-    VLINETO = 7,
-    RRCURVETO = 8,
-    CLOSEPATH = 9,
-    CALLSUBR = 10,
-    RETURN = 11,
-    ESCAPE = 12,
-    HSBW = 13,
-    ENDCHAR = 14,
-    RMOVETO = 21,
-    HMOVETO = 22,
-    VHCURVETO = 30,
-    HVCURVETO = 31,
-    DOTSECTION = 1200,
-    VSTEM3 = 1201,
-    HSTEM3 = 1202,
-    SEAC = 1206,
-    SBW = 1207,
-    DIV = 1212,
-    CALLOTHERSUBR = 1216,
-    POP = 1217,
-    SETCURRENTPOINT = 1233,
-};
 
 constexpr int MAX_CALLS = 10;
 constexpr size_t STACK_LIMIT = 64, MAX_STEPS = 200000, MAX_SEGMENTS = 20000;

@@ -150,8 +150,9 @@ int coveredTo(int first, int last, size_t *room)
     return first + (int)count - 1;
 }
 
-/* "c [w w w]" and "c1 c2 w". */
-void readWidths(CompositeFont *font, QPDFObjectHandle array)
+/* "c [v ...]" and "c1 c2 v ..." with `size` numbers for each code (9.7.4.3); calls `each` with a
+ * code and the first of its numbers. */
+template <class Each> void forMetrics(QPDFObjectHandle array, size_t size, Each each)
 {
     if (!array.isArray())
         return;
@@ -160,51 +161,35 @@ void readWidths(CompositeFont *font, QPDFObjectHandle array)
     for (size_t i = 0; i + 1 < items.size();) {
         int first = integerOr(items[i], -1);
         if (items[i + 1].isArray()) {
-            std::vector<QPDFObjectHandle> widths = items[i + 1].getArrayAsVector();
-            for (size_t k = 0; k < widths.size() && first >= 0; k++)
+            std::vector<QPDFObjectHandle> values = items[i + 1].getArrayAsVector();
+            for (size_t k = 0; size * (k + 1) <= values.size() && first >= 0; k++)
                 if ((unsigned)first + k <= MAX_CID)
-                    font->widths[(unsigned)first + (unsigned)k] = numberOr(widths[k], 0);
+                    each((unsigned)first + (unsigned)k, &values[size * k]);
             i += 2;
             continue;
         }
-        if (i + 2 >= items.size())
+        if (i + 1 + size >= items.size())
             return;
         int last = coveredTo(first, std::min(integerOr(items[i + 1], -1), (int)MAX_CID), &room);
-        double width = numberOr(items[i + 2], 0);
         for (int cid = std::max(first, 0); first >= 0 && cid <= last; cid++)
-            font->widths[(unsigned)cid] = width;
-        i += 3;
+            each((unsigned)cid, &items[i + 2]);
+        i += 2 + size;
     }
 }
 
-/* "c [w1 vx vy ...]" and "c1 c2 w1 vx vy". */
+void readWidths(CompositeFont *font, QPDFObjectHandle array)
+{
+    forMetrics(array, 1, [&](unsigned cid, const QPDFObjectHandle *v) {
+        font->widths[cid] = numberOr(v[0], 0);
+    });
+}
+
+/* Advance, and the place of the origin. */
 void readVerticals(CompositeFont *font, QPDFObjectHandle array)
 {
-    if (!array.isArray())
-        return;
-    std::vector<QPDFObjectHandle> items = array.getArrayAsVector();
-    size_t room = MAX_COVERED;
-    for (size_t i = 0; i + 1 < items.size();) {
-        int first = integerOr(items[i], -1);
-        if (items[i + 1].isArray()) {
-            std::vector<QPDFObjectHandle> v = items[i + 1].getArrayAsVector();
-            for (size_t k = 0; 3 * k + 2 < v.size() && first >= 0; k++)
-                if ((unsigned)first + k <= MAX_CID)
-                    font->vertical[(unsigned)first + (unsigned)k] = {numberOr(v[3 * k], 0),
-                                                                     numberOr(v[3 * k + 1], 0),
-                                                                     numberOr(v[3 * k + 2], 0)};
-            i += 2;
-            continue;
-        }
-        if (i + 4 >= items.size())
-            return;
-        int last = coveredTo(first, std::min(integerOr(items[i + 1], -1), (int)MAX_CID), &room);
-        VerticalMetrics metrics = {numberOr(items[i + 2], 0), numberOr(items[i + 3], 0),
-                                   numberOr(items[i + 4], 0)};
-        for (int cid = std::max(first, 0); first >= 0 && cid <= last; cid++)
-            font->vertical[(unsigned)cid] = metrics;
-        i += 5;
-    }
+    forMetrics(array, 3, [&](unsigned cid, const QPDFObjectHandle *v) {
+        font->vertical[cid] = {numberOr(v[0], 0), numberOr(v[1], 0), numberOr(v[2], 0)};
+    });
 }
 
 void readMetrics(CompositeFont *font, QPDFObjectHandle descendant)

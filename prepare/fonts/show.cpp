@@ -84,7 +84,7 @@ template <class Glyph, class Number>
 void forShown(Rewriter *rewriter, CompositeFont *font, const Operation &operation, Glyph glyph,
               Number number)
 {
-    bool isArray = operation.name == "TJ";
+    bool isArray = operation.op->id == Op::SHOW_ADJUSTED;
     const std::vector<Token> &operands = operation.operands;
     size_t first = isArray || operands.empty() ? 0 : operands.size() - 1;
     for (size_t i = first; i < operands.size(); i++) {

@@ -148,7 +148,7 @@ double hiddenAdvance(const TextState &text, const Operation &operation)
                       : 0.001;
     double advance = 0; /* scaled by 1000 / size */
     for (const Token &token : operation.operands) {
-        if (token.kind == TokenKind::NUMBER && operation.name == "TJ")
+        if (token.kind == TokenKind::NUMBER && operation.op->id == Op::SHOW_ADJUSTED)
             advance -= numberValue(token);
         if (token.kind != TokenKind::STRING && token.kind != TokenKind::HEX_STRING)
             continue;
@@ -235,19 +235,19 @@ bool LayerHandler::silence(Rewriter *rewriter, const Operation &operation)
 
 bool LayerHandler::visit(Rewriter *rewriter, const Operation &operation)
 {
-    if (operation.name == "BDC" || operation.name == "BMC") {
+    if (operation.op->id == Op::BEGIN_MARK_PROPERTIES || operation.op->id == Op::BEGIN_MARK) {
         bool isHidden = offDepth > 0 || beginsOff(rewriter, operation);
         (isHidden ? offDepth : onDepth)++;
         return false;
     }
-    if (operation.name == "EMC") {
+    if (operation.op->id == Op::END_MARK) {
         size_t &depth = offDepth > 0 ? offDepth : onDepth;
         depth -= depth > 0;
         return false;
     }
     if (offDepth > 0)
         return silence(rewriter, operation);
-    if (operation.name != "Do" || operation.operands.empty() ||
+    if (operation.op->id != Op::PAINT_OBJECT || operation.operands.empty() ||
         operation.operands.back().kind != TokenKind::NAME)
         return false;
     std::string name = nameValue(operation.operands.back().source);

@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "seam/files.h"
 #include "zelkov/cleanup.h"
 #include "zelkov/file.h"
 #include "zelkov/host.h"
@@ -34,17 +35,7 @@ bool isReadable(const std::string &path)
 
 int writeToDescriptor(void *context, const uint8_t *bytes, size_t count)
 {
-    int descriptor = (int)(intptr_t)context;
-    while (count > 0) {
-        ssize_t done = write(descriptor, bytes, count);
-        if (done < 0 && errno != EINTR)
-            return errno;
-        if (done > 0) {
-            bytes += done;
-            count -= (size_t)done;
-        }
-    }
-    return 0;
+    return seam::writeWhole((int)(intptr_t)context, bytes, count);
 }
 
 /* ---- the stages */
@@ -175,12 +166,7 @@ bool keepStandardInput(const std::string &path)
     for (ssize_t got; good && (got = read(STDIN_FILENO, buffer, sizeof buffer)) != 0;) {
         if (got < 0 && errno == EINTR)
             continue;
-        good = got > 0;
-        for (ssize_t done = 0; good && done < got;) {
-            ssize_t written = write(file, buffer + done, (size_t)(got - done));
-            good = written > 0;
-            done += good ? written : 0;
-        }
+        good = got > 0 && seam::writeWhole(file, buffer, (size_t)got) == 0;
     }
     int reason = errno;
     good = close(file) == 0 && good;
