@@ -78,7 +78,7 @@ struct Result {
     uint64_t byteCount = 0;
 };
 
-/* Writes the job of a plain document, a file of the kind that the converter takes.  `openOutput`
+/* Writes the job of a plain document, a file of the kind that the converter accepts.  `openOutput`
  * is called once it is known that there is something to write; what it answers is closed, or
  * thrown away after a failure.  Throws nothing but std::bad_alloc. */
 Result writeJob(const std::string &path, const std::function<ZFile *()> &openOutput,

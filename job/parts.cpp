@@ -201,7 +201,7 @@ void mergeEqual(ConversionRun *run, Plan *plan)
             Digest sum;
             definePart(run, plan->resources[member], "/S", {digest, &sum});
             if (run->errorFlag) {
-                forgive(run); /* it is written where it stands, and told there */
+                recover(run); /* it is written where it stands, and told there */
                 continue;
             }
             same[member] = first.try_emplace(sum, member).first->second;

@@ -122,7 +122,7 @@ uint64_t programBytes(ConversionRun *run, const PdfDict *font)
     return bytes;
 }
 
-void noteResidentFont(ConversionRun *run, const PdfDict *font, Plan *plan)
+void recordResidentFont(ConversionRun *run, const PdfDict *font, Plan *plan)
 {
     if (findKey(run, font, "/BaseFont") < 0 || peekType(run) != PDF_NAME)
         return;
@@ -146,7 +146,7 @@ void lookAtFont(ConversionRun *run, PlannedResource *resource, Plan *plan)
     }
     uint64_t bytes = programBytes(run, font.get());
     if (bytes == 0)
-        noteResidentFont(run, font.get(), plan);
+        recordResidentFont(run, font.get(), plan);
     resource->bytes = (SMALL_RESOURCE_BYTES + bytes) * BUILT_FONT_FACTOR;
 }
 
@@ -159,11 +159,12 @@ void lookAt(Walk &walk, PlannedResource *resource)
     else if (resource->role == ROLE_FONT)
         lookAtFont(walk.run, resource, walk.plan);
     if (walk.run->errorFlag)
-        forgive(walk.run);
+        recover(walk.run);
 }
 
 /* The resource that is known by `key`, looked at when it is new; its index. */
-uint32_t note(Walk &walk, ValuePosition key, ValuePosition position, uint8_t role, const char *name)
+uint32_t record(Walk &walk, ValuePosition key, ValuePosition position, uint8_t role,
+                const char *name)
 {
     Plan &plan = *walk.plan;
     auto [found, isNew] = plan.index.try_emplace(key, (uint32_t)plan.resources.size());
@@ -190,8 +191,8 @@ void visitResources(Walk &walk, ValuePosition dictionary);
 void visitEntries(Walk &walk, const PdfDict *entries, uint8_t role)
 {
     for (int32_t i = 0; i < entries->count && ++walk.lines <= LINES_LIMIT; i++) {
-        uint32_t index = note(walk, entries->entries[i].value, entries->entries[i].value, role,
-                              dictKey(entries, i));
+        uint32_t index = record(walk, entries->entries[i].value, entries->entries[i].value, role,
+                                dictKey(entries, i));
         if (ValuePosition nested = walk.plan->resources[index].nested)
             visitResources(walk, nested);
         if (walk.run->errorFlag)
@@ -220,9 +221,9 @@ void visitResources(Walk &walk, ValuePosition dictionary)
     walk.depth--;
 }
 
-void noteContent(Walk &walk, const PdfStream *stream)
+void recordContent(Walk &walk, const PdfStream *stream)
 {
-    uint32_t index = note(walk, stream->dataPosition, stream->dictPosition, ROLE_CONTENT, "");
+    uint32_t index = record(walk, stream->dataPosition, stream->dictPosition, ROLE_CONTENT, "");
     walk.plan->resources[index].bytes =
         SMALL_RESOURCE_BYTES + (uint64_t)std::max(stream->length, 0);
 }
@@ -249,18 +250,18 @@ void Walk::resources(ConversionRun *, const PdfDict *resources)
 {
     visitKinds(*this, resources);
     if (run->errorFlag)
-        forgive(run);
+        recover(run);
 }
 
 void Walk::contents(ConversionRun *, const PdfStream *stream)
 {
-    noteContent(*this, stream);
+    recordContent(*this, stream);
 }
 
 void Walk::endPage(ConversionRun *, const PageAttributes &, bool)
 {
     if (run->errorFlag)
-        forgive(run);
+        recover(run);
 }
 
 /* ---- the list of pages */
@@ -344,7 +345,7 @@ void walkPages(ConversionRun *run, PageSink *sink)
     walkPageTree(run, attributes, &pageCounter);
 }
 
-void forgive(ConversionRun *run)
+void recover(ConversionRun *run)
 {
     if (!run->wasCancelled)
         run->errorFlag = 0;
@@ -364,7 +365,7 @@ void makePlan(ConversionRun *run, const Options &options, Plan *plan)
     chooseShared(plan, options.printerMemory);
     readLabels(run, plan);
     if (run->errorFlag)
-        forgive(run);
+        recover(run);
 }
 
 } // namespace job

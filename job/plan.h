@@ -69,7 +69,7 @@ void makePlan(ConversionRun *run, const Options &options, Plan *plan);
 
 /* After a fault of a page, not of the document: the run goes on.  The fault is met again, and told,
  * when the page is written. */
-void forgive(ConversionRun *run);
+void recover(ConversionRun *run);
 
 /* Hands each page of the document to the sink; the run's error flag is set when the tree cannot be
  * read. */

@@ -151,16 +151,16 @@ class Spool : public ByteSink {
         }
     }
 
-    template <class Take> void read(Take take)
+    template <class Accept> void read(Accept accept)
     {
         if (!file) {
-            take(Bytes(memory));
+            accept(Bytes(memory));
             return;
         }
         std::vector<uint8_t> buffer(256 * 1024);
         frewind(file);
         while (size_t got = fgetm(file, buffer.data(), buffer.size()))
-            take(Bytes(buffer).first(got));
+            accept(Bytes(buffer).first(got));
         if (int error = zfile_readError(file))
             failure = error;
     }
@@ -399,7 +399,7 @@ struct SectionWriter::Stages {
 SectionWriter::SectionWriter(ZFile *job, const Encoding &encoding, const char *procedure,
                              bool isEncoded)
     : stages(std::make_unique<Stages>(job, encoding, procedure, isEncoded)),
-      input(fopensink({take, this}))
+      input(fopensink({accept, this}))
 {
     if (!input)
         throw std::bad_alloc();
@@ -411,7 +411,7 @@ SectionWriter::~SectionWriter()
         fcldelete(input);
 }
 
-int SectionWriter::take(void *context, const uint8_t *bytes, size_t count)
+int SectionWriter::accept(void *context, const uint8_t *bytes, size_t count)
 {
     SectionWriter *self = static_cast<SectionWriter *>(context);
     self->forward({bytes, count});
@@ -422,15 +422,15 @@ int SectionWriter::take(void *context, const uint8_t *bytes, size_t count)
 void SectionWriter::forward(Bytes bytes)
 {
     while (!bytes.empty()) {
-        while (!switches.empty() && switches.front().at <= taken) {
+        while (!switches.empty() && switches.front().at <= accepted) {
             stages->compressor->passThrough(switches.front().isCompressedAlready);
             switches.pop_front();
         }
         size_t count = bytes.size();
         if (!switches.empty())
-            count = (size_t)std::min<uint64_t>(count, switches.front().at - taken);
+            count = (size_t)std::min<uint64_t>(count, switches.front().at - accepted);
         stages->compressor->write(bytes.first(count));
-        taken += count;
+        accepted += count;
         bytes = bytes.subspan(count);
     }
 }

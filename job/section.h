@@ -25,7 +25,7 @@ struct Encoding {
     int level = 3;
 };
 
-/* Takes bytes. */
+/* Accepts bytes. */
 struct ByteSink {
     virtual ~ByteSink() = default;
     virtual void write(Bytes bytes) = 0;
@@ -57,7 +57,7 @@ class SectionWriter {
     bool finish();
 
   private:
-    static int take(void *context, const uint8_t *bytes, size_t count);
+    static int accept(void *context, const uint8_t *bytes, size_t count);
     void forward(Bytes bytes);
 
     struct Stages;
@@ -67,7 +67,7 @@ class SectionWriter {
     };
     std::unique_ptr<Stages> stages;
     std::deque<Switch> switches;
-    uint64_t taken = 0;
+    uint64_t accepted = 0;
     ZFile *input = nullptr;
 };
 

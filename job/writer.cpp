@@ -177,7 +177,7 @@ bool isFatal(const PageWriter &writer)
 }
 
 /* What the page could not bring is missing; the others go on. */
-void forgivePage(PageWriter &writer)
+void recoverPage(PageWriter &writer)
 {
     if (!writer.run->errorFlag || isFatal(writer))
         return;
@@ -192,7 +192,7 @@ void PageSection::finish()
 {
     redirect.reset();
     writer->section = nullptr;
-    forgivePage(*writer);
+    recoverPage(*writer);
     ConversionRun *run = writer->run;
     if (!section.finish() && !run->errorFlag)
         zolakReport(run, __LINE__, SEVERITY_ERROR, seam::rowOf(seam::Message::OutputFailed).key,
@@ -249,7 +249,7 @@ void writePart(PageWriter &writer, size_t number)
     std::string text, name = "/S" + std::to_string(number);
     writer.part = &writer.plan->resources[writer.plan->shared[number]];
     definePart(run, *writer.part, name.c_str(), {appendTo, &text});
-    forgivePage(writer);
+    recoverPage(writer);
     writer.part = nullptr;
     fputstr_arg(run->output, "%zu %zu", number, text.size());
     bool isCompressed = text.size() >= LEAST_PASSED_BYTES &&

@@ -7,7 +7,7 @@
  *   annotations   appearances as forms                           (page/annotations)
  *   boxes         one box, quarter turns, unit                     (page/boxes)
  *   evaluation    what the content uses and needs                  (content/evaluate)
- *   images        such that the converter does not take            (images/convert)
+ *   images        such that the converter does not accept          (images/convert)
  *   content       the passes that rewrite content, in their order  (content/rewrite)
  *   regions       what these have asked to be drawn                (paint/region)
  *
@@ -57,7 +57,7 @@ void boxPass(Document *document, Page *page)
     if (!boxesNeedWork(*page))
         return;
     page->needs |= NEED_BOXES;
-    mendBoxes(document, page);
+    normaliseBoxes(document, page);
 }
 
 void evaluatePass(Document *document, Page *page)
@@ -69,7 +69,7 @@ void evaluatePass(Document *document, Page *page)
 
 /* ORDER: each may rely on those before it. */
 constexpr PagePass lookPasses[] = {
-    {"structure", mendPage},
+    {"structure", repairPage},
     {"annotations", drawAnnotations},
     {"boxes", boxPass},
     {"evaluation", evaluatePass},
@@ -107,7 +107,7 @@ template <class Run> void guarded(Document *document, Page *page, Run run)
         say(document, Message::PageUndone, page->number, {error.what()});
     }
     page->usage.complete = false;
-    noteAllShown(document, page->object.getKeyIfDict("/Resources"));
+    recordAllShown(document, page->object.getKeyIfDict("/Resources"));
 }
 
 void lookAt(Document *document, Page *page)
@@ -121,7 +121,7 @@ void lookAt(Document *document, Page *page)
 }
 
 /* Has libqpdf met damage so far?  Then the file needs its repairs. */
-void noteDamage(Document *document)
+void recordDamage(Document *document)
 {
     if (!document->source.pdf.anyWarnings())
         return;
@@ -140,7 +140,7 @@ bool open(Document *document, const std::string &in, const Options &options, sea
     if (options.level == 2)
         document->needs |= NEED_STRUCTURE; /* streams are written without Flate */
     loadLayers(document);
-    noteDamage(document);
+    recordDamage(document);
     return true;
 }
 
@@ -150,7 +150,7 @@ void finish(Document *document, const std::string &out)
     finishFonts(document);
     for (Page &page : document->pages)
         guarded(document, &page, [&] {
-            mendBoxes(document, &page);
+            normaliseBoxes(document, &page);
             dropUnused(document, &page);
         });
     dropUnusedInForms(document);
@@ -193,7 +193,7 @@ Outcome prepareFile(const std::string &in, const std::string &out, const Options
             guarded(&document, &page, [&] { paintRegions(&document, &page); });
             page.content = {};
         }
-        noteDamage(&document);
+        recordDamage(&document);
         if (document.needs == 0 && !hasLoops(&document))
             return Outcome::UNCHANGED;
         finish(&document, out);
@@ -215,7 +215,7 @@ Outcome probeFile(const std::string &in, const Options &options, seam::Notices *
             lookAt(&document, &page);
             page.content = {};
         }
-        noteDamage(&document);
+        recordDamage(&document);
         bool isNeeded = document.needs != 0 || hasLoops(&document);
         return isNeeded ? Outcome::REWRITTEN : Outcome::UNCHANGED;
     });

@@ -3,6 +3,8 @@
  */
 #include "seam/files.h"
 
+#include <cerrno>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,6 +18,21 @@ bool look(const std::string &name, int standardStream, struct stat *info)
 }
 
 } // namespace
+
+int writeWhole(int descriptor, const void *bytes, size_t count)
+{
+    const char *from = static_cast<const char *>(bytes);
+    while (count > 0) {
+        ssize_t done = write(descriptor, from, count);
+        if (done < 0 && errno != EINTR)
+            return errno;
+        if (done > 0) {
+            from += done;
+            count -= (size_t)done;
+        }
+    }
+    return 0;
+}
 
 bool isSameFile(const std::string &input, const std::string &output)
 {

@@ -1,13 +1,17 @@
 /*
- * files.h - an output is never one of the files that a run reads
+ * files.h - whole writes, and outputs that are never one of the files that a run reads
  */
 #ifndef SEAM_FILES_H
 #define SEAM_FILES_H
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace seam {
+
+/* Writes all bytes, however often it is interrupted; 0, or errno of what went wrong. */
+int writeWhole(int descriptor, const void *bytes, size_t count);
 
 /* Are input and output one and the same regular file, by whatever names and links?  "-" stands for
  * standard input and for standard output. */

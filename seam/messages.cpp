@@ -88,8 +88,8 @@ bool isKey(std::string_view text)
            std::all_of(text.begin(), text.end(), isLetter);
 }
 
-/* Takes "Page 3: " off the front; 0 when it does not stand there. */
-int takePage(std::string_view *text)
+/* Reads "Page 3: " off the front; 0 when it does not stand there. */
+int readPage(std::string_view *text)
 {
     if (!text->starts_with(PAGE))
         return 0;
@@ -214,7 +214,7 @@ Notice readLine(std::string_view line)
         rest[1] != '-' || !isKey(rest.substr(2, colon - 2)))
         return foreign;
     std::string_view text = rest.substr(colon + 2);
-    int page = takePage(&text);
+    int page = readPage(&text);
     return {(Severity)letter, std::string(rest.substr(2, colon - 2)), page,
             plainText(text, MAX_TEXT_BYTES)};
 }

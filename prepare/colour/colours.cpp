@@ -19,11 +19,11 @@ constexpr LineParameter lineParameters[] = {
 };
 
 struct ColourHandler : Handler {
-    bool take(Rewriter *rewriter, const Operation &operation) override;
+    bool visit(Rewriter *rewriter, const Operation &operation) override;
 };
 
 /* cs, CS: the initial colour of a space that is converted. */
-bool takeSpace(Rewriter *rewriter, const Operation &operation)
+bool visitSpace(Rewriter *rewriter, const Operation &operation)
 {
     std::string name = lastName(operation);
     if (name.empty())
@@ -36,7 +36,7 @@ bool takeSpace(Rewriter *rewriter, const Operation &operation)
 }
 
 /* sc, scn, SC, SCN */
-bool takeColour(Rewriter *rewriter, const Operation &operation)
+bool visitColour(Rewriter *rewriter, const Operation &operation)
 {
     const GraphicsState &now = rewriter->state.now;
     bool isStroke = operation.op->ofStrokes();
@@ -62,7 +62,7 @@ std::string dashText(QPDFObjectHandle dash)
     return text + "] " + numberText(numberOr(dash.getArrayItem(1), 0)) + " d";
 }
 
-bool takeGraphicsState(Rewriter *rewriter, const Operation &operation)
+bool visitGraphicsState(Rewriter *rewriter, const Operation &operation)
 {
     QPDFObjectHandle state = namedResource(rewriter->scope, EXTGSTATE, operation);
     if (!hasLineParameters(state))
@@ -78,12 +78,13 @@ bool takeGraphicsState(Rewriter *rewriter, const Operation &operation)
     return true;
 }
 
-bool ColourHandler::take(Rewriter *rewriter, const Operation &operation)
+bool ColourHandler::visit(Rewriter *rewriter, const Operation &operation)
 {
     const Operator &op = *operation.op;
-    return op.is(SETS_SPACE)                 ? takeSpace(rewriter, operation)
-           : op.is(SETS_COLOUR)              ? takeColour(rewriter, operation)
-           : op.id == Op::GRAPHICS_STATE && takeGraphicsState(rewriter, operation);
+    return op.is(SETS_SPACE) ? visitSpace(rewriter, operation)
+           : op.is(SETS_COLOUR)
+               ? visitColour(rewriter, operation)
+               : op.id == Op::GRAPHICS_STATE && visitGraphicsState(rewriter, operation);
 }
 
 bool isConvertedPaint(const Paint &paint)

@@ -18,7 +18,7 @@ extern const Observer colourObserver;
 /* Has the graphics state parameters that the converter drops? */
 bool hasLineParameters(QPDFObjectHandle graphicsState);
 
-/* Takes them out of a copy. */
+/* Removes them from a copy. */
 QPDFObjectHandle withoutLineParameters(QPDFObjectHandle graphicsState);
 
 } // namespace prepare

@@ -1,8 +1,8 @@
 /*
- * convert.h - what the converter does not take of colours, as such that it does
+ * convert.h - what the converter does not accept of colours, as such that it does
  *
- * It takes device spaces, Separations and functions of samples with 8 bits and outputs from 0 to 1.
- * CIE based spaces it prints with fixed figures: a gamma of 2.2 and a white of D65.
+ * It accepts device spaces, Separations and functions of samples with 8 bits and outputs from 0
+ * to 1. CIE based spaces it prints with fixed figures: a gamma of 2.2 and a white of D65.
  */
 #ifndef PREPARE_COLOUR_CONVERT_H
 #define PREPARE_COLOUR_CONVERT_H
@@ -22,8 +22,8 @@ bool isConvertedSpace(QPDFObjectHandle space);
  * values from 0 to 1. */
 QPDFObjectHandle sampledSpace(Document *document, const ColourSpace &space);
 
-/* A function of one input and one output as the converter takes it: itself, or a table.  Null when
- * it is neither. */
+/* A function of one input and one output as the converter accepts it: itself, or a table.  Null
+ * when it is neither. */
 QPDFObjectHandle sampledFunction(Document *document, QPDFObjectHandle function);
 
 /* Is it a function of samples that the converter reads as it is meant? */

@@ -256,7 +256,7 @@ void walkNamed(Frame *frame, Op op, const std::string &name)
 /* ---- what depends on the state */
 
 /* What of the inherited state the operation relies on. */
-void noteInheritance(Frame *frame, const Operator &op)
+void recordInheritance(Frame *frame, const Operator &op)
 {
     Inheritance used;
     bool showsText = op.is(SHOWS_TEXT);
@@ -293,7 +293,7 @@ void walkOperation(Frame *frame, const Operation &operation)
                 observer.text(&frame->walk, operation);
         });
     if (op.is(SHOWS_TEXT | FILLS | STROKES | SETS_COLOUR))
-        noteInheritance(frame, op);
+        recordInheritance(frame, op);
     if (op.id == Op::INLINE_IMAGE)
         walkInlineImage(frame, operation);
     else if (std::string font = fontName(operation); op.id == Op::FONT_SIZE && !font.empty())

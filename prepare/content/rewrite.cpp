@@ -93,7 +93,7 @@ std::optional<std::string> rewriteInner(const Rewriter *outer, QPDFObjectHandle 
     auto inner = innerRewriter(outer, stream, resources, outer->scope, begin);
     inner->isPlaced = isPlaced;
     rewriteContent(inner.get(), contentOf(outer, stream));
-    if (!inner->taken)
+    if (!inner->isRewritten)
         return std::nullopt;
     return std::move(inner->out);
 }
@@ -196,7 +196,7 @@ std::string copyForm(Rewriter *rewriter, QPDFObjectHandle form, const Inheritanc
 }
 
 /* Rewrites what a Do paints; true when it is to be painted under another name. */
-bool takeForm(Rewriter *rewriter, const Operation &operation, std::string *name)
+bool visitForm(Rewriter *rewriter, const Operation &operation, std::string *name)
 {
     if (operation.op->id != Op::PAINT_OBJECT || rewriter->depth >= MAX_FORM_DEPTH)
         return false;
@@ -240,10 +240,10 @@ void offer(Rewriter *rewriter, const Operation &operation, size_t stage)
     for (; stage < rewriter->handlers.size(); stage++) {
         size_t before = rewriter->stage;
         rewriter->stage = stage + 1;
-        bool taken = rewriter->handlers[stage]->take(rewriter, operation);
+        bool isHandled = rewriter->handlers[stage]->visit(rewriter, operation);
         rewriter->stage = before;
-        if (taken) {
-            rewriter->taken = true;
+        if (isHandled) {
+            rewriter->isRewritten = true;
             return;
         }
     }
@@ -255,8 +255,8 @@ void offer(Rewriter *rewriter, const Operation &operation, size_t stage)
 void rewriteOperation(Rewriter *rewriter, const Operation &operation)
 {
     std::string name;
-    if (takeForm(rewriter, operation, &name)) {
-        rewriter->taken = true;
+    if (visitForm(rewriter, operation, &name)) {
+        rewriter->isRewritten = true;
         rewriter->stage = 0;
         emit(rewriter, nameText(name) + " Do");
     } else {
@@ -373,7 +373,7 @@ std::optional<std::string> rewriteForm(const Rewriter *outer, QPDFObjectHandle f
     inner->isPlaced = outer->isPlaced;
     inner->joinsOuter = true;
     rewriteContent(inner.get(), contentOf(outer, form));
-    if (!inner->taken)
+    if (!inner->isRewritten)
         return std::nullopt;
     return std::move(inner->out);
 }
@@ -398,7 +398,7 @@ void rewritePage(Document *document, Page *page, const std::vector<const Content
     rewriter.isPlaced = true;
     beginContent(&rewriter.state, &rewriter.scope);
     rewriteContent(&rewriter, page->content);
-    if (!rewriter.taken)
+    if (!rewriter.isRewritten)
         return;
     page->object.replaceKey("/Contents", newFlateStream(&document->source.pdf, rewriter.out));
     if (!page->formsUseObjects) /* others have taken the place of some */

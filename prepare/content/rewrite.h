@@ -1,10 +1,10 @@
 /*
  * rewrite.h - one walk over content with a chain of handlers
  *
- * Each operation is offered to the handlers in turn.  One that takes it writes what stands in its
- * place with `emit`, and the handlers behind it see that as operations again.  What no one takes is
- * copied as it stood; content in which nothing was taken keeps its object and bytes.  Forms and
- * glyphs of Type 3 fonts are rewritten when they are met.
+ * Each operation is offered to the handlers in turn.  One that handles it writes what stands in its
+ * place with `emit`, and the handlers behind it see that as operations again.  What no one handles
+ * is copied as it stood; content in which nothing was handled keeps its object and bytes.  Forms
+ * and glyphs of Type 3 fonts are rewritten when they are met.
  */
 #ifndef PREPARE_CONTENT_REWRITE_H
 #define PREPARE_CONTENT_REWRITE_H
@@ -29,9 +29,9 @@ struct Handler {
     /* The content begins. */
     virtual void begin(Rewriter *) {}
 
-    /* Takes the operation and answers true, or leaves it to the others.  rewriter->state is that
+    /* Handles the operation and answers true, or leaves it to the others.  rewriter->state is that
      * before the operation of the document; what handlers in front wrote is not in it. */
-    virtual bool take(Rewriter *rewriter, const Operation &operation) = 0;
+    virtual bool visit(Rewriter *rewriter, const Operation &operation) = 0;
 
     /* Does this handler rewrite a form itself, because it is another one in each place? */
     virtual bool placesForm(const Rewriter &, QPDFObjectHandle) const { return false; }
@@ -40,7 +40,7 @@ struct Handler {
     virtual void end(Rewriter *) {}
 };
 
-/* A pass that works on content.  It takes part where the page has one of its needs. */
+/* A pass that works on content.  It has a part where the page has one of its needs. */
 struct ContentPass {
     const char *name;
     uint32_t wanted;
@@ -67,7 +67,7 @@ struct Rewriter {
     size_t stage = 0; /* handlers before this one have seen the operation */
     std::string out;
     std::set<std::string> painted; /* names of what the new content paints */
-    bool taken = false;
+    bool isRewritten = false;
     bool isTracked = false; /* a handler has brought the state behind this operation itself */
     std::map<SpaceRef, std::string> spaceNames; /* here, of those that were asked for */
 };
@@ -75,7 +75,7 @@ struct Rewriter {
 /* Forms of one page that are copied for what they inherit. */
 constexpr int MAX_FORM_COPIES = 512;
 
-/* Writes content in place of the operation that the calling handler takes. */
+/* Writes content in place of the operation that the calling handler handles. */
 void emit(Rewriter *rewriter, const std::string &content);
 
 /* Runs the content passes over a form as it is painted in one place, where its content begins in
@@ -100,7 +100,7 @@ std::string selectText(Rewriter *rewriter, const Paint &paint, bool isStroke);
 std::string rewriteCell(const Rewriter *outer, QPDFObjectHandle cell, const ResourceScope &around,
                         bool isUncoloured);
 
-/* The handler of a pass in this content; null: the pass takes no part. */
+/* The handler of a pass in this content; null: the pass has no part. */
 Handler *handlerOf(const Rewriter &rewriter, const ContentPass &pass);
 
 /* Runs the content passes over a page's content (page->content) and all that it paints, and puts

@@ -33,7 +33,7 @@ enum Need : uint32_t {
     NEED_ANNOTATIONS = 1u << 6, /* annotations to be drawn */
     NEED_LAYERS = 1u << 7,      /* optional content that is off */
     NEED_NAMES = 1u << 8,       /* resources whose names cannot stand in PostScript */
-    NEED_IMAGES = 1u << 9,      /* images of kinds that the converter does not take */
+    NEED_IMAGES = 1u << 9,      /* images of kinds that the converter does not accept */
     NEED_INLINE_IMAGES = 1u << 10,
     NEED_TRANSPARENCY = 1u << 12, /* transparent paint, and masked images */
     NEED_PATTERNS = 1u << 16,     /* patterns and shadings in use */

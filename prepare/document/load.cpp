@@ -115,18 +115,18 @@ std::vector<QPDFObjectHandle> pagesAnywhere(Document *document)
     return pages;
 }
 
-/* Takes the pages that are chosen: each once into `pages`, whatever is done to it is done once, and
+/* Keeps the pages that are chosen: each once into `pages`, whatever is done to it is done once, and
  * all of them in their order into `order`. */
-void takePages(Document *document, std::vector<QPDFObjectHandle> &all,
-               const std::vector<int> &chosen)
+void selectPages(Document *document, std::vector<QPDFObjectHandle> &all,
+                 const std::vector<int> &chosen)
 {
-    constexpr size_t NOT_TAKEN = SIZE_MAX;
-    std::vector<size_t> places(all.size(), NOT_TAKEN);
+    constexpr size_t NOT_CHOSEN = SIZE_MAX;
+    std::vector<size_t> places(all.size(), NOT_CHOSEN);
     for (int number : chosen)
         places[(size_t)number - 1] = 0;
     for (size_t i = 0; i < all.size(); i++) {
-        if (places[i] == NOT_TAKEN || !all[i].isDictionary()) {
-            places[i] = NOT_TAKEN;
+        if (places[i] == NOT_CHOSEN || !all[i].isDictionary()) {
+            places[i] = NOT_CHOSEN;
             continue;
         }
         places[i] = document->pages.size();
@@ -136,7 +136,7 @@ void takePages(Document *document, std::vector<QPDFObjectHandle> &all,
         document->pages.push_back(std::move(page));
     }
     for (int number : chosen)
-        if (size_t place = places[(size_t)number - 1]; place != NOT_TAKEN)
+        if (size_t place = places[(size_t)number - 1]; place != NOT_CHOSEN)
             document->order.push_back(place);
 }
 
@@ -153,7 +153,7 @@ bool loadDocument(Document *document, const std::string &path)
     seam::ChosenPages chosen = seam::choosePages(document->options.pages, (int)pages.size());
     for (const seam::Notice &warning : chosen.warnings)
         document->diagnostics.notices->add(warning);
-    takePages(document, pages, chosen.numbers);
+    selectPages(document, pages, chosen.numbers);
     if (document->order.empty()) {
         if (chosen.fault)
             document->diagnostics.notices->add(*chosen.fault);

@@ -19,6 +19,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "seam/files.h"
+
 namespace prepare {
 
 namespace {
@@ -72,14 +74,8 @@ bool writeFile(const std::string &path, const std::string &data)
     int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (file < 0)
         return false;
-    size_t done = 0;
-    while (done < data.size()) {
-        ssize_t size = write(file, data.data() + done, data.size() - done);
-        if (size < 0 && errno != EINTR)
-            break;
-        done += size > 0 ? (size_t)size : 0;
-    }
-    return close(file) == 0 && done == data.size();
+    bool good = seam::writeWhole(file, data.data(), data.size()) == 0;
+    return close(file) == 0 && good;
 }
 
 std::string readOutput(const std::string &path, uint64_t limit)

@@ -12,38 +12,11 @@
 #include <cmath>
 #include <cstdint>
 
+#include "prepare/fonts/charstring.h"
+
 namespace prepare {
 
 namespace {
-
-enum CharOperator {
-    HSTEM = 1,
-    VSTEM = 3,
-    VMOVETO = 4,
-    RLINETO = 5,
-    HLINETO = 6,
-    VLINETO = 7,
-    RRCURVETO = 8,
-    CLOSEPATH = 9,
-    CALLSUBR = 10,
-    RETURN = 11,
-    ESCAPE = 12,
-    HSBW = 13,
-    ENDCHAR = 14,
-    RMOVETO = 21,
-    HMOVETO = 22,
-    VHCURVETO = 30,
-    HVCURVETO = 31,
-    DOTSECTION = 1200,
-    VSTEM3 = 1201,
-    HSTEM3 = 1202,
-    SEAC = 1206,
-    SBW = 1207,
-    DIV = 1212,
-    CALLOTHERSUBR = 1216,
-    POP = 1217,
-    SETCURRENTPOINT = 1233,
-};
 
 constexpr int MAX_CALLS = 10;
 constexpr size_t STACK_LIMIT = 64, MAX_STEPS = 200000, MAX_SEGMENTS = 20000;
@@ -133,7 +106,7 @@ void changeHints(Interpreter *in)
 }
 
 /* Arguments from the stack's bottom; false when there are fewer. */
-bool take(Interpreter *in, size_t count, double *values)
+bool popArguments(Interpreter *in, size_t count, double *values)
 {
     if (in->stack.size() < count)
         return false;
@@ -212,7 +185,7 @@ bool runGlyph(Interpreter *in, const std::string &name)
 bool runAccented(Interpreter *in)
 {
     double v[5];
-    if (!take(in, 5, v) || in->isAccented)
+    if (!popArguments(in, 5, v) || in->isAccented)
         return false;
     const Encoding &standard = *namedEncoding("/StandardEncoding");
     auto code = [&](double value) { return standard[(size_t)std::clamp(value, 0.0, 255.0)]; };
@@ -245,7 +218,7 @@ bool divide(Interpreter *in)
 bool runStems(Interpreter *in, bool isVertical, size_t count)
 {
     double v[6];
-    if (!take(in, 2 * count, v))
+    if (!popArguments(in, 2 * count, v))
         return false;
     for (size_t i = 0; i < count; i++)
         addStem(in, isVertical, v[2 * i], v[2 * i + 1]);
@@ -255,7 +228,7 @@ bool runStems(Interpreter *in, bool isVertical, size_t count)
 bool setWidth(Interpreter *in, size_t arguments)
 {
     double v[4] = {0, 0, 0, 0};
-    if (!take(in, arguments, v))
+    if (!popArguments(in, arguments, v))
         return false;
     in->bearing = in->x = v[0];
     in->y = arguments == 4 ? v[1] : 0;
@@ -268,23 +241,23 @@ bool runPath(Interpreter *in, int number)
     double v[6];
     switch (number) {
     case VMOVETO:
-        return take(in, 1, v) && (moveBy(in, 0, v[0]), true);
+        return popArguments(in, 1, v) && (moveBy(in, 0, v[0]), true);
     case HMOVETO:
-        return take(in, 1, v) && (moveBy(in, v[0], 0), true);
+        return popArguments(in, 1, v) && (moveBy(in, v[0], 0), true);
     case RMOVETO:
-        return take(in, 2, v) && (moveBy(in, v[0], v[1]), true);
+        return popArguments(in, 2, v) && (moveBy(in, v[0], v[1]), true);
     case RLINETO:
-        return take(in, 2, v) && (lineBy(in, v[0], v[1]), true);
+        return popArguments(in, 2, v) && (lineBy(in, v[0], v[1]), true);
     case HLINETO:
-        return take(in, 1, v) && (lineBy(in, v[0], 0), true);
+        return popArguments(in, 1, v) && (lineBy(in, v[0], 0), true);
     case VLINETO:
-        return take(in, 1, v) && (lineBy(in, 0, v[0]), true);
+        return popArguments(in, 1, v) && (lineBy(in, 0, v[0]), true);
     case RRCURVETO:
-        return take(in, 6, v) && (curveBy(in, v[0], v[1], v[2], v[3], v[4], v[5]), true);
+        return popArguments(in, 6, v) && (curveBy(in, v[0], v[1], v[2], v[3], v[4], v[5]), true);
     case VHCURVETO:
-        return take(in, 4, v) && (curveBy(in, 0, v[0], v[1], v[2], v[3], 0), true);
+        return popArguments(in, 4, v) && (curveBy(in, 0, v[0], v[1], v[2], v[3], 0), true);
     case HVCURVETO:
-        return take(in, 4, v) && (curveBy(in, v[0], 0, v[1], v[2], 0, v[3]), true);
+        return popArguments(in, 4, v) && (curveBy(in, v[0], 0, v[1], v[2], 0, v[3]), true);
     default:
         return false;
     }

@@ -15,6 +15,8 @@
 #include <initializer_list>
 #include <tuple>
 
+#include "prepare/fonts/charstring.h"
+
 namespace prepare {
 
 namespace {
@@ -24,21 +26,6 @@ constexpr int TOP_FONTMATRIX = 1207;
 constexpr int FIRST_OWN_STRING = 391; /* smaller numbers are strings that every reader knows */
 constexpr size_t MAX_GLYPHS = 65000;
 
-enum CharOperator {
-    HSTEM = 1,
-    VSTEM = 3,
-    VMOVETO = 4,
-    RLINETO = 5,
-    HLINETO = 6,
-    VLINETO = 7,
-    RRCURVETO = 8,
-    ENDCHAR = 14,
-    HSTEMHM = 18,
-    HINTMASK = 19,
-    RMOVETO = 21,
-    HMOVETO = 22,
-    VSTEMHM = 23,
-};
 constexpr int STACK_LIMIT = 48;
 constexpr size_t MAX_STEMS = 96;
 

@@ -150,8 +150,9 @@ int coveredTo(int first, int last, size_t *room)
     return first + (int)count - 1;
 }
 
-/* "c [w w w]" and "c1 c2 w". */
-void readWidths(CompositeFont *font, QPDFObjectHandle array)
+/* "c [v ...]" and "c1 c2 v ..." with `size` numbers for each code (9.7.4.3); calls `each` with a
+ * code and the first of its numbers. */
+template <class Each> void forMetrics(QPDFObjectHandle array, size_t size, Each each)
 {
     if (!array.isArray())
         return;
@@ -160,51 +161,35 @@ void readWidths(CompositeFont *font, QPDFObjectHandle array)
     for (size_t i = 0; i + 1 < items.size();) {
         int first = integerOr(items[i], -1);
         if (items[i + 1].isArray()) {
-            std::vector<QPDFObjectHandle> widths = items[i + 1].getArrayAsVector();
-            for (size_t k = 0; k < widths.size() && first >= 0; k++)
+            std::vector<QPDFObjectHandle> values = items[i + 1].getArrayAsVector();
+            for (size_t k = 0; size * (k + 1) <= values.size() && first >= 0; k++)
                 if ((unsigned)first + k <= MAX_CID)
-                    font->widths[(unsigned)first + (unsigned)k] = numberOr(widths[k], 0);
+                    each((unsigned)first + (unsigned)k, &values[size * k]);
             i += 2;
             continue;
         }
-        if (i + 2 >= items.size())
+        if (i + 1 + size >= items.size())
             return;
         int last = coveredTo(first, std::min(integerOr(items[i + 1], -1), (int)MAX_CID), &room);
-        double width = numberOr(items[i + 2], 0);
         for (int cid = std::max(first, 0); first >= 0 && cid <= last; cid++)
-            font->widths[(unsigned)cid] = width;
-        i += 3;
+            each((unsigned)cid, &items[i + 2]);
+        i += 2 + size;
     }
 }
 
-/* "c [w1 vx vy ...]" and "c1 c2 w1 vx vy". */
+void readWidths(CompositeFont *font, QPDFObjectHandle array)
+{
+    forMetrics(array, 1, [&](unsigned cid, const QPDFObjectHandle *v) {
+        font->widths[cid] = numberOr(v[0], 0);
+    });
+}
+
+/* Advance, and the place of the origin. */
 void readVerticals(CompositeFont *font, QPDFObjectHandle array)
 {
-    if (!array.isArray())
-        return;
-    std::vector<QPDFObjectHandle> items = array.getArrayAsVector();
-    size_t room = MAX_COVERED;
-    for (size_t i = 0; i + 1 < items.size();) {
-        int first = integerOr(items[i], -1);
-        if (items[i + 1].isArray()) {
-            std::vector<QPDFObjectHandle> v = items[i + 1].getArrayAsVector();
-            for (size_t k = 0; 3 * k + 2 < v.size() && first >= 0; k++)
-                if ((unsigned)first + k <= MAX_CID)
-                    font->vertical[(unsigned)first + (unsigned)k] = {numberOr(v[3 * k], 0),
-                                                                     numberOr(v[3 * k + 1], 0),
-                                                                     numberOr(v[3 * k + 2], 0)};
-            i += 2;
-            continue;
-        }
-        if (i + 4 >= items.size())
-            return;
-        int last = coveredTo(first, std::min(integerOr(items[i + 1], -1), (int)MAX_CID), &room);
-        VerticalMetrics metrics = {numberOr(items[i + 2], 0), numberOr(items[i + 3], 0),
-                                   numberOr(items[i + 4], 0)};
-        for (int cid = std::max(first, 0); first >= 0 && cid <= last; cid++)
-            font->vertical[(unsigned)cid] = metrics;
-        i += 5;
-    }
+    forMetrics(array, 3, [&](unsigned cid, const QPDFObjectHandle *v) {
+        font->vertical[cid] = {numberOr(v[0], 0), numberOr(v[1], 0), numberOr(v[2], 0)};
+    });
 }
 
 void readMetrics(CompositeFont *font, QPDFObjectHandle descendant)
@@ -312,7 +297,7 @@ Subfont *chooseSubfont(Document *document, CompositeFont *font, const Choice &ch
         bool fits = subfont.origin == choice.origin && subfont.face == choice.face &&
                     subfont.glyphs.size() < MOST_CODES;
         if (fits && (name.empty() || !subfont.names.count(name)) &&
-            (code < 0 || !subfont.taken[(size_t)code]))
+            (code < 0 || !subfont.used[(size_t)code]))
             return &subfont;
     }
     Subfont &subfont = font->subfonts.emplace_back();
@@ -321,25 +306,25 @@ Subfont *chooseSubfont(Document *document, CompositeFont *font, const Choice &ch
     subfont.font = document->source.pdf.makeIndirectObject(QPDFObjectHandle::newDictionary());
     subfont.origin = choice.origin;
     subfont.face = choice.face;
-    subfont.taken.assign(256, false);
+    subfont.used.assign(256, false);
     for (size_t never : {0u, 10u, 13u, 32u, 127u})
-        subfont.taken[never] = true;
+        subfont.used[never] = true;
     if (code >= 0)
-        subfont.taken[(size_t)code] = false;
+        subfont.used[(size_t)code] = false;
     return &subfont;
 }
 
 /* The code of the text itself where it is free, so that it stays readable; else the next one. */
 int chooseCode(const Subfont &subfont, const std::vector<uint32_t> &text)
 {
-    if (text.size() == 1 && text[0] > 32 && text[0] < 127 && !subfont.taken[text[0]])
+    if (text.size() == 1 && text[0] > 32 && text[0] < 127 && !subfont.used[text[0]])
         return (int)text[0];
     for (auto [first, last] : {std::pair(161, 255), std::pair(128, 160), std::pair(33, 126)})
         for (int code = first; code <= last; code++)
-            if (!subfont.taken[(size_t)code])
+            if (!subfont.used[(size_t)code])
                 return code;
     for (int code = 1; code < 32; code++)
-        if (!subfont.taken[(size_t)code])
+        if (!subfont.used[(size_t)code])
             return code;
     return 1; /* not reached: a subfont with MOST_CODES glyphs has more */
 }
@@ -360,7 +345,7 @@ Placed place(Document *document, CompositeFont *font, uint32_t code, unsigned ci
         name = "g" + std::to_string(cid) + ".c" + std::to_string(at);
     auto width = font->widths.find(cid);
     double w = width == font->widths.end() ? font->defaultWidth : width->second;
-    subfont->taken[(size_t)at] = true;
+    subfont->used[(size_t)at] = true;
     subfont->names.insert(name);
     subfont->glyphs.push_back({at, choice.glyph, name, w});
     Placed placed = {subfont, (unsigned char)at,   w, font->defaultAdvance,

@@ -37,7 +37,7 @@ struct Subfont {
     GlyphOrigin origin;
     FT_Face face; /* lent; null without outlines */
     std::vector<SubfontGlyph> glyphs;
-    std::vector<bool> taken; /* by code */
+    std::vector<bool> used; /* by code */
     std::set<std::string> names;
 };
 

@@ -31,6 +31,17 @@ std::string decrypted(std::string_view bytes, uint16_t key, size_t skip)
     return plain.substr(std::min(skip, plain.size()));
 }
 
+std::string encrypted(const std::string &plain, uint16_t key)
+{
+    std::string out;
+    for (char c : std::string(4, '\0') + plain) {
+        uint8_t byte = (uint8_t)((uint8_t)c ^ key >> 8);
+        key = (uint16_t)((byte + key) * 52845u + 22719u);
+        out.push_back((char)byte);
+    }
+    return out;
+}
+
 std::string withoutSegments(const std::string &data)
 {
     constexpr size_t HEADER = 6;

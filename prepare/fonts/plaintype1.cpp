@@ -7,32 +7,12 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "prepare/fonts/charstring.h"
+#include "prepare/fonts/eexec.h"
+
 namespace prepare {
 
 namespace {
-
-constexpr uint16_t FILE_KEY = 55665, CHARSTRING_KEY = 4330;
-
-enum CharOperator {
-    RLINETO = 5,
-    RRCURVETO = 8,
-    CLOSEPATH = 9,
-    HSBW = 13,
-    ENDCHAR = 14,
-    RMOVETO = 21
-};
-
-/* Encrypts behind four bytes that say nothing. */
-std::string encrypted(const std::string &plain, uint16_t key)
-{
-    std::string out;
-    for (char c : std::string(4, '\0') + plain) {
-        uint8_t byte = (uint8_t)((uint8_t)c ^ key >> 8);
-        key = (uint16_t)((byte + key) * 52845u + 22719u);
-        out.push_back((char)byte);
-    }
-    return out;
-}
 
 void putNumber(std::string *out, int value)
 {
@@ -136,7 +116,7 @@ PlainType1 writePlainType1(const CompactFont &font)
     std::string end = "\n";
     for (int i = 0; i < LINES; i++)
         end += std::string(64, '0') + "\n";
-    return {clearText(font), encrypted(secretText(font), FILE_KEY), end + "cleartomark\n"};
+    return {clearText(font), encrypted(secretText(font), EEXEC_KEY), end + "cleartomark\n"};
 }
 
 } // namespace prepare

@@ -30,7 +30,7 @@ struct Run {
 };
 
 struct FontHandler : Handler {
-    bool take(Rewriter *rewriter, const Operation &operation) override;
+    bool visit(Rewriter *rewriter, const Operation &operation) override;
 
     Selected selected;
     std::vector<Selected> saved;
@@ -84,7 +84,7 @@ template <class Glyph, class Number>
 void forShown(Rewriter *rewriter, CompositeFont *font, const Operation &operation, Glyph glyph,
               Number number)
 {
-    bool isArray = operation.name == "TJ";
+    bool isArray = operation.op->id == Op::SHOW_ADJUSTED;
     const std::vector<Token> &operands = operation.operands;
     size_t first = isArray || operands.empty() ? 0 : operands.size() - 1;
     for (size_t i = first; i < operands.size(); i++) {
@@ -288,7 +288,7 @@ bool selectByState(FontHandler *handler, Rewriter *rewriter, const Operation &op
     return true;
 }
 
-bool FontHandler::take(Rewriter *rewriter, const Operation &operation)
+bool FontHandler::visit(Rewriter *rewriter, const Operation &operation)
 {
     std::string_view name = operation.name;
     trackSaved(this, name);

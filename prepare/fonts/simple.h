@@ -8,7 +8,7 @@
 
 namespace prepare {
 
-/* Is this embedded program one that the converter and the printer take as it is? */
+/* Is this embedded program one that the converter and the printer accept as it is? */
 bool isGoodCompact(Document *document, QPDFObjectHandle program);
 
 /* The stream of an embedded program, of whatever kind; null: none. */

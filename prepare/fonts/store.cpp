@@ -62,13 +62,13 @@ FontUse *simpleFontUse(Document *document, QPDFObjectHandle font)
     return &use;
 }
 
-void noteShown(FontUse *use, const Token &shown)
+void recordShown(FontUse *use, const Token &shown)
 {
     for (char c : stringValue(shown))
         use->codes.set((unsigned char)c);
 }
 
-void noteAllShown(Document *document, QPDFObjectHandle resources)
+void recordAllShown(Document *document, QPDFObjectHandle resources)
 {
     if (!resources.isDictionary())
         return;
@@ -108,7 +108,7 @@ void watchText(Walk *walk, const Operation &operation)
     if (FontUse *shown = simpleFontUse(walk->document, font))
         for (const Token &token : operation.operands)
             if (token.kind == TokenKind::STRING || token.kind == TokenKind::HEX_STRING)
-                noteShown(shown, token);
+                recordShown(shown, token);
 }
 
 /* The converter does not select the font of a graphics state. */

@@ -39,13 +39,13 @@ struct FontStore {
  * 0.  The font is an indirect dictionary. */
 uint32_t fontNeed(Document *document, QPDFObjectHandle font);
 
-/* Where to note what a simple font shows; null for a font that stays as it is. */
+/* Where to record what a simple font shows; null for a font that stays as it is. */
 FontUse *simpleFontUse(Document *document, QPDFObjectHandle font);
-void noteShown(FontUse *use, const Token &shown);
+void recordShown(FontUse *use, const Token &shown);
 
-/* Notes every code of the simple fonts among these resources: a page that cannot be read may show
+/* Records every code of the simple fonts among these resources: a page that cannot be read may show
  * any of them. */
-void noteAllShown(Document *document, QPDFObjectHandle resources);
+void recordAllShown(Document *document, QPDFObjectHandle resources);
 
 /* Is this a composite font, whose text is now shown through others? */
 bool isRewrittenFont(Document *document, QPDFObjectHandle font);

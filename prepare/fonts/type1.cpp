@@ -130,16 +130,16 @@ struct PrivateReader {
 };
 
 /* The bytes behind a word that reads them; false when they are not all there. */
-bool takeBytes(PrivateReader *r, std::string *bytes)
+bool readCounted(PrivateReader *r, std::string *bytes)
 {
     double count = numberValue(r->before[0]);
     std::string_view all = r->reader.content;
     if (count < 0 || r->reader.at >= all.size() || count > (double)(all.size() - r->reader.at - 1))
         return false;
-    std::string_view taken = all.substr(r->reader.at + 1, (size_t)count);
+    std::string_view counted = all.substr(r->reader.at + 1, (size_t)count);
     r->reader.at += 1 + (size_t)count;
-    *bytes = r->lenIV < 0 ? std::string(taken)
-                          : decrypted(taken, CHARSTRING_KEY, (size_t)std::min(r->lenIV, 64.0));
+    *bytes = r->lenIV < 0 ? std::string(counted)
+                          : decrypted(counted, CHARSTRING_KEY, (size_t)std::min(r->lenIV, 64.0));
     return true;
 }
 
@@ -166,7 +166,7 @@ void readBytes(PrivateReader *r)
 {
     std::string bytes;
     Token owner = r->before[1];
-    if (!takeBytes(r, &bytes))
+    if (!readCounted(r, &bytes))
         return;
     if (owner.kind == TokenKind::NAME)
         r->program->charstrings.emplace(owner.source.substr(1), std::move(bytes));

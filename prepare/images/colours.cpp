@@ -83,7 +83,7 @@ QPDFObjectHandle inlineSpace(const ResourceScope &scope, const Operation &operat
     return QPDFObjectHandle::newNull();
 }
 
-bool takeInlineImage(Rewriter *rewriter, const Operation &operation)
+bool visitInlineImage(Rewriter *rewriter, const Operation &operation)
 {
     if (operation.name != "BI" || !isConvertedSpace(inlineSpace(rewriter->scope, operation)))
         return false;
@@ -104,9 +104,9 @@ bool takeInlineImage(Rewriter *rewriter, const Operation &operation)
 }
 
 struct InlineColourHandler : Handler {
-    bool take(Rewriter *rewriter, const Operation &operation) override
+    bool visit(Rewriter *rewriter, const Operation &operation) override
     {
-        return operation.op->id == Op::INLINE_IMAGE && takeInlineImage(rewriter, operation);
+        return operation.op->id == Op::INLINE_IMAGE && visitInlineImage(rewriter, operation);
     }
 };
 

@@ -1,5 +1,5 @@
 /*
- * colours.h - images in colour spaces that the converter does not take, in device colours
+ * colours.h - images in colour spaces that the converter does not accept, in device colours
  */
 #ifndef PREPARE_IMAGES_COLOURS_H
 #define PREPARE_IMAGES_COLOURS_H

@@ -108,7 +108,7 @@ void convertStream(Document *document, const Page &page, QPDFObjectHandle stream
         replaceImage(stream, image, ImageCode::FAX);
 }
 
-/* Is its data of a kind that the converter does not take? */
+/* Is its data of a kind that the converter does not accept? */
 bool hasOddData(QPDFObjectHandle image)
 {
     QPDFObjectHandle dict = image.getDict();
@@ -206,10 +206,10 @@ void walkResources(ImageWalk *walk, QPDFObjectHandle resources, const Usage *usa
 /* ---- inline images ---- */
 
 struct InlineImageHandler : Handler {
-    bool take(Rewriter *rewriter, const Operation &operation) override;
+    bool visit(Rewriter *rewriter, const Operation &operation) override;
 };
 
-bool InlineImageHandler::take(Rewriter *rewriter, const Operation &operation)
+bool InlineImageHandler::visit(Rewriter *rewriter, const Operation &operation)
 {
     if (operation.name != "BI" || !inlineImageNeedsWork(operation))
         return false;

@@ -1,5 +1,5 @@
 /*
- * convert.h - images that the converter does not take, as such that it does
+ * convert.h - images that the converter does not accept, as such that it does
  *
  * JBIG2 becomes Group 4, JPEG 2000 a JPEG or Flate data with its opacity as a soft mask, 16 bits
  * become 8.  Images without such a need keep their bytes.
@@ -13,7 +13,7 @@
 
 namespace prepare {
 
-/* Has the image data, or a colour space, that the converter does not take? */
+/* Has the image data, or a colour space, that the converter does not accept? */
 bool imageNeedsWork(QPDFObjectHandle image);
 
 /* The same of a "BI" operation. */

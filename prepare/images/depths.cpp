@@ -61,7 +61,7 @@ struct Reducer {
     bool isPicked;
     std::vector<uint32_t> sums; /* of one row of squares */
 
-    void take(int row)
+    void addRow(int row)
     {
         size_t components = (size_t)image.components, at = 0;
         bool isFirstRow = (size_t)row % factor == 0;
@@ -110,7 +110,7 @@ void reduce(const PackedImage &image, Samples *samples)
         samples->maximum = 255;
     reducer.sums.assign((size_t)samples->width * components, 0);
     for (int row = 0; row < image.height; row++)
-        reducer.take(row);
+        reducer.addRow(row);
 }
 
 } // namespace

@@ -65,7 +65,7 @@ bool isImageFilter(const std::string &name)
            name == "/CCITTFaxDecode";
 }
 
-/* Takes the first bytes and lets the rest go by. */
+/* Keeps the first bytes and lets the rest go by. */
 struct FirstBytes : Pipeline {
     FirstBytes(std::string *into, size_t most) : Pipeline("image", nullptr), text(into), limit(most)
     {

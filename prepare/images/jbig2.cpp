@@ -38,7 +38,7 @@ bool readBitmapHeader(const std::string &bitmap, size_t *begin, long *width, lon
 }
 
 /* Rows of a bitmap as rows of an image that may have another size; what is missing is white. */
-void takeBitmap(const std::string &bitmap, PackedImage *image)
+void unpackBitmap(const std::string &bitmap, PackedImage *image)
 {
     size_t begin = 0;
     long width = 0, height = 0;
@@ -75,7 +75,7 @@ void decodeJbig2(Document *document, const std::string &data, const std::string 
         throw LimitReached{"A picture in JBIG2 needs the program jbig2dec."};
     if (outcome.output.empty())
         throw LimitReached{"JBIG2 data of an image cannot be read."};
-    takeBitmap(outcome.output, image);
+    unpackBitmap(outcome.output, image);
     /* What it cannot read it leaves white, and says so in its messages alone. */
     image->isDamaged |= outcome.status != ProgramStatus::DONE || !outcome.messages.empty();
 }

@@ -157,7 +157,7 @@ bool hasLostDetail(const std::string &data)
 std::string withTrueLengths(const std::string &data)
 {
     constexpr size_t LENGTH = 6; /* of the tile, from its marker; 0: to the end */
-    std::string mended = data;
+    std::string repaired = data;
     size_t at = findMarker(data, TILE);
     while (at != data.npos && at + LENGTH + 4 <= data.size() && byteAt(data, at) == 0xff &&
            byteAt(data, at + 1) == TILE) {
@@ -165,12 +165,12 @@ std::string withTrueLengths(const std::string &data)
         for (size_t i = 0; i < 4; i++)
             length = length << 8 | byteAt(data, at + LENGTH + i);
         if (length > data.size() - at)
-            mended.replace(at + LENGTH, 4, 4, '\0');
+            repaired.replace(at + LENGTH, 4, 4, '\0');
         if (length == 0 || length > data.size() - at)
             break;
         at += length;
     }
-    return mended;
+    return repaired;
 }
 
 Decoded decodeData(const std::string &data, bool keepsIndices, PackedImage *image)

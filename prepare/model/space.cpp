@@ -246,17 +246,17 @@ DeviceColour fromIndex(const ColourSpace &space, double index)
     return toDevice(*space.base, {values.data(), count});
 }
 
-DeviceColour fromInks(const ColourSpace &space, std::span<const double> inks)
+DeviceColour fromColorants(const ColourSpace &space, std::span<const double> tints)
 {
     if (!space.tint) { /* black ink, the more the higher the tints */
         double ink = 0;
-        for (double tint : inks)
+        for (double tint : tints)
             ink += std::clamp(tint, 0.0, 1.0);
         return {1, {1 - std::min(ink, 1.0), 0, 0, 0}};
     }
     std::array<double, MAX_COLORANTS> values{};
     std::span<double> outputs(values.data(), space.base->components);
-    evaluate(*space.tint, inks, outputs);
+    evaluate(*space.tint, tints, outputs);
     return toDevice(*space.base, outputs);
 }
 
@@ -322,7 +322,7 @@ DeviceColour toDevice(const ColourSpace &space, std::span<const double> given)
         return fromIndex(space, values[0]);
     case Family::SEPARATION:
     case Family::DEVICE_N:
-        return fromInks(space, all);
+        return fromColorants(space, all);
     case Family::PATTERN:
         return space.base ? toDevice(*space.base, all) : DeviceColour{};
     default:
@@ -364,8 +364,8 @@ std::vector<double> initialColour(const ColourSpace &space)
 {
     if (space.family == Family::CMYK)
         return {0, 0, 0, 1};
-    bool isInk = space.family == Family::SEPARATION || space.family == Family::DEVICE_N;
-    return std::vector<double>(space.components, isInk ? 1 : 0);
+    bool isSubtractive = space.family == Family::SEPARATION || space.family == Family::DEVICE_N;
+    return std::vector<double>(space.components, isSubtractive ? 1 : 0);
 }
 
 std::string colourText(const DeviceColour &colour, bool isStroke)

@@ -12,7 +12,7 @@ namespace prepare {
 
 namespace {
 
-/* Takes what a stream decodes to.  What is thrown here must pass libqpdf's own handlers, which
+/* Keeps what a stream decodes to.  What is thrown here must pass libqpdf's own handlers, which
  * turn every std::exception into a warning. */
 struct Sink : Pipeline {
     Sink(std::string *into, size_t most) : Pipeline("decoded", nullptr), text(into), limit(most) {}

@@ -188,7 +188,7 @@ std::string nameOf(Overlay *overlay, QPDFObjectHandle form)
 void paint(Overlay *overlay, QPDFObjectHandle form, const Matrix &matrix, bool isBelow)
 {
     form.getDict().replaceKey("/Subtype", QPDFObjectHandle::newName("/Form"));
-    if (!mendPainted(overlay->document, overlay->page, form))
+    if (!repairPainted(overlay->document, overlay->page, form))
         return;
     std::string &content = isBelow ? overlay->front : overlay->back;
     content += "q " + concatText(matrix) + nameOf(overlay, form) + " Do Q\n";

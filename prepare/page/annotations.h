@@ -11,7 +11,7 @@ namespace prepare {
 /* Paints the page's annotations that are printed (or seen, or none: options.annotations) as forms:
  * behind its content, markers that text shines through in front of it.  Their forms get names in a
  * copy of the page's resources; NEED_ANNOTATIONS is set where there are any.  Needs the page's
- * structure mended and layers loaded.  Throws LimitReached. */
+ * structure repaired and layers loaded.  Throws LimitReached. */
 void drawAnnotations(Document *document, Page *page);
 
 /* Bounds of one page. */

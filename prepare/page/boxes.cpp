@@ -105,7 +105,7 @@ bool boxesNeedWork(const Page &page)
            std::min(media.top, box->top) - std::max(media.bottom, box->bottom) < 1;
 }
 
-void mendBoxes(Document *document, Page *page)
+void normaliseBoxes(Document *document, Page *page)
 {
     Box box = visibleBox(*page);
     double unit = unitOf(*page);

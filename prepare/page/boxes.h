@@ -20,7 +20,7 @@ bool boxesNeedWork(const Page &page);
 
 /* One media box of whole numbers that is what is seen of the page, and a rotation by quarter
  * turns.  Letter where no box makes sense. */
-void mendBoxes(Document *document, Page *page);
+void normaliseBoxes(Document *document, Page *page);
 
 } // namespace prepare
 

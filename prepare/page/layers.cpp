@@ -148,7 +148,7 @@ double hiddenAdvance(const TextState &text, const Operation &operation)
                       : 0.001;
     double advance = 0; /* scaled by 1000 / size */
     for (const Token &token : operation.operands) {
-        if (token.kind == TokenKind::NUMBER && operation.name == "TJ")
+        if (token.kind == TokenKind::NUMBER && operation.op->id == Op::SHOW_ADJUSTED)
             advance -= numberValue(token);
         if (token.kind != TokenKind::STRING && token.kind != TokenKind::HEX_STRING)
             continue;
@@ -165,7 +165,7 @@ double hiddenAdvance(const TextState &text, const Operation &operation)
 
 /* What is open between BMC or BDC and EMC in one piece of content. */
 struct LayerHandler : Handler {
-    bool take(Rewriter *rewriter, const Operation &operation) override;
+    bool visit(Rewriter *rewriter, const Operation &operation) override;
 
   private:
     bool beginsOff(Rewriter *rewriter, const Operation &operation);
@@ -219,7 +219,7 @@ void LayerHandler::hideText(Rewriter *rewriter, const Operation &operation)
     emit(rewriter, before + "[" + numberText(-advance) + "] TJ");
 }
 
-/* Takes what would paint. */
+/* Handles what would paint. */
 bool LayerHandler::silence(Rewriter *rewriter, const Operation &operation)
 {
     if (operation.op->paintsPath()) {
@@ -233,21 +233,21 @@ bool LayerHandler::silence(Rewriter *rewriter, const Operation &operation)
     return operation.op->is(PAINTS);
 }
 
-bool LayerHandler::take(Rewriter *rewriter, const Operation &operation)
+bool LayerHandler::visit(Rewriter *rewriter, const Operation &operation)
 {
-    if (operation.name == "BDC" || operation.name == "BMC") {
+    if (operation.op->id == Op::BEGIN_MARK_PROPERTIES || operation.op->id == Op::BEGIN_MARK) {
         bool isHidden = offDepth > 0 || beginsOff(rewriter, operation);
         (isHidden ? offDepth : onDepth)++;
         return false;
     }
-    if (operation.name == "EMC") {
+    if (operation.op->id == Op::END_MARK) {
         size_t &depth = offDepth > 0 ? offDepth : onDepth;
         depth -= depth > 0;
         return false;
     }
     if (offDepth > 0)
         return silence(rewriter, operation);
-    if (operation.name != "Do" || operation.operands.empty() ||
+    if (operation.op->id != Op::PAINT_OBJECT || operation.operands.empty() ||
         operation.operands.back().kind != TokenKind::NAME)
         return false;
     std::string name = nameValue(operation.operands.back().source);

@@ -54,7 +54,7 @@ std::string plainName(Document *document, const std::string &name)
 }
 
 struct NameHandler : Handler {
-    bool take(Rewriter *rewriter, const Operation &operation) override
+    bool visit(Rewriter *rewriter, const Operation &operation) override
     {
         for (const Naming &naming : namings)
             if (operation.name == naming.op)

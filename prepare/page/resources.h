@@ -22,7 +22,7 @@ void dropUnusedInForms(Document *document);
 /* Does a form or glyph paint itself, through others too? */
 bool hasLoops(Document *document);
 
-/* Takes out forms and glyphs that paint themselves, and what is nested deeper than anybody
+/* Removes forms and glyphs that paint themselves, and what is nested deeper than anybody
  * nests. */
 void cutLoops(Document *document);
 

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int MAX_SPACE_DEPTH = 8;
 
-QPDFObjectHandle mend(Document *document, QPDFObjectHandle space, bool *isChanged, int depth);
+QPDFObjectHandle normalise(Document *document, QPDFObjectHandle space, bool *isChanged, int depth);
 
 QPDFObjectHandle deviceName(int components)
 {
@@ -29,7 +29,8 @@ QPDFObjectHandle deviceName(int components)
 }
 
 /* [/ICCBased stream] */
-QPDFObjectHandle mendProfile(Document *document, QPDFObjectHandle space, bool *isChanged, int depth)
+QPDFObjectHandle normaliseProfile(Document *document, QPDFObjectHandle space, bool *isChanged,
+                                  int depth)
 {
     *isChanged = true;
     QPDFObjectHandle profile = space.getArrayItem(1);
@@ -39,20 +40,21 @@ QPDFObjectHandle mendProfile(Document *document, QPDFObjectHandle space, bool *i
     QPDFObjectHandle alternate = dict.getKey("/Alternate");
     if (alternate.isArray() && alternate.getArrayNItems() > 0 &&
         nameOr(alternate.getArrayItem(0)) == "/Lab") /* its numbers are not device colours */
-        return mend(document, alternate, isChanged, depth + 1);
+        return normalise(document, alternate, isChanged, depth + 1);
     return deviceName(integerOr(dict.getKey("/N"), 3));
 }
 
-/* Puts a mended space at a place of a copy of the array. */
-QPDFObjectHandle mendItem(Document *document, QPDFObjectHandle space, int item, bool *isChanged,
-                          int depth)
+/* Puts a normalised space at a place of a copy of the array. */
+QPDFObjectHandle normaliseItem(Document *document, QPDFObjectHandle space, int item,
+                               bool *isChanged, int depth)
 {
     bool isItemChanged = false;
-    QPDFObjectHandle mended = mend(document, space.getArrayItem(item), &isItemChanged, depth + 1);
-    if (!isItemChanged || mended.isNull())
+    QPDFObjectHandle normalised =
+        normalise(document, space.getArrayItem(item), &isItemChanged, depth + 1);
+    if (!isItemChanged || normalised.isNull())
         return space;
     QPDFObjectHandle copy = space.shallowCopy();
-    copy.setArrayItem(item, mended);
+    copy.setArrayItem(item, normalised);
     *isChanged = true;
     return copy;
 }
@@ -65,14 +67,14 @@ bool isDevice(QPDFObjectHandle space)
 }
 
 /* [/Separation name alternate function], and /DeviceN with one name in its array */
-QPDFObjectHandle mendSeparation(Document *document, QPDFObjectHandle space, bool *isChanged,
-                                int depth)
+QPDFObjectHandle normaliseSeparation(Document *document, QPDFObjectHandle space, bool *isChanged,
+                                     int depth)
 {
     if (space.getArrayNItems() < 4) {
         *isChanged = true;
         return QPDFObjectHandle::newNull();
     }
-    space = mendItem(document, space, 2, isChanged, depth);
+    space = normaliseItem(document, space, 2, isChanged, depth);
     if (isDevice(space.getArrayItem(2)) && isPlainFunction(space.getArrayItem(3), 1))
         return space;
     *isChanged = true;
@@ -86,7 +88,8 @@ QPDFObjectHandle mendSeparation(Document *document, QPDFObjectHandle space, bool
 }
 
 /* [/DeviceN names alternate function attributes] */
-QPDFObjectHandle mendInks(Document *document, QPDFObjectHandle space, bool *isChanged, int depth)
+QPDFObjectHandle normaliseColorants(Document *document, QPDFObjectHandle space, bool *isChanged,
+                                    int depth)
 {
     QPDFObjectHandle names = space.getArrayItem(1);
     if (space.getArrayNItems() < 4 || !names.isArray() || names.getArrayNItems() != 1)
@@ -95,7 +98,7 @@ QPDFObjectHandle mendInks(Document *document, QPDFObjectHandle space, bool *isCh
     QPDFObjectHandle one =
         QPDFObjectHandle::newArray({QPDFObjectHandle::newName("/Separation"), names.getArrayItem(0),
                                     space.getArrayItem(2), space.getArrayItem(3)});
-    return mendSeparation(document, one, isChanged, depth);
+    return normaliseSeparation(document, one, isChanged, depth);
 }
 
 /* The table of an Indexed space in device colours. */
@@ -115,11 +118,12 @@ QPDFObjectHandle deviceIndexed(Document *document, const ColourSpace &space)
 }
 
 /* [/Indexed base hival table] */
-QPDFObjectHandle mendIndexed(Document *document, QPDFObjectHandle space, bool *isChanged, int depth)
+QPDFObjectHandle normaliseIndexed(Document *document, QPDFObjectHandle space, bool *isChanged,
+                                  int depth)
 {
     if (space.getArrayNItems() < 4)
         return space;
-    space = mendItem(document, space, 1, isChanged, depth);
+    space = normaliseItem(document, space, 1, isChanged, depth);
     if (isConvertedSpace(space.getArrayItem(1))) {
         if (SpacePtr read = readSpace({}, space)) {
             *isChanged = true;
@@ -135,7 +139,7 @@ QPDFObjectHandle mendIndexed(Document *document, QPDFObjectHandle space, bool *i
     return copy;
 }
 
-QPDFObjectHandle mend(Document *document, QPDFObjectHandle space, bool *isChanged, int depth)
+QPDFObjectHandle normalise(Document *document, QPDFObjectHandle space, bool *isChanged, int depth)
 {
     if (space.isName())
         return space;
@@ -146,23 +150,23 @@ QPDFObjectHandle mend(Document *document, QPDFObjectHandle space, bool *isChange
     std::string family = nameOr(space.getArrayItem(0));
     int count = space.getArrayNItems();
     if (family == "/ICCBased" && count > 1)
-        return mendProfile(document, space, isChanged, depth);
+        return normaliseProfile(document, space, isChanged, depth);
     if (family == "/Indexed" || family == "/I")
-        return mendIndexed(document, space, isChanged, depth);
+        return normaliseIndexed(document, space, isChanged, depth);
     if (family == "/Separation")
-        return mendSeparation(document, space, isChanged, depth);
+        return normaliseSeparation(document, space, isChanged, depth);
     if (family == "/DeviceN" && count > 2)
-        return mendInks(document, space, isChanged, depth);
+        return normaliseColorants(document, space, isChanged, depth);
     if (family == "/Pattern" && count > 1)
-        return mendItem(document, space, 1, isChanged, depth);
+        return normaliseItem(document, space, 1, isChanged, depth);
     return space;
 }
 
 } // namespace
 
-QPDFObjectHandle mendSpace(Document *document, QPDFObjectHandle space, bool *isChanged)
+QPDFObjectHandle normaliseSpace(Document *document, QPDFObjectHandle space, bool *isChanged)
 {
-    return mend(document, space, isChanged, 0);
+    return normalise(document, space, isChanged, 0);
 }
 
 } // namespace prepare

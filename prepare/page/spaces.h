@@ -1,5 +1,5 @@
 /*
- * spaces.h - colour spaces in the forms that the converter takes
+ * spaces.h - colour spaces in the forms that the converter accepts
  */
 #ifndef PREPARE_PAGE_SPACES_H
 #define PREPARE_PAGE_SPACES_H
@@ -11,7 +11,7 @@ namespace prepare {
 /* The space with profiles replaced by the device space of their number of components, and tables
  * that hold zero bytes as streams; null when it is no space.  `isChanged` is set when it differs
  * from what was given, which stays as it is. */
-QPDFObjectHandle mendSpace(Document *document, QPDFObjectHandle space, bool *isChanged);
+QPDFObjectHandle normaliseSpace(Document *document, QPDFObjectHandle space, bool *isChanged);
 
 } // namespace prepare
 

@@ -1,5 +1,5 @@
 /*
- * structure.cpp - mending what the converter would stop at
+ * structure.cpp - repairs what the converter would stop at
  *
  * Everything here changes objects only where they are wrong, so a document without such places
  * keeps every object as it is.
@@ -28,14 +28,14 @@ StructureMemo &memoOf(Document *document)
     return document->memos.of<StructureMemo>();
 }
 
-struct Mending {
+struct Repair {
     Document *document;
     Page *page;
 };
 
-void changed(Mending *mending)
+void changed(Repair *repair)
 {
-    mending->page->needs |= NEED_STRUCTURE;
+    repair->page->needs |= NEED_STRUCTURE;
 }
 
 /* The attribute of the page or of the nodes above it. */
@@ -57,7 +57,7 @@ const std::map<std::string, std::string> longFilters = {
     {"/DCT", "/DCTDecode"},
 };
 
-void mendFilters(Mending *mending, QPDFObjectHandle stream)
+void repairFilters(Repair *repair, QPDFObjectHandle stream)
 {
     QPDFObjectHandle dict = stream.getDict();
     if (dict.hasKey("/F") && !dict.hasKey("/Filter") && dict.getKey("/F").isName())
@@ -79,48 +79,48 @@ void mendFilters(Mending *mending, QPDFObjectHandle stream)
         bool damaged = false;
         replaceWithFlate(stream, decodeStream(stream, MAX_CONTENT_BYTES, &damaged));
         if (damaged)
-            say(mending->document, Message::StreamCut, mending->page->number);
-        return changed(mending);
+            say(repair->document, Message::StreamCut, repair->page->number);
+        return changed(repair);
     }
     if (!isChanged)
         return;
     dict.replaceKey("/Filter", filter.isArray() ? QPDFObjectHandle::newArray(filters) : filters[0]);
-    changed(mending);
+    changed(repair);
 }
 
-void mendResources(Mending *mending, QPDFObjectHandle resources, int depth);
+void repairResources(Repair *repair, QPDFObjectHandle resources, int depth);
 
 /* A stream's /Resources, if they are any. */
-void mendInner(Mending *mending, QPDFObjectHandle holder, int depth)
+void repairInner(Repair *repair, QPDFObjectHandle holder, int depth)
 {
     QPDFObjectHandle resources = holder.getKey("/Resources");
     if (resources.isDictionary() && !resources.isIndirect()) {
         /* Their usage is kept by number. */
-        resources = mending->document->source.pdf.makeIndirectObject(resources);
+        resources = repair->document->source.pdf.makeIndirectObject(resources);
         holder.replaceKey("/Resources", resources);
     }
     if (resources.isDictionary())
-        mendResources(mending, resources, depth + 1);
+        repairResources(repair, resources, depth + 1);
     else if (holder.hasKey("/Resources"))
         holder.removeKey("/Resources");
 }
 
-void mendImage(Mending *mending, QPDFObjectHandle image)
+void repairImage(Repair *repair, QPDFObjectHandle image)
 {
     QPDFObjectHandle dict = image.getDict();
     if (dict.hasKey("/ColorSpace")) {
         bool isChanged = false;
         QPDFObjectHandle space =
-            mendSpace(mending->document, dict.getKey("/ColorSpace"), &isChanged);
+            normaliseSpace(repair->document, dict.getKey("/ColorSpace"), &isChanged);
         if (isChanged) {
             dict.replaceKey("/ColorSpace", space);
-            changed(mending);
+            changed(repair);
         }
     }
 }
 
 /* Says what an XObject without /Subtype must be. */
-std::string kindOfXObject(Mending *mending, QPDFObjectHandle dict)
+std::string kindOfXObject(Repair *repair, QPDFObjectHandle dict)
 {
     std::string subtype = nameOr(dict.getKey("/Subtype"));
     if (!subtype.empty())
@@ -128,56 +128,56 @@ std::string kindOfXObject(Mending *mending, QPDFObjectHandle dict)
     subtype = dict.hasKey("/BBox") ? "/Form" : dict.hasKey("/Width") ? "/Image" : "";
     if (!subtype.empty()) {
         dict.replaceKey("/Subtype", QPDFObjectHandle::newName(subtype));
-        changed(mending);
+        changed(repair);
     }
     return subtype;
 }
 
-/* False: the converter cannot take it. */
-bool mendXObject(Mending *mending, QPDFObjectHandle object, int depth)
+/* False: the converter cannot accept it. */
+bool repairXObject(Repair *repair, QPDFObjectHandle object, int depth)
 {
     if (!object.isStream())
         return false;
     QPDFObjectHandle dict = object.getDict();
-    std::string subtype = kindOfXObject(mending, dict);
+    std::string subtype = kindOfXObject(repair, dict);
     if (subtype != "/Image" && subtype != "/Form")
         return false;
-    if (!memoOf(mending->document).done.insert(object.getObjGen()).second)
+    if (!memoOf(repair->document).done.insert(object.getObjGen()).second)
         return true;
-    mendFilters(mending, object);
+    repairFilters(repair, object);
     if (subtype == "/Image")
-        mendImage(mending, object);
+        repairImage(repair, object);
     else
-        mendInner(mending, dict, depth);
+        repairInner(repair, dict, depth);
     return true;
 }
 
-void mendType3(Mending *mending, QPDFObjectHandle font, int depth)
+void repairType3(Repair *repair, QPDFObjectHandle font, int depth)
 {
-    mendInner(mending, font, depth);
+    repairInner(repair, font, depth);
     QPDFObjectHandle glyphs = font.getKey("/CharProcs");
     if (!glyphs.isDictionary()) {
         font.replaceKey("/CharProcs", QPDFObjectHandle::newDictionary());
-        return changed(mending);
+        return changed(repair);
     }
     for (auto &[name, glyph] : entriesOf(glyphs)) {
         if (glyph.isStream()) {
-            mendFilters(mending, glyph);
+            repairFilters(repair, glyph);
         } else {
             glyphs.removeKey(name);
-            changed(mending);
+            changed(repair);
         }
     }
 }
 
 /* Drops entries of a simple font that are of a wrong kind. */
-void mendSimpleFont(Mending *mending, QPDFObjectHandle font)
+void repairSimpleFont(Repair *repair, QPDFObjectHandle font)
 {
     auto drop = [&](QPDFObjectHandle dict, const char *key, bool isGood) {
         if (!dict.hasKey(key) || isGood)
             return;
         dict.removeKey(key);
-        changed(mending);
+        changed(repair);
     };
     QPDFObjectHandle descriptor = font.getKey("/FontDescriptor");
     QPDFObjectHandle encoding = font.getKey("/Encoding");
@@ -194,31 +194,31 @@ void mendSimpleFont(Mending *mending, QPDFObjectHandle font)
             drop(descriptor, key, descriptor.getKey(key).isStream());
 }
 
-bool mendFont(Mending *mending, QPDFObjectHandle font, int depth)
+bool repairFont(Repair *repair, QPDFObjectHandle font, int depth)
 {
     if (!font.isDictionary() || !font.getKey("/Subtype").isName())
         return false;
-    if (!memoOf(mending->document).done.insert(font.getObjGen()).second)
+    if (!memoOf(repair->document).done.insert(font.getObjGen()).second)
         return true;
     std::string subtype = nameOr(font.getKey("/Subtype"));
     if (subtype == "/Type3")
-        mendType3(mending, font, depth);
+        repairType3(repair, font, depth);
     else if (subtype != "/Type0")
-        mendSimpleFont(mending, font);
+        repairSimpleFont(repair, font);
     return true;
 }
 
 /* A tiling pattern's cell is content like that of a form. */
-void mendPattern(Mending *mending, QPDFObjectHandle pattern, int depth)
+void repairPattern(Repair *repair, QPDFObjectHandle pattern, int depth)
 {
-    if (!pattern.isStream() || !memoOf(mending->document).done.insert(pattern.getObjGen()).second)
+    if (!pattern.isStream() || !memoOf(repair->document).done.insert(pattern.getObjGen()).second)
         return;
-    mendFilters(mending, pattern);
-    mendInner(mending, pattern.getDict(), depth);
+    repairFilters(repair, pattern);
+    repairInner(repair, pattern.getDict(), depth);
 }
 
-/* Functions of graphics states that the converter takes: names, and tables. */
-void mendStateFunction(Mending *mending, QPDFObjectHandle state, const char *key)
+/* Functions of graphics states that the converter accepts: names, and tables. */
+void repairStateFunction(Repair *repair, QPDFObjectHandle state, const char *key)
 {
     QPDFObjectHandle function = state.getKey(key);
     bool isArray = function.isArray();
@@ -229,19 +229,19 @@ void mendStateFunction(Mending *mending, QPDFObjectHandle state, const char *key
         if (item.isName() || isPlainFunction(item, 1))
             continue;
         isChanged = true;
-        item = sampledFunction(mending->document, item);
+        item = sampledFunction(repair->document, item);
         if (!item.isNull())
             continue;
         state.removeKey(key);
-        return changed(mending);
+        return changed(repair);
     }
     if (!isChanged)
         return;
     state.replaceKey(key, isArray ? QPDFObjectHandle::newArray(items) : items[0]);
-    changed(mending);
+    changed(repair);
 }
 
-/* Are all functions of a halftone, and of those within it, such that the converter takes? */
+/* Are all functions of a halftone, and of those within it, such that the converter accepts? */
 bool isPlainHalftone(QPDFObjectHandle halftone, int depth)
 {
     constexpr int MAX_HALFTONE_DEPTH = 4;
@@ -262,50 +262,50 @@ bool isPlainHalftone(QPDFObjectHandle halftone, int depth)
     return true;
 }
 
-bool mendGraphicsState(Mending *mending, QPDFObjectHandle state)
+bool repairGraphicsState(Repair *repair, QPDFObjectHandle state)
 {
     if (!state.isDictionary())
         return false;
     for (const char *key : {"/TR", "/BG", "/UCR"})
         if (state.hasKey(key))
-            mendStateFunction(mending, state, key);
+            repairStateFunction(repair, state, key);
     if (state.hasKey("/HT") && !isPlainHalftone(state.getKey("/HT"), 0)) {
         state.removeKey("/HT");
-        changed(mending);
+        changed(repair);
     }
     QPDFObjectHandle font = state.getKey("/Font");
     if (font.isArray() && font.getArrayNItems() > 0) {
         QPDFObjectHandle dict = font.getArrayItem(0);
         if (dict.isDictionary() && !dict.isIndirect())
-            font.setArrayItem(0, mending->document->source.pdf.makeIndirectObject(dict));
+            font.setArrayItem(0, repair->document->source.pdf.makeIndirectObject(dict));
     }
     return true;
 }
 
-/* Mends one resource; false: it is dropped. */
-bool mendEntry(Mending *mending, int category, QPDFObjectHandle entries, const std::string &name,
-               QPDFObjectHandle value, int depth)
+/* Repairs one resource; false: it is dropped. */
+bool repairEntry(Repair *repair, int category, QPDFObjectHandle entries, const std::string &name,
+                 QPDFObjectHandle value, int depth)
 {
     switch (category) {
     case XOBJECT:
-        return mendXObject(mending, value, depth);
+        return repairXObject(repair, value, depth);
     case FONT:
         if (value.isDictionary() && !value.isIndirect()) {
-            value = mending->document->source.pdf.makeIndirectObject(value);
+            value = repair->document->source.pdf.makeIndirectObject(value);
             entries.replaceKey(name, value);
         }
-        return mendFont(mending, value, depth);
+        return repairFont(repair, value, depth);
     case EXTGSTATE:
-        return mendGraphicsState(mending, value);
+        return repairGraphicsState(repair, value);
     case PATTERN:
-        mendPattern(mending, value, depth);
+        repairPattern(repair, value, depth);
         return true;
     case COLORSPACE: {
         bool isChanged = false;
-        QPDFObjectHandle space = mendSpace(mending->document, value, &isChanged);
+        QPDFObjectHandle space = normaliseSpace(repair->document, value, &isChanged);
         if (isChanged && !space.isNull()) {
             entries.replaceKey(name, space);
-            changed(mending);
+            changed(repair);
         }
         return !space.isNull();
     }
@@ -314,44 +314,44 @@ bool mendEntry(Mending *mending, int category, QPDFObjectHandle entries, const s
     }
 }
 
-void mendCategory(Mending *mending, QPDFObjectHandle resources, int category, int depth)
+void repairCategory(Repair *repair, QPDFObjectHandle resources, int category, int depth)
 {
     QPDFObjectHandle entries = resources.getKey(categoryKey(category));
     if (entries.isNull())
         return;
     if (!entries.isDictionary()) {
         resources.removeKey(categoryKey(category));
-        return changed(mending);
+        return changed(repair);
     }
-    if (entries.isIndirect() && !memoOf(mending->document).done.insert(entries.getObjGen()).second)
+    if (entries.isIndirect() && !memoOf(repair->document).done.insert(entries.getObjGen()).second)
         return;
     for (const std::string &name : entries.getKeys()) {
-        if (mendEntry(mending, category, entries, name, entries.getKey(name), depth))
+        if (repairEntry(repair, category, entries, name, entries.getKey(name), depth))
             continue;
         entries.removeKey(name);
-        changed(mending);
+        changed(repair);
     }
 }
 
-void mendResources(Mending *mending, QPDFObjectHandle resources, int depth)
+void repairResources(Repair *repair, QPDFObjectHandle resources, int depth)
 {
     if (depth > MAX_FORM_DEPTH)
         return;
     if (resources.isIndirect() &&
-        !memoOf(mending->document).done.insert(resources.getObjGen()).second)
+        !memoOf(repair->document).done.insert(resources.getObjGen()).second)
         return;
     if (depth > 1 && resources.hasKey("/Pattern"))
-        memoOf(mending->document).formsHavePatterns = true;
+        memoOf(repair->document).formsHavePatterns = true;
     for (int category = 0; category < CATEGORIES; category++)
-        mendCategory(mending, resources, category, depth);
+        repairCategory(repair, resources, category, depth);
 }
 
 /* /Contents: a stream, or an array of streams. */
-void mendContents(Mending *mending, QPDFObjectHandle page)
+void repairContents(Repair *repair, QPDFObjectHandle page)
 {
     QPDFObjectHandle contents = page.getKey("/Contents");
     if (contents.isStream())
-        return mendFilters(mending, contents);
+        return repairFilters(repair, contents);
     if (contents.isNull() && !page.hasKey("/Contents"))
         return;
     std::vector<QPDFObjectHandle> streams;
@@ -363,39 +363,39 @@ void mendContents(Mending *mending, QPDFObjectHandle page)
     isWrong |= end != streams.end();
     streams.erase(end, streams.end());
     for (QPDFObjectHandle stream : streams)
-        mendFilters(mending, stream);
+        repairFilters(repair, stream);
     if (!isWrong)
         return;
     page.replaceKey("/Contents", QPDFObjectHandle::newArray(streams));
-    changed(mending);
+    changed(repair);
 }
 
 } // namespace
 
-void mendPage(Document *document, Page *page)
+void repairPage(Document *document, Page *page)
 {
-    Mending mending{document, page};
+    Repair repair{document, page};
     QPDFObjectHandle object = page->object;
     for (const char *key : {"/MediaBox", "/CropBox", "/Rotate", "/Resources"})
         if (object.getKey(key).isNull()) {
             QPDFObjectHandle value = inherited(object, key);
             object.replaceKey(key, value);
         }
-    mendContents(&mending, object);
+    repairContents(&repair, object);
     QPDFObjectHandle resources = object.getKey("/Resources");
     if (!resources.isDictionary()) {
         if (object.hasKey("/Resources"))
-            changed(&mending);
+            changed(&repair);
         object.replaceKey("/Resources", QPDFObjectHandle::newDictionary());
         return;
     }
-    mendResources(&mending, resources, 1);
+    repairResources(&repair, resources, 1);
 }
 
-bool mendPainted(Document *document, Page *page, QPDFObjectHandle object)
+bool repairPainted(Document *document, Page *page, QPDFObjectHandle object)
 {
-    Mending mending{document, page};
-    return mendXObject(&mending, object, 1);
+    Repair repair{document, page};
+    return repairXObject(&repair, object, 1);
 }
 
 bool formsHavePatterns(Document *document)

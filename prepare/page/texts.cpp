@@ -68,9 +68,9 @@ TextStyle readStyle(const std::string &appearance)
     Operation operation;
     while (readOperation(&reader, &operation)) {
         double v[4];
-        size_t count = operation.name == "g" ? 1 : operation.name == "rg" ? 3 : 4;
-        bool isColour = operation.name == "g" || operation.name == "rg" || operation.name == "k";
-        if (operation.name == "Tf" && operation.operands.size() >= 2 &&
+        size_t count = operation.op->operands;
+        bool isColour = operation.op->is(SETS_DEVICE) && !operation.op->ofStrokes();
+        if (operation.op->id == Op::FONT_SIZE && operation.operands.size() >= 2 &&
             numbersOf(operation, v, 1)) {
             const Token &name = operation.operands[operation.operands.size() - 2];
             style.font = standardFont(nameValue(name.source));

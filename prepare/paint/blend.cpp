@@ -185,10 +185,10 @@ DeviceColour blend(Blend mode, const DeviceColour &backdrop, const DeviceColour 
         return inseparable(mode, toRgb(backdrop), toRgb(source));
     DeviceColour b = backdrop, s = source;
     unite(&b, &s);
-    bool isInk = s.components == 4;
+    bool isSubtractive = s.components == 4;
     for (size_t i = 0; i < s.components; i++)
-        s.values[i] = isInk ? 1 - separable(mode, 1 - b.values[i], 1 - s.values[i])
-                            : separable(mode, b.values[i], s.values[i]);
+        s.values[i] = isSubtractive ? 1 - separable(mode, 1 - b.values[i], 1 - s.values[i])
+                                    : separable(mode, b.values[i], s.values[i]);
     return s;
 }
 

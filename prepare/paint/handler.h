@@ -16,18 +16,19 @@ namespace prepare {
 struct TransparencyHandler : Handler {
     void begin(Rewriter *rewriter) override;
     bool placesForm(const Rewriter &rewriter, QPDFObjectHandle form) const override;
-    bool take(Rewriter *rewriter, const Operation &operation) override;
+    bool visit(Rewriter *rewriter, const Operation &operation) override;
     void end(Rewriter *rewriter) override { flush(rewriter); }
 
   private:
-    bool takePath(Rewriter *rewriter, const Operation &operation);
+    bool visitPath(Rewriter *rewriter, const Operation &operation);
     void paintPath(Rewriter *rewriter, const Operation &operation);
-    void paintThroughMask(Rewriter *rewriter, const Operation &operation, const Seen &seen);
-    bool takeText(Rewriter *rewriter, const Operation &operation);
-    bool takeObject(Rewriter *rewriter, const Operation &operation);
-    bool takeImage(Rewriter *rewriter, const Operation &operation, QPDFObjectHandle image);
-    bool takeStencil(Rewriter *rewriter, const Operation &operation);
-    bool takeForm(Rewriter *rewriter, QPDFObjectHandle form);
+    void paintThroughMask(Rewriter *rewriter, const Operation &operation,
+                          const ResolvedPaint &resolved);
+    bool visitText(Rewriter *rewriter, const Operation &operation);
+    bool visitObject(Rewriter *rewriter, const Operation &operation);
+    bool visitImage(Rewriter *rewriter, const Operation &operation, QPDFObjectHandle image);
+    bool visitStencil(Rewriter *rewriter, const Operation &operation);
+    bool visitForm(Rewriter *rewriter, QPDFObjectHandle form);
     void flush(Rewriter *rewriter);
 
     TextPen pen;

@@ -28,11 +28,11 @@ struct BitReader {
     {
         uint64_t value = 0;
         for (unsigned left = bits; left > 0;) {
-            unsigned offset = bit % 8, take = std::min(8 - offset, left);
+            unsigned offset = bit % 8, piece = std::min(8 - offset, left);
             uint64_t byte = bit / 8 < data->size() ? (uint8_t)(*data)[bit / 8] : 0;
-            value = value << take | (byte >> (8 - offset - take) & ((1u << take) - 1));
-            bit += take;
-            left -= take;
+            value = value << piece | (byte >> (8 - offset - piece) & ((1u << piece) - 1));
+            bit += piece;
+            left -= piece;
         }
         return (double)value;
     }

@@ -149,14 +149,16 @@ std::optional<std::string> meshContent(Rewriter *rewriter, const Shading &shadin
         return "";
     }
     std::string clip = outlineOf(*mesh, MAX_OUTLINE_PARTS);
-    std::string place = placed(width, 0, 0, height, visible.left, visible.bottom);
+    std::string place = concatText({width, 0, 0, height, visible.left, visible.bottom});
     std::string name = addPicture(rewriter, picture.width, picture.height, shading.components,
                                   pictureBytes(shading, picture));
     if (!clip.empty())
         return "q\n" + clip + "W n " + place + name + " Do Q\n";
-    return "q " + place + "q " + placed(1.0 / picture.width, 0, 0, 1.0 / picture.height, 0, 0) +
-           "\n" + coveredPath(picture) + "W n " +
-           placed(picture.width, 0, 0, picture.height, 0, 0) + name + " Do Q Q\n";
+    return "q " + place + "q " +
+           concatText({1.0 / picture.width, 0, 0, 1.0 / picture.height, 0, 0}) + "\n" +
+           coveredPath(picture) + "W n " +
+           concatText({(double)picture.width, 0, 0, (double)picture.height, 0, 0}) + name +
+           " Do Q Q\n";
 }
 
 } // namespace prepare

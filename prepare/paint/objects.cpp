@@ -27,39 +27,39 @@ struct PlacedForms {
 } // namespace
 
 /* A stencil is painted in the fill colour. */
-bool TransparencyHandler::takeStencil(Rewriter *rewriter, const Operation &operation)
+bool TransparencyHandler::visitStencil(Rewriter *rewriter, const Operation &operation)
 {
     Painted painted;
     painted.box = imageBox(rewriter->state);
-    Seen seen = resolveColour(rewriter, painted);
-    leaveMark(rewriter, seen, painted);
-    if (seen.isNothing)
+    ResolvedPaint resolved = resolveColour(rewriter, painted);
+    leaveMark(rewriter, resolved, painted);
+    if (resolved.isNothing)
         return true;
-    if (seen.isPlain)
+    if (resolved.isPlain)
         return false;
     std::string front, behind;
-    select(rewriter, seen, FILL, &front, &behind);
+    select(rewriter, resolved, FILL, &front, &behind);
     emit(rewriter, front + std::string(operation.source) + behind);
     return true;
 }
 
 /* The image without its masks, for what cannot be computed. */
-bool TransparencyHandler::takeImage(Rewriter *rewriter, const Operation &operation,
-                                    QPDFObjectHandle image)
+bool TransparencyHandler::visitImage(Rewriter *rewriter, const Operation &operation,
+                                     QPDFObjectHandle image)
 {
     Painted painted;
     painted.box = imageBox(rewriter->state);
-    painted.isPartial = painted.takesMask = painted.takesLimit = true;
+    painted.isPartial = painted.acceptsMask = painted.acceptsLimit = true;
     painted.hasOwnMask = image.getDict().getKey("/SMask").isStream();
-    Seen seen = resolve(rewriter, painted);
-    addMark(&paintingOf(rewriter)->scene, {seen.box, false, false, {}});
-    if (seen.isNothing)
+    ResolvedPaint resolved = resolve(rewriter, painted);
+    addMark(&paintingOf(rewriter)->scene, {resolved.box, false, false, {}});
+    if (resolved.isNothing)
         return true;
-    if (isEmpty(seen.box))
+    if (isEmpty(resolved.box))
         return false;
-    ImagePlace place = {seen.chain, seen.mask, seen.softMask, Matrix()};
-    if (seen.mask) {
-        std::optional<Matrix> back = inverseOf(seen.mask->placement);
+    ImagePlace place = {resolved.chain, resolved.mask, resolved.softMask, Matrix()};
+    if (resolved.mask) {
+        std::optional<Matrix> back = inverseOf(resolved.mask->placement);
         place.toMask = rewriter->state.now.ctm * back.value_or(Matrix{0, 0, 0, 0, -1, -1});
     }
     Document *document = rewriter->document;
@@ -67,11 +67,11 @@ bool TransparencyHandler::takeImage(Rewriter *rewriter, const Operation &operati
     try {
         const FlatImages::Known &known = flatImageOf(rewriter, image, place, {});
         if (known.flat.isGuessed)
-            askForRegion(rewriter, seen.box, "a transparent picture");
-        if (known.name.empty() && isLimited(seen)) {
+            askForRegion(rewriter, resolved.box, "a transparent picture");
+        if (known.name.empty() && isLimited(resolved)) {
             images.kept.insert(image.getObjGen());
             if (known.flat.kind != FlatKind::NOTHING)
-                emit(rewriter, "q " + limitText(*rewriter, seen.limit) +
+                emit(rewriter, "q " + limitText(*rewriter, resolved.limit) +
                                    std::string(operation.source) + " Q");
             return true;
         }
@@ -83,19 +83,19 @@ bool TransparencyHandler::takeImage(Rewriter *rewriter, const Operation &operati
             images.replaced.insert(image.getObjGen());
         putResource(rewriter, XOBJECT, known.name, known.flat.image);
         std::string text = paintText(known);
-        if (isLimited(seen))
-            text = "q " + limitText(*rewriter, seen.limit) + text + " Q";
+        if (isLimited(resolved))
+            text = "q " + limitText(*rewriter, resolved.limit) + text + " Q";
         emit(rewriter, text);
         return true;
     } catch (const LimitReached &limit) {
         say(document, Message::PictureDrawn, rewriter->page->number, {limit.text});
     }
     images.kept.insert(image.getObjGen());
-    askForRegion(rewriter, seen.box, "a transparent picture");
+    askForRegion(rewriter, resolved.box, "a transparent picture");
     return false;
 }
 
-bool TransparencyHandler::takeForm(Rewriter *rewriter, QPDFObjectHandle form)
+bool TransparencyHandler::visitForm(Rewriter *rewriter, QPDFObjectHandle form)
 {
     const GraphicsState &now = rewriter->state.now;
     GraphicsState inner = stateInForm(now, form);
@@ -126,17 +126,17 @@ bool TransparencyHandler::takeForm(Rewriter *rewriter, QPDFObjectHandle form)
     return true;
 }
 
-bool TransparencyHandler::takeObject(Rewriter *rewriter, const Operation &operation)
+bool TransparencyHandler::visitObject(Rewriter *rewriter, const Operation &operation)
 {
     QPDFObjectHandle object = namedResource(rewriter->scope, XOBJECT, operation);
     if (isForm(object) && placesForm(*rewriter, object))
-        return takeForm(rewriter, object);
+        return visitForm(rewriter, object);
     if (isForm(object) && isActive(*rewriter))
         askForRegion(rewriter, stateInForm(rewriter->state.now, object).clip, "a transparent form");
     if (isImage(object) && isActive(*rewriter) && isStencil(object))
-        return takeStencil(rewriter, operation);
+        return visitStencil(rewriter, operation);
     if (isImage(object) && !isStencil(object) && (isActive(*rewriter) || isMasked(object)))
-        return takeImage(rewriter, operation, object);
+        return visitImage(rewriter, operation, object);
     survey(painting.get(), &rewriter->state, &pen, operation, rewriter->depth);
     return false;
 }

@@ -20,7 +20,7 @@ struct PatternText {
 
 struct PatternHandler : Handler {
     void begin(Rewriter *rewriter) override { firstClip = rewriter->state.now.clip; }
-    bool take(Rewriter *rewriter, const Operation &operation) override;
+    bool visit(Rewriter *rewriter, const Operation &operation) override;
     void end(Rewriter *rewriter) override;
 
     Box firstClip; /* the clip with which the content begins */
@@ -58,10 +58,10 @@ DeviceColour plainColour(const Paint &paint);
 std::string paintOf(const PatternHandler *handler, Rewriter *rewriter, const Paint &colour,
                     const Box &box);
 
-/* Parts of the handler: text objects, and stencil masks.  True: the operation has been taken. */
-bool takeText(PatternHandler *handler, Rewriter *rewriter, const Operation &operation);
+/* Parts of the handler: text objects, and stencil masks.  True: the operation has been handled. */
+bool visitText(PatternHandler *handler, Rewriter *rewriter, const Operation &operation);
 void endText(PatternHandler *handler, Rewriter *rewriter);
-bool takeStencil(PatternHandler *handler, Rewriter *rewriter, const Operation &operation);
+bool visitStencil(PatternHandler *handler, Rewriter *rewriter, const Operation &operation);
 
 } // namespace prepare
 

@@ -204,7 +204,7 @@ void paintPath(PatternHandler *handler, Rewriter *rewriter, const Operation &ope
 }
 
 /* Paths, while a pattern is selected. */
-bool takePath(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
+bool visitPath(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
 {
     bool isHeld = !handler->path.empty();
     if (operation.op->is(MAKES_PATH)) {
@@ -228,7 +228,7 @@ bool takePath(PatternHandler *handler, Rewriter *rewriter, const Operation &oper
 
 /* ---- sh ---- */
 
-bool takeShading(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
+bool visitShading(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
 {
     if (operation.op->id != Op::SHADING_FILL)
         return false;
@@ -249,14 +249,14 @@ bool takeShading(PatternHandler *handler, Rewriter *rewriter, const Operation &o
 
 } // namespace
 
-bool PatternHandler::take(Rewriter *rewriter, const Operation &operation)
+bool PatternHandler::visit(Rewriter *rewriter, const Operation &operation)
 {
     if (rewriter->isUncoloured && isColourOperator(*operation.op))
         return true;
-    if (takeText(this, rewriter, operation) || takePath(this, rewriter, operation))
+    if (visitText(this, rewriter, operation) || visitPath(this, rewriter, operation))
         return true;
-    return selectsPattern(rewriter, operation) || takeShading(this, rewriter, operation) ||
-           takeStencil(this, rewriter, operation);
+    return selectsPattern(rewriter, operation) || visitShading(this, rewriter, operation) ||
+           visitStencil(this, rewriter, operation);
 }
 
 void PatternHandler::end(Rewriter *rewriter)

@@ -82,7 +82,7 @@ bool paintStencil(PatternHandler *handler, Rewriter *rewriter, QPDFObjectHandle 
 
 } // namespace
 
-bool takeStencil(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
+bool visitStencil(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
 {
     bool isInline = operation.op->id == Op::INLINE_IMAGE;
     const Paint &fill = rewriter->state.now.fill;

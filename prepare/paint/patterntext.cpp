@@ -50,7 +50,7 @@ Box shownBox(PatternHandler *handler, Rewriter *rewriter, const Operation &opera
     return transformed(rewriter->state.textMatrix * rewriter->state.now.ctm, box);
 }
 
-void noteShownText(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
+void recordShownText(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
 {
     const GraphicsState &now = rewriter->state.now;
     Box box = shownBox(handler, rewriter, operation);
@@ -171,7 +171,7 @@ void beginText(PatternHandler *handler, Rewriter *rewriter)
 
 } // namespace
 
-bool takeText(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
+bool visitText(PatternHandler *handler, Rewriter *rewriter, const Operation &operation)
 {
     if (operation.op->id == Op::BEGIN_TEXT && !handler->isInText) {
         beginText(handler, rewriter);
@@ -191,7 +191,7 @@ bool takeText(PatternHandler *handler, Rewriter *rewriter, const Operation &oper
     if (operation.op->is(MOVES_TEXT))
         handler->shown = 0;
     if (operation.op->is(SHOWS_TEXT))
-        noteShownText(handler, rewriter, operation);
+        recordShownText(handler, rewriter, operation);
     handler->hasSavedInText |= operation.op->id == Op::SAVE || operation.op->id == Op::RESTORE;
     handler->text += std::string(operation.source) + "\n";
     return true;

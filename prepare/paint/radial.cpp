@@ -114,7 +114,7 @@ Circle beyond(const Radial &radial, double s)
 /* Everything but a circle. */
 std::string clipOutside(const Box &box, const Circle &circle)
 {
-    return rectangle(box.left, box.bottom, box.right, box.top) + circlePath(circle) + "W* n\n";
+    return rectangleText(box) + circlePath(circle) + "W* n\n";
 }
 
 /* One circle holds the other. */

@@ -119,7 +119,7 @@ Page *pageOfOriginal(Document *document, const Page &page)
     if (!original->ready.insert(page.number).second)
         return source;
     Document *copy = &original->document;
-    mendPage(copy, source);
+    repairPage(copy, source);
     drawAnnotations(copy, source);
     if (page.needs & NEED_LAYERS) {
         const Observer *observers[] = {&layerObserver};

@@ -12,10 +12,10 @@
 
 namespace prepare {
 
-const Paint &paintOf(const Rewriter *rewriter, Ink ink)
+const Paint &paintOf(const Rewriter *rewriter, PaintSide side)
 {
     const GraphicsState &now = rewriter->state.now;
-    return ink == STROKE ? now.stroke : now.fill;
+    return side == STROKE ? now.stroke : now.fill;
 }
 
 bool isActive(const Rewriter &rewriter)
@@ -64,7 +64,7 @@ Masks masksAt(Rewriter *rewriter, const Box &box, const Painted &painted)
 {
     Masks masks;
     const Transparency &now = rewriter->state.now.transparency;
-    addMask(rewriter, &masks, painted.ink == FILL ? now.fillAlpha : now.strokeAlpha,
+    addMask(rewriter, &masks, painted.side == FILL ? now.fillAlpha : now.strokeAlpha,
             painted.hasOwnMask ? QPDFObjectHandle() : now.softMask, now.softMaskMatrix, box);
     const std::vector<Group> &groups = paintingOf(rewriter)->scene.groups;
     for (size_t level = groups.size(); level-- > 1;)
@@ -84,84 +84,85 @@ bool commutes(const Chain &chain, size_t step)
 
 } // namespace
 
-Seen resolve(Rewriter *rewriter, const Painted &painted)
+ResolvedPaint resolve(Rewriter *rewriter, const Painted &painted)
 {
     ContentState *state = &rewriter->state;
     const Transparency &now = state->now.transparency;
-    Seen seen;
-    seen.box = intersection(painted.box, state->now.clip);
-    if (isEmpty(seen.box))
-        return seen;
+    ResolvedPaint resolved;
+    resolved.box = intersection(painted.box, state->now.clip);
+    if (isEmpty(resolved.box))
+        return resolved;
     countWork(paintingOf(rewriter));
     if (isSpent(*paintingOf(rewriter))) { /* as if nothing were below */
-        seen.chain.isKnown = false;
-        seen.chain.steps.push_back({{}, {}, 1, Blend::NORMAL});
-        askForRegion(rewriter, seen.box, "transparency");
-        return seen;
+        resolved.chain.isKnown = false;
+        resolved.chain.steps.push_back({{}, {}, 1, Blend::NORMAL});
+        askForRegion(rewriter, resolved.box, "transparency");
+        return resolved;
     }
-    Masks masks = masksAt(rewriter, seen.box, painted);
-    if (!contains(masks.limit, seen.box)) {
-        Box left = intersection(seen.box, masks.limit);
-        seen.isNothing = isEmpty(left);
-        bool canClip = painted.takesLimit && !masks.image;
+    Masks masks = masksAt(rewriter, resolved.box, painted);
+    if (!contains(masks.limit, resolved.box)) {
+        Box left = intersection(resolved.box, masks.limit);
+        resolved.isNothing = isEmpty(left);
+        bool canClip = painted.acceptsLimit && !masks.image;
         masks.isKnown &= canClip;
         if (canClip) {
-            seen.limit = masks.limit;
-            seen.box = left;
+            resolved.limit = masks.limit;
+            resolved.box = left;
         }
     }
     bool isPartial = painted.isPartial || masks.image;
-    seen.chain = chainOf(paintingOf(rewriter)->scene, seen.box, masks.alphas, now.blend, isPartial);
-    for (const Step &step : seen.chain.steps)
-        seen.isNothing |= step.alpha <= 0;
-    bool canMask =
-        painted.takesMask && masks.isKnown && masks.image && commutes(seen.chain, masks.imageStep);
+    resolved.chain =
+        chainOf(paintingOf(rewriter)->scene, resolved.box, masks.alphas, now.blend, isPartial);
+    for (const Step &step : resolved.chain.steps)
+        resolved.isNothing |= step.alpha <= 0;
+    bool canMask = painted.acceptsMask && masks.isKnown && masks.image &&
+                   commutes(resolved.chain, masks.imageStep);
     if (canMask) {
-        seen.mask = masks.image;
-        seen.softMask = masks.softMask;
+        resolved.mask = masks.image;
+        resolved.softMask = masks.softMask;
     }
-    seen.chain.isKnown &= masks.isKnown && (!masks.image || canMask);
-    seen.isPlain = isPlain(seen.chain) && !seen.mask;
-    if (!seen.chain.isKnown && !seen.isNothing && !painted.isPartial)
-        askForRegion(rewriter, seen.box, "transparency");
-    return seen;
+    resolved.chain.isKnown &= masks.isKnown && (!masks.image || canMask);
+    resolved.isPlain = isPlain(resolved.chain) && !resolved.mask;
+    if (!resolved.chain.isKnown && !resolved.isNothing && !painted.isPartial)
+        askForRegion(rewriter, resolved.box, "transparency");
+    return resolved;
 }
 
-Seen resolveColour(Rewriter *rewriter, const Painted &painted)
+ResolvedPaint resolveColour(Rewriter *rewriter, const Painted &painted)
 {
-    Seen seen = resolve(rewriter, painted);
-    if (seen.chain.steps.empty())
-        return seen;
-    Layer layer = {deviceColourOf(paintOf(rewriter, painted.ink)), 1};
-    bool hasPattern = isPattern(paintOf(rewriter, painted.ink));
-    if (hasPattern && !seen.isPlain && !seen.isNothing && seen.chain.isKnown)
-        askForRegion(rewriter, seen.box, "a transparent pattern");
-    seen.isPlain |= hasPattern;
-    seen.colour = onPaper(seen.chain, layer);
-    return seen;
+    ResolvedPaint resolved = resolve(rewriter, painted);
+    if (resolved.chain.steps.empty())
+        return resolved;
+    Layer layer = {deviceColourOf(paintOf(rewriter, painted.side)), 1};
+    bool hasPattern = isPattern(paintOf(rewriter, painted.side));
+    if (hasPattern && !resolved.isPlain && !resolved.isNothing && resolved.chain.isKnown)
+        askForRegion(rewriter, resolved.box, "a transparent pattern");
+    resolved.isPlain |= hasPattern;
+    resolved.colour = onPaper(resolved.chain, layer);
+    return resolved;
 }
 
-void leaveMark(Rewriter *rewriter, const Seen &seen, const Painted &painted,
+void leaveMark(Rewriter *rewriter, const ResolvedPaint &resolved, const Painted &painted,
                const std::vector<Box> &boxes)
 {
-    if (isEmpty(seen.box) || seen.chain.steps.empty() || seen.isNothing)
+    if (isEmpty(resolved.box) || resolved.chain.steps.empty() || resolved.isNothing)
         return;
-    bool isKnown = seen.chain.isKnown && !seen.mask && !painted.isPartial &&
-                   !isPattern(paintOf(rewriter, painted.ink));
-    Layer layer = {deviceColourOf(paintOf(rewriter, painted.ink)), 1};
-    Mark mark = {seen.box, painted.covers && rewriter->state.now.isClipRectangle, isKnown,
-                 inGroup(seen.chain, layer)};
+    bool isKnown = resolved.chain.isKnown && !resolved.mask && !painted.isPartial &&
+                   !isPattern(paintOf(rewriter, painted.side));
+    Layer layer = {deviceColourOf(paintOf(rewriter, painted.side)), 1};
+    Mark mark = {resolved.box, painted.covers && rewriter->state.now.isClipRectangle, isKnown,
+                 inGroup(resolved.chain, layer)};
     if (boxes.empty())
         addMark(&paintingOf(rewriter)->scene, mark);
     for (const Box &box : boxes) {
-        mark.box = intersection(box, seen.box);
+        mark.box = intersection(box, resolved.box);
         addMark(&paintingOf(rewriter)->scene, mark);
     }
 }
 
-bool isLimited(const Seen &seen)
+bool isLimited(const ResolvedPaint &resolved)
 {
-    return !contains(seen.limit, EVERYTHING);
+    return !contains(resolved.limit, EVERYTHING);
 }
 
 std::string limitText(const Rewriter &rewriter, const Box &limit)
@@ -181,12 +182,13 @@ std::string limitText(const Rewriter &rewriter, const Box &limit)
     return text + "h W n ";
 }
 
-void select(Rewriter *rewriter, const Seen &seen, Ink ink, std::string *front, std::string *behind)
+void select(Rewriter *rewriter, const ResolvedPaint &resolved, PaintSide side, std::string *front,
+            std::string *behind)
 {
-    if (seen.isPlain)
+    if (resolved.isPlain)
         return;
-    *front += colourText(seen.colour, ink == STROKE) + "\n";
-    *behind += "\n" + selectText(rewriter, paintOf(rewriter, ink), ink == STROKE);
+    *front += colourText(resolved.colour, side == STROKE) + "\n";
+    *behind += "\n" + selectText(rewriter, paintOf(rewriter, side), side == STROKE);
 }
 
 } // namespace prepare

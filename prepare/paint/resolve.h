@@ -16,10 +16,10 @@
 
 namespace prepare {
 
-enum Ink { FILL, STROKE };
+enum PaintSide { FILL, STROKE };
 
 /* What becomes of one paint: of a fill, a stroke, or an image. */
-struct Seen {
+struct ResolvedPaint {
     bool isNothing = false;
     bool isPlain = true; /* the colour stays */
     Box box;
@@ -34,16 +34,16 @@ struct Painted {
     Box box;
     bool covers = false;
     bool isPartial = false;  /* it may be transparent in itself */
-    bool takesMask = false;  /* it can be painted through the image of a mask */
-    bool takesLimit = false; /* it can be clipped */
+    bool acceptsMask = false;  /* it can be painted through the image of a mask */
+    bool acceptsLimit = false; /* it can be clipped */
     bool hasOwnMask = false; /* which takes the place of the state's */
-    Ink ink = FILL;
+    PaintSide side = FILL;
 };
 
 /* What has been painted so far where this content is painted. */
 Painting *paintingOf(const Rewriter *rewriter);
 
-const Paint &paintOf(const Rewriter *rewriter, Ink ink);
+const Paint &paintOf(const Rewriter *rewriter, PaintSide side);
 
 /* Is anything transparent here? */
 bool isActive(const Rewriter &rewriter);
@@ -51,23 +51,24 @@ bool isActive(const Rewriter &rewriter);
 /* The box is to become a picture: it cannot be computed. */
 void askForRegion(Rewriter *rewriter, const Box &box, const char *reason);
 
-Seen resolve(Rewriter *rewriter, const Painted &painted);
+ResolvedPaint resolve(Rewriter *rewriter, const Painted &painted);
 
 /* Something of one colour. */
-Seen resolveColour(Rewriter *rewriter, const Painted &painted);
+ResolvedPaint resolveColour(Rewriter *rewriter, const Painted &painted);
 
 /* Marks what was painted; in these boxes only, where it leaves room between them. */
-void leaveMark(Rewriter *rewriter, const Seen &seen, const Painted &painted,
+void leaveMark(Rewriter *rewriter, const ResolvedPaint &resolved, const Painted &painted,
                const std::vector<Box> &boxes = {});
 
-bool isLimited(const Seen &seen);
+bool isLimited(const ResolvedPaint &resolved);
 
 /* A clip to the limit, in the space of the content. */
 std::string limitText(const Rewriter &rewriter, const Box &limit);
 
 /* The colour as it is seen, to stand in front of what is painted; and the document's own, to stand
  * behind it. */
-void select(Rewriter *rewriter, const Seen &seen, Ink ink, std::string *front, std::string *behind);
+void select(Rewriter *rewriter, const ResolvedPaint &resolved, PaintSide side, std::string *front,
+            std::string *behind);
 
 } // namespace prepare
 

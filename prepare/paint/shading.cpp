@@ -102,21 +102,9 @@ void appendBytes(std::string *bytes, const DeviceColour &colour)
         bytes->push_back((char)std::lround(colour.values[i] * 255));
 }
 
-std::string placed(double a, double b, double c, double d, double e, double f)
-{
-    return concatText({a, b, c, d, e, f});
-}
-
-std::string rectangle(double left, double bottom, double right, double top)
-{
-    return numberText(left) + " " + numberText(bottom) + " " + numberText(right - left) + " " +
-           numberText(top - bottom) + " re ";
-}
-
 std::string filledBox(const Box &box, const DeviceColour &colour)
 {
-    return colourText(colour, false) + " " + rectangle(box.left, box.bottom, box.right, box.top) +
-           "f\n";
+    return colourText(colour, false) + " " + rectangleText(box) + "f\n";
 }
 
 std::string addPicture(Rewriter *rewriter, int width, int height, size_t components,
@@ -176,8 +164,8 @@ std::string functionContent(Rewriter *rewriter, const Shading &shading)
     rewriter->document->budget.shadingWork +=
         (double)side * side * (double)costOf(*shading.function);
     std::string name = addPicture(rewriter, side, side, shading.components, bytes);
-    return "q " + placed(m[0], m[1], m[2], m[3], m[4], m[5]) +
-           placed(width, 0, 0, height, domain[0], domain[2]) + name + " Do Q\n";
+    return "q " + concatText({m[0], m[1], m[2], m[3], m[4], m[5]}) +
+           concatText({width, 0, 0, height, domain[0], domain[2]}) + name + " Do Q\n";
 }
 
 /* ---- type 2 ---- */
@@ -213,7 +201,7 @@ std::string axialContent(Rewriter *rewriter, const Shading &shading, const Box &
     if (!inwards)
         return "";
     Box there = transformed(*inwards, box);
-    std::string text = "q " + placed(axis.a, axis.b, axis.c, axis.d, axis.e, axis.f) + "\n";
+    std::string text = "q " + concatText(axis) + "\n";
     double from = std::max(0.0, there.left), to = std::min(1.0, there.right);
     double middle = (from + to) / 2; /* the ends reach below the picture, so that no gap shows */
     if (shading.extendsStart && there.left < 0)
@@ -227,7 +215,7 @@ std::string axialContent(Rewriter *rewriter, const Shading &shading, const Box &
         std::string bytes = coloursAlong(shading, from, to, &count);
         rewriter->document->budget.shadingWork += 2 * count * (double)costOf(*shading.function);
         std::string name = addPicture(rewriter, count, 1, shading.components, bytes);
-        text += "q " + placed(to - from, 0, 0, there.top - there.bottom, from, there.bottom) +
+        text += "q " + concatText({to - from, 0, 0, there.top - there.bottom, from, there.bottom}) +
                 name + " Do Q\n";
     }
     return text + "Q\n";
@@ -261,8 +249,7 @@ std::optional<std::string> shadingContent(Rewriter *rewriter, const ResourceScop
     QPDFObjectHandle background = entryOf(shading->dict, "/Background");
     std::string text;
     if (limits.isArray()) {
-        Box inner = boxOf(limits);
-        text += rectangle(inner.left, inner.bottom, inner.right, inner.top) + "W n\n";
+        text += rectangleText(boxOf(limits)) + "W n\n";
     }
     if (isPattern && background.isArray())
         text += filledBox(box, toDevice(*shading->space, numbersOf(background, MAX_COLORANTS)));

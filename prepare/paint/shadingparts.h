@@ -39,9 +39,7 @@ DeviceColour colourAlong(const Shading &shading, double part);
 /* A byte for each component, as pictures have them. */
 void appendBytes(std::string *bytes, const DeviceColour &colour);
 
-/* Operators: a change of the matrix; a rectangle as path; a box in one colour. */
-std::string placed(double a, double b, double c, double d, double e, double f);
-std::string rectangle(double left, double bottom, double right, double top);
+/* Operators: a box in one colour. */
 std::string filledBox(const Box &box, const DeviceColour &colour);
 
 /* A picture in a device space; the name of its resource. */

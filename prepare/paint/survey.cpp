@@ -60,8 +60,8 @@ void surveyText(Painting *painting, ContentState *state, TextPen *pen, const Ope
 {
     Box box = showText(pen, *state, operation);
     int mode = state->now.text.mode;
-    bool isStroke = mode == 1 || mode == 5, isSeen = mode != 3 && mode != 7;
-    if (!isSeen)
+    bool isStroke = mode == 1 || mode == 5, isVisible = mode != 3 && mode != 7;
+    if (!isVisible)
         return;
     const Transparency &transparency = state->now.transparency;
     const Paint &paint = isStroke ? state->now.stroke : state->now.fill;

@@ -57,7 +57,7 @@ void TransparencyHandler::flush(Rewriter *rewriter)
     emit(rewriter, held);
 }
 
-bool TransparencyHandler::takePath(Rewriter *rewriter, const Operation &operation)
+bool TransparencyHandler::visitPath(Rewriter *rewriter, const Operation &operation)
 {
     bool isMaking = operation.op->is(MAKES_PATH), isClip = operation.op->is(CLIPS);
     if (!isMaking && !isClip)
@@ -70,10 +70,10 @@ bool TransparencyHandler::takePath(Rewriter *rewriter, const Operation &operatio
 
 /* Fills and strokes seen through a mask are an image behind the path as clip. */
 void TransparencyHandler::paintThroughMask(Rewriter *rewriter, const Operation &operation,
-                                           const Seen &seen)
+                                           const ResolvedPaint &resolved)
 {
     DeviceColour colour = deviceColourOf(paintOf(rewriter, FILL));
-    ImagePlace place = {seen.chain, seen.mask, seen.softMask, Matrix()};
+    ImagePlace place = {resolved.chain, resolved.mask, resolved.softMask, Matrix()};
     const FlatImages::Known *known = nullptr;
     std::optional<Matrix> back = inverseOf(rewriter->state.now.ctm);
     try {
@@ -87,10 +87,10 @@ void TransparencyHandler::paintThroughMask(Rewriter *rewriter, const Operation &
     if (known && known->flat.kind != FlatKind::NOTHING) {
         if (!known->name.empty())
             putResource(rewriter, XOBJECT, known->name, known->flat.image);
-        text = "q " + path + "\n" + rule + " n " + concatText(seen.mask->placement * *back) +
+        text = "q " + path + "\n" + rule + " n " + concatText(resolved.mask->placement * *back) +
                paintText(*known) + " Q\n" + path + "\n";
     } else if (!known) {
-        askForRegion(rewriter, seen.box, "a soft mask");
+        askForRegion(rewriter, resolved.box, "a soft mask");
     }
     text += clip + "n";
     path.clear();
@@ -106,11 +106,11 @@ void TransparencyHandler::paintPath(Rewriter *rewriter, const Operation &operati
     Painted fill, stroke;
     fill.box = pathBox(state, false);
     fill.covers = isRectangle(state.path);
-    fill.takesMask = !strokes && !isPattern(paintOf(rewriter, FILL));
+    fill.acceptsMask = !strokes && !isPattern(paintOf(rewriter, FILL));
     stroke.box = pathBox(state, true);
-    stroke.ink = STROKE;
-    fill.takesLimit = stroke.takesLimit = fills != strokes;
-    Seen filled, stroked;
+    stroke.side = STROKE;
+    fill.acceptsLimit = stroke.acceptsLimit = fills != strokes;
+    ResolvedPaint filled, stroked;
     if (fills)
         filled = resolveColour(rewriter, fill);
     if (strokes)
@@ -135,7 +135,7 @@ void TransparencyHandler::paintPath(Rewriter *rewriter, const Operation &operati
         select(rewriter, filled, FILL, &text, &behind);
     if (doesStroke)
         select(rewriter, stroked, STROKE, &text, &behind);
-    const Seen &only = fills ? filled : stroked;
+    const ResolvedPaint &only = fills ? filled : stroked;
     if (isLimited(only) && operatorText != "n") {
         text = "q " + limitText(*rewriter, only.limit) + text + path + "\n" + operatorText + "\nQ";
         if (!clip.empty())
@@ -148,7 +148,7 @@ void TransparencyHandler::paintPath(Rewriter *rewriter, const Operation &operati
     emit(rewriter, text);
 }
 
-bool TransparencyHandler::takeText(Rewriter *rewriter, const Operation &operation)
+bool TransparencyHandler::visitText(Rewriter *rewriter, const Operation &operation)
 {
     Box box = showText(&pen, rewriter->state, operation);
     int mode = rewriter->state.now.text.mode & 3;
@@ -156,8 +156,8 @@ bool TransparencyHandler::takeText(Rewriter *rewriter, const Operation &operatio
         return false;
     Painted fill, stroke;
     fill.box = stroke.box = box;
-    stroke.ink = STROKE;
-    Seen filled, stroked;
+    stroke.side = STROKE;
+    ResolvedPaint filled, stroked;
     if (mode != 1)
         filled = resolveColour(rewriter, fill);
     if (mode != 0)
@@ -181,10 +181,10 @@ bool TransparencyHandler::takeText(Rewriter *rewriter, const Operation &operatio
     return true;
 }
 
-bool TransparencyHandler::take(Rewriter *rewriter, const Operation &operation)
+bool TransparencyHandler::visit(Rewriter *rewriter, const Operation &operation)
 {
     painting->work++;
-    if (takePath(rewriter, operation))
+    if (visitPath(rewriter, operation))
         return true;
     const Operator &op = *operation.op;
     if (op.paintsPath() && isActive(*rewriter)) {
@@ -193,19 +193,19 @@ bool TransparencyHandler::take(Rewriter *rewriter, const Operation &operation)
     }
     flush(rewriter);
     if (op.is(SHOWS_TEXT) && isActive(*rewriter))
-        return takeText(rewriter, operation);
+        return visitText(rewriter, operation);
     if (op.id == Op::PAINT_OBJECT)
-        return takeObject(rewriter, operation);
+        return visitObject(rewriter, operation);
     bool isImageOrShading = op.id == Op::INLINE_IMAGE || op.id == Op::SHADING_FILL;
     if (isImageOrShading && isActive(*rewriter)) {
         Painted painted;
         painted.box =
             op.id == Op::INLINE_IMAGE ? imageBox(rewriter->state) : rewriter->state.now.clip;
-        Seen seen = resolve(rewriter, painted);
-        if (seen.isNothing)
+        ResolvedPaint resolved = resolve(rewriter, painted);
+        if (resolved.isNothing)
             return true;
-        if (!seen.isPlain && seen.chain.isKnown)
-            askForRegion(rewriter, seen.box, "a transparent shading");
+        if (!resolved.isPlain && resolved.chain.isKnown)
+            askForRegion(rewriter, resolved.box, "a transparent shading");
     }
     survey(painting.get(), &rewriter->state, &pen, operation, rewriter->depth);
     return false;

@@ -133,7 +133,7 @@ struct Preview {
 };
 
 /* "pdf_print: FILE: page 3: what happened" goes to its page. */
-void takeMessage(Preview &preview, const std::string &line)
+void recordMessage(Preview &preview, const std::string &line)
 {
     std::string name = preview.arguments.input;
     for (char &c : name)
@@ -162,7 +162,7 @@ bool print(Preview &preview, const std::string &job, const std::string &pageMap)
                    {"--progress=never", "--page-map=" + pageMap, "--placed-at=" + arguments.output,
                     "--output=" + job, "--", arguments.input});
     ProcessResult result =
-        runProcess(command, [&](const std::string &line) { takeMessage(preview, line); });
+        runProcess(command, [&](const std::string &line) { recordMessage(preview, line); });
     if (!result.isStarted)
         preview.messages.push_back(withReason("pdf_print cannot be started"));
     constexpr int MISUSED = 2, INCOMPLETE = 3;

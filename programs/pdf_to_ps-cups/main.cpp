@@ -134,8 +134,8 @@ Layout layOut(const Invocation &invocation, const std::string &input, const std:
 
 /* Puts what lays the pages out in front of us, where the job asks for that and no filter before us
  * has done it. */
-bool takeLayout(const Invocation &invocation, const JobOptions &options, std::string *input,
-                EarlierFilters *earlier)
+bool applyLayout(const Invocation &invocation, const JobOptions &options, std::string *input,
+                 EarlierFilters *earlier)
 {
     if (earlier->isLaidOut || !asksForLayout(options))
         return true;
@@ -157,7 +157,7 @@ bool takeLayout(const Invocation &invocation, const JobOptions &options, std::st
 }
 
 /* Makes a file of standard input, which may be empty: then there is nothing to print. */
-bool takeInput(const Invocation &invocation, std::string *input)
+bool keepInput(const Invocation &invocation, std::string *input)
 {
     *input = invocation.file;
     if (!input->empty())
@@ -179,13 +179,13 @@ int print(const Invocation &invocation)
     std::string overwritten = seam::overwriteFault({invocation.file}, {"-"});
     if (!overwritten.empty())
         return fail(overwritten);
-    if (!takeInput(invocation, &request.input))
+    if (!keepInput(invocation, &request.input))
         return STATUS_FAILED;
     JobOptions options = readJobOptions(invocation.options);
     /* A filter that is given a file is the first one. */
     std::string head = invocation.file.empty() ? beginningOf(request.input, HEAD_BYTES) : "";
     EarlierFilters earlier = readEarlierFilters(head, environment("CONTENT_TYPE"));
-    if (!takeLayout(invocation, options, &request.input, &earlier))
+    if (!applyLayout(invocation, options, &request.input, &earlier))
         return STATUS_FAILED;
 
     request.job.title = invocation.title;

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "programs/printing/input.h"
+#include "seam/files.h"
 #include "zelkov/cleanup.h"
 #include "zelkov/file.h"
 #include "zelkov/host.h"
@@ -19,17 +20,7 @@ namespace {
 
 int writeToDescriptor(void *context, const uint8_t *bytes, size_t count)
 {
-    int descriptor = (int)(intptr_t)context;
-    while (count > 0) {
-        ssize_t done = write(descriptor, bytes, count);
-        if (done < 0 && errno != EINTR)
-            return errno;
-        if (done > 0) {
-            bytes += done;
-            count -= (size_t)done;
-        }
-    }
-    return 0;
+    return seam::writeWhole((int)(intptr_t)context, bytes, count);
 }
 
 /* ---- the stages */
@@ -89,7 +80,7 @@ bool prepare(Run &run)
 Printed runStages(Run &run, const std::function<ZFile *()> &openOutput)
 {
     const PrintListener &listener = *run.listener;
-    if (std::optional<seam::Notice> fault = takeInput(&run.request.input)) {
+    if (std::optional<seam::Notice> fault = openInput(&run.request.input)) {
         run.remark(*fault);
         return Printed::NOTHING;
     }

@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include "programs/printing/document.h"
+#include "seam/files.h"
 
 namespace {
 
@@ -122,7 +123,7 @@ bool keepFrom(const std::string &source, const std::string &path)
 
 } // namespace
 
-std::optional<seam::Notice> takeInput(std::string *input)
+std::optional<seam::Notice> openInput(std::string *input)
 {
     struct stat info = {};
     bool isStandardInput = *input == "-";
@@ -151,12 +152,7 @@ bool keepInput(int descriptor, const std::string &path)
     for (ssize_t got; good && (got = read(descriptor, buffer, sizeof buffer)) != 0;) {
         if (got < 0 && errno == EINTR)
             continue;
-        good = got > 0;
-        for (ssize_t done = 0; good && done < got;) {
-            ssize_t written = write(file, buffer + done, (size_t)(got - done));
-            good = written > 0;
-            done += good ? written : 0;
-        }
+        good = got > 0 && seam::writeWhole(file, buffer, (size_t)got) == 0;
     }
     int reason = errno;
     good = close(file) == 0 && good;

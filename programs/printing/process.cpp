@@ -98,7 +98,7 @@ void readLines(int from, const std::function<void(const std::string &)> &line)
 {
     constexpr size_t LONGEST = 64 * 1024; /* of a line; what is more of it is left out */
     std::string text;
-    auto take = [&](std::string_view part) {
+    auto append = [&](std::string_view part) {
         text.append(part.substr(0, LONGEST - std::min(LONGEST, text.size())));
     };
     char buffer[4096];
@@ -110,12 +110,12 @@ void readLines(int from, const std::function<void(const std::string &)> &line)
             break;
         std::string_view rest(buffer, (size_t)got);
         for (size_t end; (end = rest.find('\n')) != std::string_view::npos;) {
-            take(rest.substr(0, end));
+            append(rest.substr(0, end));
             line(text);
             text.clear();
             rest.remove_prefix(end + 1);
         }
-        take(rest);
+        append(rest);
     }
     if (!text.empty())
         line(text);
@@ -174,19 +174,19 @@ ProcessResult runProcess(const std::vector<std::string> &arguments,
                          const std::function<void(const std::string &)> &line,
                          const std::string &output)
 {
-    int taker = output.empty()
-                    ? open("/dev/null", O_WRONLY | O_CLOEXEC)
-                    : open(output.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    int receiver = output.empty()
+                       ? open("/dev/null", O_WRONLY | O_CLOEXEC)
+                       : open(output.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     int errors[2] = {-1, -1}, started[2] = {-1, -1};
     ProcessResult result;
     int reason = 0;
-    if (taker < 0 || pipe2(errors, O_CLOEXEC) != 0 || pipe2(started, O_CLOEXEC) != 0) {
+    if (receiver < 0 || pipe2(errors, O_CLOEXEC) != 0 || pipe2(started, O_CLOEXEC) != 0) {
         reason = errno;
     } else {
         SignalsGoToChild signals;
         pid_t child = fork();
         if (child == 0)
-            become(arguments, taker, errors[1], started[1]);
+            become(arguments, receiver, errors[1], started[1]);
         reason = child < 0 ? errno : 0;
         closeOnce(&errors[1]);
         closeOnce(&started[1]);
@@ -195,7 +195,7 @@ ProcessResult runProcess(const std::vector<std::string> &arguments,
             result = follow(child, errors[0], started[0], line, &reason);
         }
     }
-    for (int *descriptor : {&taker, &errors[0], &errors[1], &started[0], &started[1]})
+    for (int *descriptor : {&receiver, &errors[0], &errors[1], &started[0], &started[1]})
         closeOnce(descriptor);
     result.isStarted = reason == 0;
     errno = reason;

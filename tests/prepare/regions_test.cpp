@@ -54,15 +54,15 @@ Drawn withRegions(const std::string &pdf, const std::vector<Box> &boxes,
         return drawn;
     loadLayers(&document);
     Page &page = document.pages[0];
-    mendPage(&document, &page);
+    repairPage(&document, &page);
     drawAnnotations(&document, &page);
     if (boxesNeedWork(page))
-        mendBoxes(&document, &page);
+        normaliseBoxes(&document, &page);
     evaluatePage(&document, &page, {});
     for (const Box &box : boxes)
         addRegion(&document, &page, box, "a test");
     paintRegions(&document, &page);
-    mendBoxes(&document, &page);
+    normaliseBoxes(&document, &page);
     dropUnused(&document, &page);
     writeDocument(&document, directory / "out.pdf");
     drawn.pdf = readFile(directory / "out.pdf");
