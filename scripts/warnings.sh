@@ -23,7 +23,7 @@ batch() {
         eval "$(sed -n 1p "$1") -fsyntax-only $(sed -n 2p "$1")"
         return
     fi
-    ! eval "$(sed -n 1p "$1") -fsyntax-only $1.cpp" 2>/dev/null || return 0
+    ! eval "$(sed -n 1p "$1") -fsyntax-only -Wfatal-errors $1.cpp" 2>/dev/null || return 0
     half=$((1 + count / 2))
     sed -n "1,${half}p" "$1" >"$1.a"
     sed -n "1p; $((half + 1)),\$p" "$1" >"$1.b"
