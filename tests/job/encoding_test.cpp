@@ -117,8 +117,9 @@ TEST(JobEncoding, LzwOfTheSampleInTheLanguagesBook)
 
 TEST(JobEncoding, LzwSurvivesEveryLengthAroundTheGrowthOfItsCodes)
 {
-    for (size_t count : {0,   1,    2,    252,  253,  254,  255,  256,  764,  765,
-                         766, 1788, 1790, 3835, 3836, 3837, 3838, 3839, 4100, 70000}) {
+    for (size_t count : std::initializer_list<size_t>{0,    1,    2,    252,  253,  254,  255,
+                                                      256,  764,  765,  766,  1788, 1790, 3835,
+                                                      3836, 3837, 3838, 3839, 4100, 70000}) {
         std::string text = random(count);
         EXPECT_TRUE(lzwDecoded(encoded<job::LzwEncoder>(text)) == text) << count;
         std::string same(count, 'x');

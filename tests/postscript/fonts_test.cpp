@@ -250,7 +250,7 @@ TEST(CompactFonts, ThatAreDamagedAnywhereCostNoPage)
                     font(compactFile(&pdf, "Damaged", damaged)));
         pages++;
     }
-    for (size_t size : {0, 4, 11, 12, 43, 44, 98, 110, 150}) {
+    for (size_t size : std::initializer_list<size_t>{0, 4, 11, 12, 43, 44, 98, 110, 150}) {
         pdf.addPage("/MediaBox [0 0 20 20] /Contents " +
                     ref(pdf.addStream("", "BT /F1 20 Tf 0 4 Td (A) Tj ET 0 0 20 4 re f")) + " " +
                     font(compactFile(&pdf, "Short", program.substr(0, size))));

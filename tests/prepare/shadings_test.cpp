@@ -72,7 +72,7 @@ struct Bits {
                 free = 8;
             }
             free--;
-            bytes.back() = (char)(bytes.back() | (value >> i & 1) << free);
+            bytes.back() = (char)((uint8_t)bytes.back() | (value >> i & 1) << free);
         }
         return *this;
     }

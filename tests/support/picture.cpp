@@ -4,6 +4,7 @@
 #include "tests/support/picture.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -31,36 +32,52 @@ struct Smooth {
     }
 };
 
-/* The sum over 3 by 3 pixels around (x, y), the outermost pixels counting twice at the edges; the
- * picture is first moved round by (dx, dy). */
-void addAround(const Picture &p, int x, int y, int dx, int dy, float sum[3])
+/* For each pixel of a side of `size` that is smoothed and halved, the six places along it whose
+ * means it holds: those around each of its two pixels, the outermost counting twice at the edges.
+ * The picture is first moved round by `move`. */
+using Places = std::array<size_t, 6>;
+
+std::vector<Places> placesAlong(int size, int move)
 {
-    for (int j = -1; j <= 1; j++) {
-        for (int i = -1; i <= 1; i++) {
-            int px = std::clamp(x + i, 0, p.width - 1) - dx;
-            int py = std::clamp(y + j, 0, p.height - 1) - dy;
-            const uint8_t *from = p.at((px + p.width) % p.width, (py + p.height) % p.height);
-            for (int c = 0; c < 3; c++)
-                sum[c] += from[c];
+    std::vector<Places> all((size_t)std::max(1, size / 2));
+    for (size_t i = 0; i < all.size(); i++) {
+        for (int half = 0; half < 2; half++) {
+            int centre = std::min(2 * (int)i + half, size - 1);
+            for (int side = -1; side <= 1; side++) {
+                int place = std::clamp(centre + side, 0, size - 1) - move;
+                all[i][(size_t)(3 * half + side + 1)] = (size_t)((place + size) % size);
+            }
         }
     }
+    return all;
 }
 
+/* Along the rows first, then along the columns of what has come out. */
 Smooth smoothed(const Picture &p, int dx, int dy)
 {
-    Smooth s = {std::max(1, p.width / 2), std::max(1, p.height / 2), {}};
-    s.rgb.reserve(3 * (size_t)s.width * (size_t)s.height);
-    for (int y = 0; y < s.height; y++) {
-        for (int x = 0; x < s.width; x++) {
-            float sum[3] = {};
-            for (int j = 0; j < 2; j++)
-                for (int i = 0; i < 2; i++)
-                    addAround(p, std::min(2 * x + i, p.width - 1),
-                              std::min(2 * y + j, p.height - 1), dx, dy, sum);
-            for (float channel : sum)
-                s.rgb.push_back(channel / 36);
-        }
+    const std::vector<Places> columns = placesAlong(p.width, dx), rows = placesAlong(p.height, dy);
+    const size_t row = 3 * columns.size();
+    std::vector<uint16_t> narrow;
+    narrow.reserve(row * (size_t)p.height);
+    for (int y = 0; y < p.height; y++) {
+        const uint8_t *from = p.at(0, y);
+        for (const Places &places : columns)
+            for (size_t c = 0; c < 3; c++) {
+                int sum = 0;
+                for (size_t place : places)
+                    sum += from[3 * place + c];
+                narrow.push_back((uint16_t)sum);
+            }
     }
+    Smooth s = {(int)columns.size(), (int)rows.size(), {}};
+    s.rgb.reserve(row * rows.size());
+    for (const Places &places : rows)
+        for (size_t i = 0; i < row; i++) {
+            int sum = 0;
+            for (size_t place : places)
+                sum += narrow[place * row + i];
+            s.rgb.push_back((float)sum / 36);
+        }
     return s;
 }
 
