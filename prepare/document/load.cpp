@@ -118,13 +118,16 @@ std::vector<QPDFObjectHandle> pagesAnywhere(Document *document)
 void flattenTree(Document *document, std::vector<QPDFObjectHandle> &pages)
 {
     QPDF &pdf = document->source.pdf;
+    QPDFObjectHandle root = pdf.getTrailer().getKeyIfDict("/Root");
+    if (!root.isDictionary())
+        return;
     for (QPDFObjectHandle &page : pages)
         page = page.isIndirect() ? page : pdf.makeIndirectObject(page);
     QPDFObjectHandle tree = QPDFObjectHandle::newDictionary();
     tree.replaceKey("/Type", QPDFObjectHandle::newName("/Pages"));
     tree.replaceKey("/Kids", QPDFObjectHandle::newArray(pages));
     tree.replaceKey("/Count", QPDFObjectHandle::newInteger((long long)pages.size()));
-    pdf.getRoot().replaceKey("/Pages", pdf.makeIndirectObject(tree));
+    root.replaceKey("/Pages", pdf.makeIndirectObject(tree));
 }
 
 /* The pages of the tree; of a document whose tree has none, all that there are. */
@@ -136,10 +139,7 @@ std::vector<QPDFObjectHandle> allPages(Document *document)
         tree.pages = pagesAnywhere(document);
     if (tree.isIrregular || !isWhole)
         document->needs |= NEED_STRUCTURE;
-    QPDFObjectHandle root = document->source.pdf.getRoot().getKeyIfDict("/Pages");
-    bool isRoot = root.isDictionary() && !root.hasKey("/Parent"); /* which libqpdf follows upward */
-    if (tree.isIrregular || !isWhole || !isRoot)
-        flattenTree(document, tree.pages);
+    flattenTree(document, tree.pages);
     if (!tree.pages.empty() && (tree.hasLosses || !isWhole))
         say(document, Message::TreeDamaged, 0);
     return std::move(tree.pages);
