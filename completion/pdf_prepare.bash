@@ -42,6 +42,7 @@ _pdf_prepare() {
             --resolution=
             --password-file=
             --if-needed
+            --rewrite
             --probe
             --help
             --version" -- "$word"))

@@ -22,7 +22,6 @@
 #include "prepare/content/evaluate.h"
 #include "prepare/document/document.h"
 #include "prepare/document/load.h"
-#include "prepare/document/probe.h"
 #include "prepare/document/write.h"
 #include "prepare/fonts/store.h"
 #include "prepare/images/colours.h"
@@ -36,6 +35,7 @@
 #include "prepare/paint/patterns.h"
 #include "prepare/paint/region.h"
 #include "prepare/paint/transparency.h"
+#include "tools/zolak1_3/pdf_to_ps/reader/plaintables.h"
 
 namespace prepare {
 
@@ -135,10 +135,10 @@ bool open(Document *document, const std::string &in, const Options &options, sea
     document->diagnostics.notices = notices;
     if (!loadDocument(document, in))
         return false;
-    if (!hasPlainTables(in) || document->source.pdf.isEncrypted())
+    if (!tablesArePlain(in.c_str()) || document->source.pdf.isEncrypted())
         document->needs |= NEED_STRUCTURE;
-    if (options.level == 2)
-        document->needs |= NEED_STRUCTURE; /* streams are written without Flate */
+    if (options.level == 2 || options.rewrites)
+        document->needs |= NEED_STRUCTURE; /* at level 2, streams are written without Flate */
     loadLayers(document);
     recordDamage(document);
     return true;
@@ -203,7 +203,7 @@ Outcome prepareFile(const std::string &in, const std::string &out, const Options
 
 Outcome probeFile(const std::string &in, const Options &options, seam::Notices *notices)
 {
-    if (!hasPlainTables(in))
+    if (!tablesArePlain(in.c_str()))
         return Outcome::REWRITTEN;
     return refusing(notices, [&] {
         Document document;

@@ -26,7 +26,7 @@ prepare/images                   seam prepare/model prepare/document prepare/con
 prepare/page                     seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images
 prepare/paint                    seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page
 programs/pdf_prepare             seam prepare prepare/document prepare/paint
-prepare                          seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page prepare/paint
+prepare                          seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page prepare/paint tools/zolak1_3/pdf_to_ps/reader
 job                              seam zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer tools/zolak1_3/pdf_to_ps/frame
 programs/printing                seam zelkov job
 programs/pdf_print               seam zelkov job programs/printing

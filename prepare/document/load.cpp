@@ -1,7 +1,7 @@
 /*
  * load.cpp - opening a document
  *
- * libqpdf repairs the table of objects and decrypts.  A page tree that it cannot follow is left
+ * libqpdf repairs the table of objects and decrypts.  A page tree that gives no page is left
  * aside, and every object that says it is a page counts as one.
  */
 #include "prepare/document/load.h"
@@ -13,6 +13,8 @@
 
 #include <qpdf/QPDFExc.hh>
 #include <qpdf/QPDFLogger.hh>
+
+#include "prepare/document/tree.h"
 
 namespace prepare {
 
@@ -88,10 +90,10 @@ bool openFile(Document *document, const std::string &path)
     return false;
 }
 
-std::vector<QPDFObjectHandle> pagesOfTree(Document *document)
+PageTree pagesOfTree(Document *document)
 {
     try {
-        return document->source.pdf.getAllPages();
+        return walkPageTree(document);
     } catch (const std::bad_alloc &) {
         throw;
     } catch (const std::exception &) {
@@ -113,6 +115,37 @@ std::vector<QPDFObjectHandle> pagesAnywhere(Document *document)
         pages.clear();
     }
     return pages;
+}
+
+/* A tree with no more than these pages, for what libqpdf asks of one. */
+void flattenTree(Document *document, std::vector<QPDFObjectHandle> &pages)
+{
+    QPDF &pdf = document->source.pdf;
+    QPDFObjectHandle root = pdf.getTrailer().getKeyIfDict("/Root");
+    if (!root.isDictionary())
+        return;
+    for (QPDFObjectHandle &page : pages)
+        page = page.isIndirect() ? page : pdf.makeIndirectObject(page);
+    QPDFObjectHandle tree = QPDFObjectHandle::newDictionary();
+    tree.replaceKey("/Type", QPDFObjectHandle::newName("/Pages"));
+    tree.replaceKey("/Kids", QPDFObjectHandle::newArray(pages));
+    tree.replaceKey("/Count", QPDFObjectHandle::newInteger((long long)pages.size()));
+    root.replaceKey("/Pages", pdf.makeIndirectObject(tree));
+}
+
+/* The pages of the tree; of a document whose tree has none, all that there are. */
+std::vector<QPDFObjectHandle> allPages(Document *document)
+{
+    PageTree tree = pagesOfTree(document);
+    bool isWhole = !tree.pages.empty();
+    if (!isWhole)
+        tree.pages = pagesAnywhere(document);
+    if (tree.isIrregular || !isWhole)
+        document->needs |= NEED_STRUCTURE;
+    flattenTree(document, tree.pages);
+    if (!tree.pages.empty() && (tree.hasLosses || !isWhole))
+        say(document, Message::TreeDamaged, 0);
+    return std::move(tree.pages);
 }
 
 /* Keeps the pages that are chosen: each once into `pages`, whatever is done to it is done once, and
@@ -147,9 +180,7 @@ bool loadDocument(Document *document, const std::string &path)
     document->source.path = path;
     if (!openFile(document, path))
         return false;
-    std::vector<QPDFObjectHandle> pages = pagesOfTree(document);
-    if (pages.empty())
-        pages = pagesAnywhere(document);
+    std::vector<QPDFObjectHandle> pages = allPages(document);
     seam::ChosenPages chosen = seam::choosePages(document->options.pages, (int)pages.size());
     for (const seam::Notice &warning : chosen.warnings)
         document->diagnostics.notices->add(warning);

@@ -18,9 +18,10 @@ struct Options {
     std::string password;
     Annotations annotations = Annotations::PRINT;
     int level = 3; /* of the printer's language: at 2 there is no Flate and no compact font */
-    int resolution = 300; /* pixels per inch of what becomes pixels, 36 to 2400 */
-    std::string scratch;  /* path of a directory that does not exist, for the files of other
-                           * programs; empty: each makes one of its own */
+    int resolution = 300;  /* pixels per inch of what becomes pixels, 36 to 2400 */
+    bool rewrites = false; /* also a document that needs nothing */
+    std::string scratch;   /* path of a directory that does not exist, for the files of other
+                            * programs; empty: each makes one of its own */
 };
 
 constexpr int MAX_FORM_DEPTH = 12; /* forms within forms that are followed */

@@ -103,6 +103,9 @@ bool readOption(seam::Option option, const char *value, Arguments *arguments)
     case Option::IF_NEEDED:
         arguments->ifNeeded = true;
         return true;
+    case Option::REWRITE:
+        options.rewrites = true;
+        return true;
     case Option::PAGE_MAP:
         arguments->pageMap = value;
         return true;

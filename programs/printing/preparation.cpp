@@ -44,7 +44,8 @@ Preparation prepareDocument(const PreparationOptions &options, const std::string
 
     if (!options.resolution.empty())
         words.push_back("--resolution=" + options.resolution);
-    words.insert(words.end(), {"--if-needed", "--", input, plain});
+    words.push_back(options.rewrites ? "--rewrite" : "--if-needed");
+    words.insert(words.end(), {"--", input, plain});
     ProcessResult result =
         runProcess(words, [&](const std::string &line) { pass(seam::readLine(line)); });
     if (!result.isStarted && (errno == ENOENT || errno == EACCES)) {
@@ -55,7 +56,7 @@ Preparation prepareDocument(const PreparationOptions &options, const std::string
         pass(notice(seam::Message::PreparationNotStarted, 0, {strerror(errno)}));
         return Preparation::FAILED;
     }
-    if (result.status == STATUS_UNNEEDED)
+    if (result.status == STATUS_UNNEEDED && !options.rewrites)
         return Preparation::UNNEEDED;
     if (result.status == 0 && seam::readPageMapFile(options.pageMap, pageNumbers))
         return Preparation::DONE;

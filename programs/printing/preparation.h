@@ -17,6 +17,7 @@ struct PreparationOptions {
     seam::PageRanges pages;
     std::string passwordFile, annotations, resolution, level;
     std::string pageMap; /* a file that does not exist, for the page map */
+    bool rewrites = false; /* prepared whether or not it is needed */
 };
 
 enum class Preparation {

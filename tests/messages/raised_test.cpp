@@ -179,6 +179,14 @@ std::string loop()
     return pdf.build();
 }
 
+std::string nullKid()
+{
+    PdfBuilder pdf;
+    int page = pdf.addPage("/MediaBox [0 0 99 99]");
+    pdf.set(2, "<< /Type /Pages /Kids [" + ref(page) + " null] /Count 2 >>");
+    return pdf.build();
+}
+
 /* Content of so many bytes that takes its time. */
 std::string longContent(size_t bytes)
 {
@@ -463,6 +471,7 @@ const std::map<Message, std::function<Raised()>> &raisers()
          [] { return print(encrypted(), {"--password-file=/nonexistent"}); }},
         {Message::DocumentUnreadable, [] { return print("\x01 this is a letter\n"); }},
         {Message::NoPages, [] { return print(loop()); }},
+        {Message::TreeDamaged, [] { return print(nullKid()); }},
         {Message::PagesNotThere, [] { return print(pages(2), {"--pages=5"}); }},
         {Message::PagesTooMany,
          [] {

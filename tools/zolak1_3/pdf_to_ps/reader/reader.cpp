@@ -19,6 +19,7 @@ void resetReader(PdfReader *reader)
     reader->xrefLoaded = 0;
     reader->rootPosition = POSITION_FAILED;
     reader->xrefSize = 0;
+    reader->namesOtherTable = false;
     reader->liveStrings = reader->liveNames = reader->liveArrays = reader->liveDicts = 0;
     reader->liveStreams = 0;
     reader->wasCancelled = false;

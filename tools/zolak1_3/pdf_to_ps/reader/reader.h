@@ -48,6 +48,7 @@ struct PdfReader {
     int32_t xrefSize;      /* /Size of the newest trailer, 0 until read */
     int64_t xrefPrevious;  /* /Prev of the trailer read last, -1 when it has none */
     int32_t xrefCapacity;  /* entries of the table, whatever a later trailer says */
+    bool namesOtherTable;  /* a trailer has /XRefStm: there are objects that the table lacks */
 
     int32_t errorFlag;      /* set by "STOP": nothing more is read or written */
     const char *firstError; /* key of the report that stopped the run; null: none, or not ours */

@@ -127,6 +127,8 @@ void takeTrailer(PdfReader *reader, const PdfDict *dict)
     for (int32_t i = 0; i < dict->count; i++)
         if (cmpstr(dictKey(dict, i), "/Encrypt") == 0)
             reportEncrypted(reader);
+    for (int32_t i = 0; i < dict->count; i++)
+        reader->namesOtherTable |= cmpstr(dictKey(dict, i), "/XRefStm") == 0;
 }
 
 /* Reads the trailer that the next line with "trailer" begins; answers where its dictionary ends. */
