@@ -157,7 +157,7 @@ bool applyLayout(const Invocation &invocation, const JobOptions &options, std::s
 }
 
 /* Makes a file of standard input, which may be empty: then there is nothing to print. */
-bool keepInput(const Invocation &invocation, std::string *input)
+bool keepDocument(const Invocation &invocation, std::string *input)
 {
     *input = invocation.file;
     if (!input->empty())
@@ -179,7 +179,7 @@ int print(const Invocation &invocation)
     std::string overwritten = seam::overwriteFault({invocation.file}, {"-"});
     if (!overwritten.empty())
         return fail(overwritten);
-    if (!keepInput(invocation, &request.input))
+    if (!keepDocument(invocation, &request.input))
         return STATUS_FAILED;
     JobOptions options = readJobOptions(invocation.options);
     /* A filter that is given a file is the first one. */
