@@ -22,6 +22,9 @@ struct Options {
     bool rewrites = false; /* also a document that needs nothing */
     std::string scratch;   /* path of a directory that does not exist, for the files of other
                             * programs; empty: each makes one of its own */
+    volatile int *calledGroup = nullptr; /* where the process group of a called program stands
+                                          * while it runs, else 0; null: nobody asks.  Shared with
+                                          * whoever ends this process, to end the program too */
 };
 
 constexpr int MAX_FORM_DEPTH = 12; /* forms within forms that are followed */

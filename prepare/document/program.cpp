@@ -214,12 +214,13 @@ ProgramOutcome runFor(Document *document, const ProgramCall &call)
 {
     if (document->budget.stoppedPrograms >= MAX_STOPPED)
         return {ProgramStatus::STOPPED, "", ""};
-    ProgramOutcome outcome = runLimited(call, document->options.scratch);
+    ProgramOutcome outcome = runLimited(call, document->options.scratch, document->options.calledGroup);
     document->budget.stoppedPrograms += outcome.status == ProgramStatus::STOPPED;
     return outcome;
 }
 
-ProgramOutcome runLimited(const ProgramCall &call, const std::string &scratchPath)
+ProgramOutcome runLimited(const ProgramCall &call, const std::string &scratchPath,
+                          volatile int *calledGroup)
 {
     ProgramOutcome outcome;
     Scratch scratch(scratchPath);
@@ -243,8 +244,13 @@ ProgramOutcome runLimited(const ProgramCall &call, const std::string &scratchPat
         runChild(call, prepared);
     if (child < 0)
         return outcome;
+    setpgid(child, child); /* whoever comes first */
+    if (calledGroup)
+        *calledGroup = child;
     bool isStopped = false;
     int status = await(child, deadline, &isStopped);
+    if (calledGroup)
+        *calledGroup = 0;
     isStopped |= status != -1 && WIFSIGNALED(status) &&
                  (WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGKILL);
     outcome.status = isStopped ? ProgramStatus::STOPPED : meaningOf(status);

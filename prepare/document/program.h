@@ -46,8 +46,10 @@ ProgramOutcome runFor(Document *document, const ProgramCall &call);
 constexpr int MAX_STOPPED = 2;
 
 /* Runs the program and waits for its end.  `scratch` is the path of the directory for its files,
- * which must not exist yet, or empty: one is made below TMPDIR (else /tmp). */
-ProgramOutcome runLimited(const ProgramCall &call, const std::string &scratch);
+ * which must not exist yet, or empty: one is made below TMPDIR (else /tmp).  `calledGroup` is that
+ * of Options. */
+ProgramOutcome runLimited(const ProgramCall &call, const std::string &scratch,
+                          volatile int *calledGroup = nullptr);
 
 /* Removes the directory of a run that could not do so itself, for callers that end the process it
  * ran in.  May be called from a signal handler. */

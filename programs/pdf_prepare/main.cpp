@@ -20,6 +20,7 @@
 #include <string>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/random.h>
 #include <sys/resource.h>
@@ -250,12 +251,29 @@ int workAndTell(const Arguments &arguments, const std::string &temporary)
 /* ---- ended by a signal: the child goes too, and the temporary files */
 
 volatile pid_t worker;
+volatile int *calledGroup; /* written by the child, which is killed and cannot end it */
+
+/* Ends the program that the child has called, with all that it has started. */
+void endCalled()
+{
+    if (calledGroup && *calledGroup > 0)
+        kill(-*calledGroup, SIGKILL);
+}
+
+/* A number that the child shares with this process; null where there is no room. */
+volatile int *newSharedNumber()
+{
+    void *page = mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1,
+                      0);
+    return page == MAP_FAILED ? nullptr : static_cast<volatile int *>(page);
+}
 char temporaryPath[PATH_MAX], scratchPath[PATH_MAX];
 
 extern "C" void endAll(int number)
 {
     if (worker > 0)
         kill(worker, SIGKILL);
+    endCalled();
     unlink(temporaryPath);
     removeScratch(scratchPath);
     signal(number, SIG_DFL);
@@ -305,6 +323,7 @@ int supervise(const Arguments &arguments, const std::string &temporary, rlim_t i
     if (child < 0 || waitpid(child, &status, 0) != child)
         return fail(Message::PreparationNotStarted, {strerror(errno)});
     worker = 0;
+    endCalled();
     removeScratch(scratchPath); /* a child that was stopped could not */
     return statusOf(status);
 }
@@ -393,6 +412,7 @@ int main(int argc, char **argv)
         if (temporary.empty())
             return fail(Message::OutputNotOpened, {strerror(errno)});
         arguments.options.scratch = newName(scratchPrefix());
+        arguments.options.calledGroup = calledGroup = newSharedNumber();
         removeWhenEnded(temporary, arguments.options.scratch);
     }
     int status = supervise(arguments, temporary, (rlim_t)info.st_size);
