@@ -1,10 +1,14 @@
 /*
  * load_test.cpp - tables and page trees as they come
  */
+#include <filesystem>
+
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "tests/prepare/preparation.h"
 #include "tests/support/pdf_builder.h"
+#include "tests/support/printing.h"
 #include "tests/support/run_program.h"
 #include "tests/support/scratch_directory.h"
 
@@ -51,4 +55,74 @@ TEST(Load, DeletedPagesStayAwayWhenTheTreeIsDamaged)
                                            "may be missing."});
         EXPECT_EQ(pagesOf(made), 1u) << kids;
     }
+}
+
+TEST(Load, TablesThatLeadBackToThemselvesEnd)
+{
+    PdfBuilder pdf;
+    pdf.addPage("/MediaBox [0 0 99 99]");
+    std::string first = pdf.build();
+    for (size_t previous : {pdf.xrefOffset(), (size_t)99999999}) {
+        std::string text = first;
+        text.insert(text.rfind(">>\nstartxref"), "/Prev " + std::to_string(previous) + " ");
+        Preparation made = preparePdf(text);
+        EXPECT_EQ(made.status, 0) << previous;
+        EXPECT_EQ(pagesOf(made), 1u) << previous;
+    }
+}
+
+TEST(Load, TreesAreFollowedToABoundedDepth)
+{
+    for (int depth : {100, 400}) {
+        PdfBuilder pdf;
+        int below = 0;
+        std::vector<int> nodes;
+        for (int i = 0; i < depth; i++)
+            nodes.push_back(pdf.reserve());
+        int page = pdf.add("<< /Type /Page /MediaBox [0 0 99 99] >>");
+        for (int i = 0; i < depth; i++) {
+            below = i + 1 < depth ? nodes[(size_t)i + 1] : page;
+            pdf.set(nodes[(size_t)i], "<< /Type /Pages /Count 1 /Kids [" + ref(below) + "] >>");
+        }
+        pdf.set(2, "<< /Type /Pages /Count 1 /Kids [" + ref(nodes[0]) + "] >>");
+        Preparation made = preparePdf(pdf.build());
+        EXPECT_EQ(made.status, 0) << depth;
+        EXPECT_EQ(pagesOf(made), 1u) << depth;
+        EXPECT_EQ(made.messages.empty(), depth == 100) << depth;
+    }
+}
+
+/* What a page inherits is what stands above it on the way that led to it, whatever its /Parent. */
+TEST(Load, APageListedTwiceInheritsFromEachOfItsNodes)
+{
+    PdfBuilder pdf;
+    int page = pdf.add("<< /Type /Page /Parent 99 0 R >>");
+    std::string kids = "/Kids [" + ref(page) + "] /Count 1 /Type /Pages >>";
+    int small = pdf.add("<< /MediaBox [0 0 40 40] " + kids);
+    int large = pdf.add("<< /MediaBox [0 0 70 70] " + kids);
+    pdf.set(2, "<< /Type /Pages /Count 2 /Kids [" + ref(small) + " " + ref(large) + "] >>");
+    Preparation made = preparePdf(pdf.build());
+    EXPECT_EQ(made.status, 0);
+    std::string clear = inClear(made.pdf);
+    EXPECT_EQ(countOf(clear, "/Type /Page\n"), 2u);
+    EXPECT_EQ(countOf(clear, "40"), 2u) << clear;
+    EXPECT_EQ(countOf(clear, "70"), 2u) << clear;
+}
+
+/* A preparation that finds nothing to do is wrong where the converter refuses the document: then
+ * it is prepared after all, and nothing is said of the first attempt. */
+TEST(Load, WhatTheConverterRefusesIsPreparedAndTriedAgain)
+{
+    ScratchDirectory directory;
+    std::string plain = directory.write("plain.pdf", onePagePdf("0 0 50 50 re f"));
+    std::string packed = directory / "packed.pdf", wrapper = directory / "pdf_prepare";
+    ASSERT_EQ(runProgram({"qpdf", "--object-streams=generate", plain, packed}).status, 0);
+    std::filesystem::copy_file(printProgramPath(), directory / "pdf_print");
+    directory.write("pdf_prepare", "#!/bin/sh\ncase \" $* \" in *' --rewrite '*) exec " +
+                                       preparePath() + " \"$@\" ;; esac\nexit 4\n");
+    ASSERT_EQ(chmod(wrapper.c_str(), 0755), 0);
+    ProgramResult result = runProgram({directory / "pdf_print", "-o", "-", packed});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    EXPECT_TRUE(holds(result.out, "%%Pages: 1\n"));
 }
