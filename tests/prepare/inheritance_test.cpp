@@ -40,7 +40,7 @@ constexpr Inherited fields[] = {
 };
 
 const char CELL[] = "1 0 0 rg 0 0 6 12 re f 0 0 1 rg 6 0 6 12 re f";
-const char FORM_ENTRIES[] = "/Type /XObject /Subtype /Form /BBox [0 0 36 36] /Resources << >>";
+const char FORM_ENTRIES[] = "/BBox [0 0 36 36] /Resources << >>";
 
 /* The resources of all that is selected here. */
 std::string resourcesOf(PdfBuilder *pdf)
@@ -128,7 +128,7 @@ TEST(Inheritance, FormsPaintWithWhatTheirCallerSelected)
     PdfBuilder pdf;
     std::string inheriting =
         pageOfFields(&pdf, [&](const Inherited &field, const std::string &name, int *form) {
-            *form = pdf.addStream(entriesOf(&pdf, field), field.content);
+            *form = pdf.addForm(field.content, entriesOf(&pdf, field));
             return name + " Do";
         });
     expectPrintedAs(inheriting, plainPage(""));
@@ -139,11 +139,9 @@ TEST(Inheritance, FormsWithinFormsPaintWithWhatThePageSelected)
     PdfBuilder pdf;
     std::string inheriting =
         pageOfFields(&pdf, [&](const Inherited &field, const std::string &name, int *form) {
-            std::string inner = ref(pdf.addStream(entriesOf(&pdf, field), field.content));
-            *form = pdf.addStream("/Type /XObject /Subtype /Form /BBox [0 0 36 36] /Resources << "
-                                  "/XObject << /In " +
-                                      inner + " >> >>",
-                                  "q /In Do Q");
+            std::string inner = ref(pdf.addForm(field.content, entriesOf(&pdf, field)));
+            *form = pdf.addForm("q /In Do Q", "/BBox [0 0 36 36] /Resources << /XObject << /In " +
+                                                  inner + " >> >>");
             return name + " Do";
         });
     expectPrintedAs(inheriting, plainPage(""));
@@ -157,9 +155,9 @@ TEST(Inheritance, AFormIsAnotherOneWhereAnotherThingIsSelected)
     std::string inheriting =
         pageOfFields(&pdf, [&](const Inherited &field, const std::string &name, int *form) {
             if (!shared)
-                shared = pdf.addStream(FORM_ENTRIES, fields[0].content);
+                shared = pdf.addForm(fields[0].content, FORM_ENTRIES);
             bool isSquare = std::string(field.content) == fields[0].content;
-            *form = isSquare ? shared : pdf.addStream(entriesOf(&pdf, field), field.content);
+            *form = isSquare ? shared : pdf.addForm(field.content, entriesOf(&pdf, field));
             return name + " Do";
         });
     expectPrintedAs(inheriting, plainPage(""));
@@ -171,7 +169,7 @@ TEST(Inheritance, FormsThatAreScaledKeepPatternsWhereThePageHasThem)
     std::string inheriting =
         pageOfFields(&pdf, [&](const Inherited &field, const std::string &name, int *form) {
             std::string entries = entriesOf(&pdf, field) + " /Matrix [0.75 0 0 0.5 3 4]";
-            *form = pdf.addStream(entries, field.content);
+            *form = pdf.addForm(field.content, entries);
             return name + " Do";
         });
     expectPrintedAs(inheriting, plainPage("0.75 0 0 0.5 3 4 cm "));
@@ -189,7 +187,7 @@ TEST(Inheritance, FormsThatAreRewrittenForTheirAlphaGoOnInTheInheritedPaint)
             entries.insert(entries.find("<< ", entries.find("/Resources")) + 3, states);
             bool isPattern = std::string(field.selection).find("/Pattern") == 0;
             std::string before = isPattern ? "q 1 0 0 rg " + small + "Q " : small;
-            *form = pdf.addStream(entries, before + field.content);
+            *form = pdf.addForm(before + field.content, entries);
             return name + " Do";
         });
     expectPrintedAs(inheriting, plainPage("/Full gs "));

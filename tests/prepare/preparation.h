@@ -29,8 +29,8 @@ void expectSamePages(const std::string &original, const std::string &prepared);
 /* Prepares, expects status 0 and the same pages, and answers the prepared document. */
 std::string expectPrepared(const std::string &bytes);
 
-/* The same, but it is enough to look like what one of the renderers draws, and edges may lie half a
- * pixel beside: they place cells and shadings by pixels, each in its way. */
+/* The same, but it is enough to look like what one of the renderers draws, and edges may lie two
+ * pixels beside: they place cells and shadings by pixels, each in its way. */
 void expectAlikePages(const std::string &original, const std::string &prepared);
 
 /* Prepares, expects status 0 and pages that are alike, and answers the prepared document. */

@@ -37,6 +37,16 @@ int PdfBuilder::addStream(const std::string &entries, const std::string &data)
                data + "\nendstream");
 }
 
+int PdfBuilder::addForm(const std::string &content, const std::string &entries)
+{
+    std::string all = "/Type /XObject /Subtype /Form ";
+    if (entries.find("/BBox") == std::string::npos)
+        all += "/BBox [0 0 200 200] ";
+    if (entries.find("/Resources") == std::string::npos)
+        all += "/Resources << >> ";
+    return addStream(all + entries, content);
+}
+
 int PdfBuilder::addPage(const std::string &entries)
 {
     int number = add("<< /Type /Page /Parent 2 0 R " + entries + " >>");

@@ -31,6 +31,10 @@ class PdfBuilder {
     /* Adds a stream object with a correct /Length behind the given entries. */
     int addStream(const std::string &entries, const std::string &data);
 
+    /* Adds a form.  What the entries do not say is the default: a box of [0 0 200 200], and empty
+     * resources of its own, so that it finds none of its caller's by accident. */
+    int addForm(const std::string &content, const std::string &entries = "");
+
     /* Adds a page, a child of the root, with the given entries behind /Type and /Parent. */
     int addPage(const std::string &entries);
 

@@ -102,6 +102,52 @@ std::pair<double, double> differing(const Smooth &a, const Smooth &b)
             inked ? (double)different / (double)inked : 0};
 }
 
+/* The least or the greatest of each value and its neighbours, along rows and then along columns. */
+template <class Choose> Smooth spread(const Smooth &s, Choose choose)
+{
+    Smooth rows = s, all = s;
+    const size_t row = 3 * (size_t)s.width, count = s.rgb.size();
+    for (size_t i = 0; i < count; i++) {
+        if (i % row >= 3)
+            rows.rgb[i] = choose(rows.rgb[i], s.rgb[i - 3]);
+        if (i % row + 3 < row)
+            rows.rgb[i] = choose(rows.rgb[i], s.rgb[i + 3]);
+    }
+    for (size_t i = 0; i < count; i++) {
+        all.rgb[i] = rows.rgb[i];
+        if (i >= row)
+            all.rgb[i] = choose(all.rgb[i], rows.rgb[i - row]);
+        if (i + row < count)
+            all.rgb[i] = choose(all.rgb[i], rows.rgb[i + row]);
+    }
+    return all;
+}
+
+/* (area, ink) of what in `a` is like nothing around the same place in `b`. */
+std::pair<double, double> outside(const Smooth &a, const Smooth &b)
+{
+    Smooth least = spread(b, [](float p, float q) { return std::min(p, q); });
+    Smooth most = spread(b, [](float p, float q) { return std::max(p, q); });
+    int width = std::min(a.width, b.width), height = std::min(a.height, b.height);
+    size_t different = 0, inked = 0;
+    for (int y = 0; y < height; y++) {
+        for (int x = 0; x < width; x++) {
+            const float *p = a.at(x, y), *q = b.at(x, y);
+            bool isOutside = false;
+            float ink = 0;
+            for (int c = 0; c < 3; c++) {
+                isOutside |=
+                    p[c] < least.at(x, y)[c] - DIFFERENT || p[c] > most.at(x, y)[c] + DIFFERENT;
+                ink = std::max({ink, 255 - p[c], 255 - q[c]});
+            }
+            different += isOutside;
+            inked += ink > DIFFERENT;
+        }
+    }
+    return {(double)different / ((double)width * height),
+            inked ? (double)different / (double)inked : 0};
+}
+
 /* The number at *position of a header, past white space and comments. */
 int headerNumber(const std::string &file, size_t *position)
 {
@@ -151,6 +197,17 @@ PictureDifference comparePictures(const Picture &candidate, const Picture &refer
             if ((dx || dy) && (best.first >= 0.002 || best.second >= 0.10))
                 best = std::min(best, differing(smoothed(candidate, dx, dy), wanted));
     return {true, best.first, best.second};
+}
+
+PictureDifference compareBesideEdges(const Picture &candidate, const Picture &reference)
+{
+    if (candidate.rgb.empty() || reference.rgb.empty() ||
+        std::abs(candidate.width - reference.width) > SIZE_TOLERANCE ||
+        std::abs(candidate.height - reference.height) > SIZE_TOLERANCE)
+        return {false, 1, 1};
+    Smooth a = smoothed(candidate, 0, 0), b = smoothed(reference, 0, 0);
+    auto one = outside(a, b), other = outside(b, a);
+    return {true, std::max(one.first, other.first), std::max(one.second, other.second)};
 }
 
 bool isRight(const PictureDifference &difference)

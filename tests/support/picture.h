@@ -36,6 +36,11 @@ struct PictureDifference {
 
 PictureDifference comparePictures(const Picture &candidate, const Picture &reference);
 
+/* The same, but a pixel differs only where it lies outside of all that the other picture has around
+ * it, two of its pixels each way; and each picture is held against the other.  So edges may lie two
+ * pixels beside, and a wrong colour, or a thing that is missing, counts as ever. */
+PictureDifference compareBesideEdges(const Picture &candidate, const Picture &reference);
+
 /* Right by the strict criterion: same size, area below 1 %, ink below 25 %.  The second bound
  * notices a lost line of text on a page that is mostly white. */
 bool isRight(const PictureDifference &difference);
