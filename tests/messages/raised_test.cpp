@@ -594,7 +594,8 @@ std::regex expressionOf(const std::string &sentence)
 bool isOfDocument(Message message)
 {
     return message == Message::FontReplaced || message == Message::GlyphsMissing ||
-           message == Message::ForeignLine || message == Message::LayoutMissing;
+           message == Message::ForeignLine || message == Message::LayoutMissing ||
+           message == Message::TreeDamaged;
 }
 
 int statusOf(const seam::MessageRow &row, const Raised &run)
