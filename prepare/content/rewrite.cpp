@@ -186,8 +186,7 @@ std::string copyForm(Rewriter *rewriter, QPDFObjectHandle form, const Inheritanc
         key.paints = keyOfPaint(*rewriter, now.fill);
     if (inheritance.stroke)
         key.paints += "/" + keyOfPaint(*rewriter, now.stroke);
-    auto [known, isNew] = memo.copies.try_emplace(key);
-    if (isNew) /* a form that paints itself finds an empty one */
+    if (memo.copies.try_emplace(key).second) /* a form that paints itself finds an empty one */
         memo.copies[key] = newCopy(rewriter, form, inheritsPattern(*rewriter, inheritance));
     FormCopy copy = memo.copies[key];
     if (!copy.name.empty())
