@@ -9,6 +9,7 @@
 #include "job/lzw.h"
 #include "job/place.h"
 #include "job/section.h"
+#include "tests/job/random_bytes.h"
 #include "tests/support/pdf_builder.h"
 #include "tests/support/printing.h"
 
@@ -29,17 +30,6 @@ template <class Encoder> std::string encoded(const std::string &text, size_t pie
         encoder.write(bytesOf(text.substr(at, piece)));
     encoder.finish();
     return out;
-}
-
-std::string random(size_t count)
-{
-    std::string text;
-    uint32_t state = 1;
-    for (size_t i = 0; i < count; i++) {
-        state = state * 1664525 + 1013904223;
-        text += (char)(state >> 24);
-    }
-    return text;
 }
 
 /* LZW undone by the book: codes of 9 bits, growing one early. */
@@ -120,7 +110,7 @@ TEST(JobEncoding, LzwSurvivesEveryLengthAroundTheGrowthOfItsCodes)
     for (size_t count : std::initializer_list<size_t>{0,    1,    2,    252,  253,  254,  255,
                                                       256,  764,  765,  766,  1788, 1790, 3835,
                                                       3836, 3837, 3838, 3839, 4100, 70000}) {
-        std::string text = random(count);
+        std::string text = randomBytes(count);
         EXPECT_TRUE(lzwDecoded(encoded<job::LzwEncoder>(text)) == text) << count;
         std::string same(count, 'x');
         EXPECT_TRUE(lzwDecoded(encoded<job::LzwEncoder>(same, 7)) == same) << count;
@@ -148,7 +138,7 @@ TEST(JobEncoding, RunLengthsSurviveRunsOfEveryLength)
     for (size_t run = 1; run < 400; run++)
         text.append(run, (char)('a' + run % 26));
     EXPECT_TRUE(runsDecoded(encoded<job::RunLengthEncoder>(text, 13)) == text);
-    std::string noise = random(100000);
+    std::string noise = randomBytes(100000);
     std::string out = encoded<job::RunLengthEncoder>(noise);
     EXPECT_TRUE(runsDecoded(out) == noise);
     EXPECT_LT(out.size(), noise.size() + noise.size() / 100);
@@ -156,7 +146,7 @@ TEST(JobEncoding, RunLengthsSurviveRunsOfEveryLength)
 
 TEST(JobEncoding, CompressedDataIsKnownByItsLook)
 {
-    EXPECT_TRUE(job::looksCompressed(bytesOf(random(4096))));
+    EXPECT_TRUE(job::looksCompressed(bytesOf(randomBytes(4096))));
     EXPECT_FALSE(job::looksCompressed(bytesOf(std::string(4096, 'x'))));
     std::string text;
     while (text.size() < 4096)

@@ -3,6 +3,7 @@
  */
 #include <gtest/gtest.h>
 
+#include "tests/job/random_bytes.h"
 #include "tests/postscript/print_job.h"
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
@@ -140,17 +141,6 @@ TEST(JobPages, APageThatCannotBeReadIsLeftOutInParts)
     run = printPdf(pdf.build(), {"--no-prepare", "--strict"});
     EXPECT_EQ(run.status, 1);
     EXPECT_FALSE(run.hasOutput);
-}
-
-std::string randomBytes(size_t count)
-{
-    std::string text;
-    uint32_t state = 1;
-    for (size_t i = 0; i < count; i++) {
-        state = state * 1664525 + 1013904223;
-        text += (char)(state >> 24);
-    }
-    return text;
 }
 
 } // namespace
