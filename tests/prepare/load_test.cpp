@@ -105,8 +105,8 @@ TEST(Load, APageListedTwiceInheritsFromEachOfItsNodes)
     EXPECT_EQ(made.status, 0);
     std::string clear = inClear(made.pdf);
     EXPECT_EQ(countOf(clear, "/Type /Page\n"), 2u);
-    EXPECT_EQ(countOf(clear, "40"), 2u) << clear;
-    EXPECT_EQ(countOf(clear, "70"), 2u) << clear;
+    EXPECT_EQ(countOf(clear, "    40\n"), 2u) << clear;
+    EXPECT_EQ(countOf(clear, "    70\n"), 2u) << clear;
 }
 
 /* A preparation that finds nothing to do is wrong where the converter refuses the document: then

@@ -145,7 +145,7 @@ std::string inClear(const std::string &pdf)
     ProgramOptions options;
     options.directory = directory.path;
     directory.write("doc.pdf", pdf);
-    runProgram({"qpdf", "--qdf", "--object-streams=disable", "doc.pdf", "clear.pdf"}, options);
+    runProgram({"qpdf", "--qdf", "--static-id", "--object-streams=disable", "doc.pdf", "clear.pdf"}, options);
     return readFile(directory / "clear.pdf");
 }
 
