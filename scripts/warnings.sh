@@ -1,6 +1,6 @@
 #!/bin/sh
-# warnings.sh BUILD [JOBS [TOGETHER]] - compiles every source of a configured tree for the warnings
-# alone
+# warnings.sh BUILD [JOBS [TOGETHER [OTHER]]] - compiles every source of a configured tree for the
+# warnings alone; with OTHER those that this tree, of the same compiler, does not build
 #
 # Nothing is made but the precompiled headers, where the tree has them.  (Sources that the build
 # itself makes are left out.)
@@ -52,13 +52,26 @@ headers=$(ninja -C "$build" -t targets all | sed -n 's/^\([^ ]*cmake_pch\.hxx\.[
 
 rm -rf "$batches"
 mkdir "$batches"
+: >"$batches.known"
+if [ -n "${4:-}" ]; then
+    {
+        sed -n 's/^  "file": "\(.*\)".*/\1/p' "$4/compile_commands.json"
+        find "$4" -name 'unity_*.cxx' -exec sed -n 's/^#include "\(.*\)"/\1/p' {} +
+    } >"$batches.known"
+fi
 sed -n 's/^  "command": "\(.*\)",$/\1/p' "$build/compile_commands.json" |
     grep -v "cmake_pch\.hxx\.cxx$" | grep -v " -c $build/" |
     sed 's/\\"/"/g; s/\\\\/\\/g' |
-    awk -v batches="$batches" -v together="${3:-12}" '
+    awk -v batches="$batches" -v together="${3:-12}" -v known="$batches.known" '
+        BEGIN {
+            while ((getline line <known) > 0)
+                is_known[line] = 1
+        }
         {
             source = target = $0
             sub(/.* -c /, "", source)
+            if (is_known[source])
+                next
             sub(/\.dir\/[^ ]* -c .*/, "", target)
             sub(/ -o [^ ]* -c .*/, "")
             most = /-include-pch/ ? 1 : together
@@ -69,6 +82,6 @@ sed -n 's/^  "command": "\(.*\)",$/\1/p' "$build/compile_commands.json" |
             print source >>batch[target]
             close(batch[target])
         }'
-[ -e "$batches/001" ] || { echo "No commands in $build" >&2 && exit 1; }
+[ -e "$batches/001" ] || [ -s "$batches.known" ] || { echo "No commands in $build" >&2 && exit 1; }
 cd "$build"
 find "$batches" -type f | sort | xargs -n 1 -P "$jobs" "$self" --batch

@@ -26,7 +26,7 @@ constexpr int TOP_FONTMATRIX = 1207;
 constexpr int FIRST_OWN_STRING = 391; /* smaller numbers are strings that every reader knows */
 constexpr size_t MAX_GLYPHS = 65000;
 
-constexpr int STACK_LIMIT = 48;
+constexpr int MOST_OPERANDS = 48;
 constexpr size_t MAX_STEMS = 96;
 
 void putByte(std::string *out, int value)
@@ -188,7 +188,7 @@ void flush(CharWriter *w)
 /* Adds a line or curve to those before it, if they are of one kind and the stack has room. */
 void add(CharWriter *w, int number, std::initializer_list<int> operands)
 {
-    if (w->pending != number || w->waiting.size() + operands.size() > STACK_LIMIT)
+    if (w->pending != number || w->waiting.size() + operands.size() > MOST_OPERANDS)
         flush(w);
     w->pending = number;
     w->waiting.insert(w->waiting.end(), operands);

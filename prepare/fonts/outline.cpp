@@ -12,7 +12,7 @@ namespace prepare {
 
 namespace {
 
-struct Walk {
+struct OutlineReader {
     Outline *outline;
     int scale;
     double x = 0, y = 0; /* the current point, scaled */
@@ -24,50 +24,50 @@ int rounded(double value)
         std::clamp(value, -(double)LARGEST_COORDINATE, (double)LARGEST_COORDINATE));
 }
 
-void append(Walk *walk, Segment::Kind kind, const FT_Vector *const *points, int count)
+void append(OutlineReader *reader, Segment::Kind kind, const FT_Vector *const *points, int count)
 {
     Segment segment{kind, {}, {}};
     for (int i = 0; i < count; i++) {
-        walk->x = (double)points[i]->x * walk->scale;
-        walk->y = (double)points[i]->y * walk->scale;
-        segment.x[i] = rounded(walk->x);
-        segment.y[i] = rounded(walk->y);
+        reader->x = (double)points[i]->x * reader->scale;
+        reader->y = (double)points[i]->y * reader->scale;
+        segment.x[i] = rounded(reader->x);
+        segment.y[i] = rounded(reader->y);
     }
-    walk->outline->path.push_back(segment);
+    reader->outline->path.push_back(segment);
 }
 
 int moveTo(const FT_Vector *to, void *user)
 {
-    append(static_cast<Walk *>(user), Segment::MOVE, &to, 1);
+    append(static_cast<OutlineReader *>(user), Segment::MOVE, &to, 1);
     return 0;
 }
 
 int lineTo(const FT_Vector *to, void *user)
 {
-    append(static_cast<Walk *>(user), Segment::LINE, &to, 1);
+    append(static_cast<OutlineReader *>(user), Segment::LINE, &to, 1);
     return 0;
 }
 
 int cubicTo(const FT_Vector *c1, const FT_Vector *c2, const FT_Vector *to, void *user)
 {
     const FT_Vector *points[] = {c1, c2, to};
-    append(static_cast<Walk *>(user), Segment::CURVE, points, 3);
+    append(static_cast<OutlineReader *>(user), Segment::CURVE, points, 3);
     return 0;
 }
 
 /* A quadratic curve as a cubic one: its control points lie two thirds of the way to the one. */
 int conicTo(const FT_Vector *control, const FT_Vector *to, void *user)
 {
-    Walk *walk = static_cast<Walk *>(user);
-    double cx = (double)control->x * walk->scale, cy = (double)control->y * walk->scale;
-    double x = (double)to->x * walk->scale, y = (double)to->y * walk->scale;
+    OutlineReader *reader = static_cast<OutlineReader *>(user);
+    double cx = (double)control->x * reader->scale, cy = (double)control->y * reader->scale;
+    double x = (double)to->x * reader->scale, y = (double)to->y * reader->scale;
     Segment segment{
         Segment::CURVE,
-        {rounded(walk->x + (cx - walk->x) * 2 / 3), rounded(x + (cx - x) * 2 / 3), rounded(x)},
-        {rounded(walk->y + (cy - walk->y) * 2 / 3), rounded(y + (cy - y) * 2 / 3), rounded(y)}};
-    walk->outline->path.push_back(segment);
-    walk->x = x;
-    walk->y = y;
+        {rounded(reader->x + (cx - reader->x) * 2 / 3), rounded(x + (cx - x) * 2 / 3), rounded(x)},
+        {rounded(reader->y + (cy - reader->y) * 2 / 3), rounded(y + (cy - y) * 2 / 3), rounded(y)}};
+    reader->outline->path.push_back(segment);
+    reader->x = x;
+    reader->y = y;
     return 0;
 }
 
@@ -85,8 +85,8 @@ bool readOutline(FT_Face face, unsigned glyph, int scale, Outline *outline, doub
         return false;
     *advance = (double)face->glyph->metrics.horiAdvance * scale;
     FT_Outline_Funcs funcs = {moveTo, lineTo, conicTo, cubicTo, 0, 0};
-    Walk walk{outline, scale};
-    if (FT_Outline_Decompose(&face->glyph->outline, &funcs, &walk) != 0)
+    OutlineReader reader{outline, scale};
+    if (FT_Outline_Decompose(&face->glyph->outline, &funcs, &reader) != 0)
         outline->path.clear();
     return true;
 }

@@ -23,7 +23,7 @@ namespace prepare {
 
 namespace {
 
-constexpr size_t MAX_PROGRAM = 64u << 20;
+constexpr size_t MOST_PROGRAM = 64u << 20;
 constexpr int SYMBOLIC = 4;
 
 /* How to draw: an outline and its advance for a code. */
@@ -298,7 +298,7 @@ NewFont buildFont(Document *document, const FontUse &use, const GlyphSource &sou
     FontEncoding encoding = readEncoding(font, nullptr);
     CMap texts;
     if (font.getKey("/ToUnicode").isStream())
-        texts = readCMap(decodeStream(font.getKey("/ToUnicode"), MAX_PROGRAM, nullptr));
+        texts = readCMap(decodeStream(font.getKey("/ToUnicode"), MOST_PROGRAM, nullptr));
     sortCMap(&texts);
     std::vector<double> widths = readWidths(font);
     addGlyph(&made, source, ".notdef", source.missing, -1);
@@ -371,7 +371,7 @@ bool isGoodCompact(Document *document, QPDFObjectHandle program)
     if (nameOr(program.getDict().getKey("/Subtype")) != "/Type1C")
         return false;
     bool damaged = false;
-    std::string data = decodeStream(program, MAX_PROGRAM, &damaged);
+    std::string data = decodeStream(program, MOST_PROGRAM, &damaged);
     if (damaged || programKind(data) != ProgramKind::COMPACT)
         return false;
     FontProgram opened = openProgram(fontLibrary(document), std::move(data));
@@ -394,7 +394,7 @@ void rewriteSimpleFont(Document *document, const FontUse &use)
     QPDFObjectHandle program = embeddedProgram(font.getKey("/FontDescriptor"));
     if (!program.isStream())
         return;
-    std::string data = decodeStream(program, MAX_PROGRAM, nullptr);
+    std::string data = decodeStream(program, MOST_PROGRAM, nullptr);
     size_t begin = data.find("%!");
     if (programKind(data) == ProgramKind::UNKNOWN && begin != std::string::npos && begin < 64)
         data.erase(0, begin); /* some have white space in front */

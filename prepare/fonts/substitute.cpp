@@ -24,16 +24,16 @@ bool holdsAny(const std::string &text, std::initializer_list<const char *> words
                        [&](const char *word) { return text.find(word) != std::string::npos; });
 }
 
-using Pattern = std::unique_ptr<FcPattern, void (*)(FcPattern *)>;
+using FontPattern = std::unique_ptr<FcPattern, void (*)(FcPattern *)>;
 
 const FcChar8 *text(const char *characters)
 {
     return reinterpret_cast<const FcChar8 *>(characters);
 }
 
-Pattern wantedPattern(const FontStyle &style, uint32_t unicode)
+FontPattern wantedPattern(const FontStyle &style, uint32_t unicode)
 {
-    Pattern pattern(FcPatternCreate(), FcPatternDestroy);
+    FontPattern pattern(FcPatternCreate(), FcPatternDestroy);
     FcPatternAddString(pattern.get(), FC_FAMILY, text(style.family.c_str()));
     FcPatternAddString(pattern.get(), FC_FAMILY,
                        text(style.isFixed   ? "monospace"
@@ -85,9 +85,9 @@ std::string standardFont(const FontStyle &style)
 
 bool findSystemFont(const FontStyle &style, uint32_t unicode, std::string *path, int *index)
 {
-    Pattern pattern = wantedPattern(style, unicode);
+    FontPattern pattern = wantedPattern(style, unicode);
     FcResult result;
-    Pattern found(FcFontMatch(nullptr, pattern.get(), &result), FcPatternDestroy);
+    FontPattern found(FcFontMatch(nullptr, pattern.get(), &result), FcPatternDestroy);
     FcCharSet *characters = nullptr;
     FcChar8 *file = nullptr;
     if (!found || FcPatternGetCharSet(found.get(), FC_CHARSET, 0, &characters) != FcResultMatch ||

@@ -42,8 +42,7 @@ int knownDepth(int bits)
 /* Sizes, depth and space as the dictionary has them. */
 void readHeader(QPDFObjectHandle dict, const std::vector<Filter> &filters, PackedImage *image)
 {
-    QPDFObjectHandle mask = either(dict, "/ImageMask", "/IM");
-    image->isMask = mask.isBool() && mask.getBoolValue();
+    image->isMask = isTrue(either(dict, "/ImageMask", "/IM"));
     image->width = integerOr(either(dict, "/Width", "/W"), 0);
     image->height = integerOr(either(dict, "/Height", "/H"), 0);
     image->bits = knownDepth(integerOr(either(dict, "/BitsPerComponent", "/BPC"), 8));

@@ -114,17 +114,13 @@ std::string undo(Document *document, QPDFObjectHandle image, const std::vector<F
 
 FaxParameters faxParameters(QPDFObjectHandle dict)
 {
-    auto isTrue = [&](const char *key) {
-        QPDFObjectHandle value = entryOf(dict, key);
-        return value.isBool() && value.getBoolValue();
-    };
     FaxParameters fax;
     fax.k = integerOr(entryOf(dict, "/K"), 0);
     fax.columns = integerOr(entryOf(dict, "/Columns"), 1728);
     fax.rows = integerOr(entryOf(dict, "/Rows"), 0);
-    fax.hasEndOfLine = isTrue("/EndOfLine");
-    fax.isByteAligned = isTrue("/EncodedByteAlign");
-    fax.isBlack1 = isTrue("/BlackIs1");
+    fax.hasEndOfLine = isTrue(entryOf(dict, "/EndOfLine"));
+    fax.isByteAligned = isTrue(entryOf(dict, "/EncodedByteAlign"));
+    fax.isBlack1 = isTrue(entryOf(dict, "/BlackIs1"));
     return fax;
 }
 

@@ -14,6 +14,8 @@
 
 #include <openjpeg.h>
 
+#include "prepare/images/filters.h"
+
 namespace prepare {
 
 namespace {
@@ -83,13 +85,6 @@ Stream openInput(Input *input)
 OPJ_CODEC_FORMAT formatOf(const std::string &data)
 {
     return data.compare(0, 4, "\xff\x4f\xff\x51", 4) == 0 ? OPJ_CODEC_J2K : OPJ_CODEC_JP2;
-}
-
-bool isIndexed(QPDFObjectHandle space)
-{
-    std::string family =
-        nameOr(space.isArray() && space.getArrayNItems() > 0 ? space.getArrayItem(0) : space);
-    return family == "/Indexed" || family == "/I";
 }
 
 Codec makeCodec(const std::string &data, bool keepsIndices)

@@ -43,6 +43,11 @@ int integerOr(QPDFObjectHandle object, int otherwise)
     return (int)std::clamp(value, (double)INT_MIN, (double)INT_MAX);
 }
 
+bool isTrue(QPDFObjectHandle object)
+{
+    return object.isBool() && object.getBoolValue();
+}
+
 std::string nameOr(QPDFObjectHandle object, const std::string &otherwise)
 {
     return object.isName() ? object.getName() : otherwise;
@@ -74,10 +79,7 @@ bool isImage(QPDFObjectHandle object)
 
 bool isStencil(QPDFObjectHandle object)
 {
-    if (!object.isStream())
-        return false;
-    QPDFObjectHandle mask = object.getDict().getKey("/ImageMask");
-    return mask.isBool() && mask.getBoolValue();
+    return object.isStream() && isTrue(object.getDict().getKey("/ImageMask"));
 }
 
 bool isGroup(QPDFObjectHandle form)

@@ -22,6 +22,8 @@ std::map<std::string, QPDFObjectHandle> entriesOf(QPDFObjectHandle object);
 double numberOr(QPDFObjectHandle object, double otherwise);
 int integerOr(QPDFObjectHandle object, int otherwise);
 
+bool isTrue(QPDFObjectHandle object);
+
 /* The name with its slash, or nothing. */
 std::string nameOr(QPDFObjectHandle object, const std::string &otherwise = "");
 

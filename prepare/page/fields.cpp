@@ -45,8 +45,7 @@ QPDFObjectHandle formOf(Document *document)
 
 bool wantsAppearances(Document *document)
 {
-    QPDFObjectHandle wants = entryOf(formOf(document), "/NeedAppearances");
-    return wants.isBool() && wants.getBoolValue();
+    return isTrue(entryOf(formOf(document), "/NeedAppearances"));
 }
 
 /* The state of a check box or radio button. */

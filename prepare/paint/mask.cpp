@@ -243,11 +243,6 @@ FlatImage flatten(const Work &work, QPDFObjectHandle image, bool hadMasks)
     return flat;
 }
 
-bool isTrue(QPDFObjectHandle object)
-{
-    return object.isBool() && object.getBoolValue();
-}
-
 /* The image's mask as a stencil with the same data, when it is one of single bits; null else. */
 QPDFObjectHandle maskAsStencil(QPDFObjectHandle image)
 {

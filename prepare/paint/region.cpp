@@ -183,7 +183,7 @@ Grid gridOf(const Box &box, int resolution)
 
 /* The grid's area on a page whose unit is that many points.  It ends within its last pixels, so
  * that no rounding gives the renderer one more. */
-Box boxOf(const Grid &grid, double unit)
+Box pageBoxOf(const Grid &grid, double unit)
 {
     constexpr double SHORT = 0.01; /* pixels */
     return {grid.left / unit, (grid.top - (grid.height - SHORT) * grid.pixel) / unit,
@@ -223,7 +223,7 @@ bool isGray(const std::string &pixels)
     return true;
 }
 
-QPDFObjectHandle imageOf(Document *document, const std::string &pixels, const Grid &grid)
+QPDFObjectHandle renderedImage(Document *document, const std::string &pixels, const Grid &grid)
 {
     PackedImage image;
     image.width = grid.width;
@@ -254,7 +254,7 @@ QPDFObjectHandle render(Rendering *rendering, const Grid &grid)
     ProgramCall call;
     double resolution = POINTS_PER_INCH / grid.pixel * rendering->unit;
     call.command = {"pdftoppm", "-q", "-r", numberText(resolution), "-hide-annotations", "{0}"};
-    call.inputs = {singlePage(rendering->page, boxOf(grid, rendering->unit))};
+    call.inputs = {singlePage(rendering->page, pageBoxOf(grid, rendering->unit))};
     call.seconds = RENDER_SECONDS;
     call.memoryBytes = RENDER_MEMORY;
     call.outputBytes = (uint64_t)grid.width * (uint64_t)grid.height * 3 + 1024;
@@ -262,7 +262,7 @@ QPDFObjectHandle render(Rendering *rendering, const Grid &grid)
     rendering->isMissing |= outcome.status == ProgramStatus::MISSING;
     std::string pixels = pixelsOf(outcome.output, grid);
     return pixels.empty() ? QPDFObjectHandle::newNull()
-                          : imageOf(rendering->document, pixels, grid);
+                          : renderedImage(rendering->document, pixels, grid);
 }
 
 /* ---- on the page ---- */

@@ -38,11 +38,6 @@ std::vector<double> numbersOf(QPDFObjectHandle array, size_t most)
 
 namespace {
 
-bool isTrue(QPDFObjectHandle object)
-{
-    return object.isBool() && object.getBoolValue();
-}
-
 std::optional<Shading> readShading(const ResourceScope &scope, QPDFObjectHandle object)
 {
     Shading shading;

@@ -14,7 +14,7 @@ namespace prepare {
 
 namespace {
 
-struct Painted {
+struct Paintwork {
     Box box;
     bool covers = false;
     bool isKnown = false; /* of one colour */
@@ -22,7 +22,7 @@ struct Painted {
     double alpha = 1;
 };
 
-void leaveMark(Painting *painting, const ContentState &state, const Painted &paint)
+void leaveMark(Painting *painting, const ContentState &state, const Paintwork &paint)
 {
     const Transparency &transparency = state.now.transparency;
     Box box = intersection(paint.box, state.now.clip);
@@ -231,13 +231,9 @@ std::optional<Group> groupOf(const GraphicsState &outer, QPDFObjectHandle form)
     if (!isGroup(form))
         return std::nullopt;
     QPDFObjectHandle dict = form.getDict().getKey("/Group");
-    auto isTrue = [&](const char *key) {
-        QPDFObjectHandle value = dict.getKey(key);
-        return value.isBool() && value.getBoolValue();
-    };
     Group group;
-    group.isIsolated = isTrue("/I");
-    group.isKnockout = isTrue("/K");
+    group.isIsolated = isTrue(dict.getKey("/I"));
+    group.isKnockout = isTrue(dict.getKey("/K"));
     group.alpha = outer.transparency.fillAlpha;
     group.blend = outer.transparency.blend;
     group.softMask = outer.transparency.softMask;

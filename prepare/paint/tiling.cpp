@@ -174,7 +174,7 @@ std::optional<std::string> tilingContent(Rewriter *rewriter, const Pattern &patt
 
 DeviceColour tilingColour(const ResourceScope &scope, QPDFObjectHandle pattern)
 {
-    constexpr double GRAY = 0.5, WHITE = 0.999;
+    constexpr double GRAY = 0.5, NEARLY_WHITE = 0.999;
     constexpr size_t MOST_BYTES = 1u << 20;
     DeviceColour found{1, {GRAY, 0, 0, 0}};
     bool damaged = false;
@@ -195,7 +195,7 @@ DeviceColour tilingColour(const ResourceScope &scope, QPDFObjectHandle pattern)
             DeviceColour colour =
                 deviceColourOf(isFill ? state.now.fill : state.now.stroke);
             DeviceColour rgb = toRgb(colour);
-            if (rgb.values[0] < WHITE || rgb.values[1] < WHITE || rgb.values[2] < WHITE)
+            if (rgb.values[0] < NEARLY_WHITE || rgb.values[1] < NEARLY_WHITE || rgb.values[2] < NEARLY_WHITE)
                 return colour;
         }
         track(&state, operation);

@@ -36,7 +36,7 @@ void TransparencyHandler::begin(Rewriter *rewriter)
     painting->isPage = rewriter->depth == 0;
     QPDFObjectHandle knockout = entryOf(entryOf(*rewriter->page, "/Group"), "/K");
     painting->scene.groups.front().isKnockout =
-        rewriter->depth == 0 && knockout.isBool() && knockout.getBoolValue();
+        rewriter->depth == 0 && isTrue(knockout);
 }
 
 bool TransparencyHandler::placesForm(const Rewriter &rewriter, QPDFObjectHandle form) const
