@@ -27,6 +27,9 @@ _pdf_prepare() {
     --resolution)
         return
         ;;
+    --max-time)
+        return
+        ;;
     --password-file)
         COMPREPLY=($(compgen -f -- "$word"))
         return
@@ -40,6 +43,7 @@ _pdf_prepare() {
             --annotations=
             --level=
             --resolution=
+            --max-time=
             --password-file=
             --if-needed
             --rewrite

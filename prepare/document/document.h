@@ -70,7 +70,8 @@ struct Source {
 /* What is counted over the whole document, against the bounds of those who count. */
 struct Budget {
     double shadingWork = 0;  /* steps and pixels */
-    int stoppedPrograms = 0; /* other programs that were called and took too long */
+    int failedPrograms = 0;  /* other programs that were called and took too long or failed */
+    double programSeconds = 0; /* that they took together, by the clock */
 };
 
 struct Diagnostics {

@@ -3,6 +3,7 @@
  */
 #include "prepare/document/program.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -13,9 +14,11 @@
 #include <iterator>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,8 +27,6 @@
 namespace prepare {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 /* Everything that ever stands in the directory, so that it can be removed without looking. */
 constexpr const char *fileNames[] = {"0", "1", "out", "err"};
@@ -160,23 +161,11 @@ struct Prepared {
 /* Waits for the child; past the deadline it is killed with all that it started. */
 int await(pid_t child, Clock::time_point deadline, bool *isStopped)
 {
-    constexpr long SHORTEST = 500'000, LONGEST = 20'000'000; /* nanoseconds */
-    long pause = SHORTEST;
-    bool isKilled = false;
-    for (;;) {
-        siginfo_t ended = {};
-        if (waitid(P_PID, (id_t)child, &ended, WEXITED | WNOHANG | WNOWAIT) != 0 && errno != EINTR)
-            return -1;
-        if (ended.si_pid == child)
-            break;
-        if (!isKilled && Clock::now() > deadline) {
-            kill(-child, SIGKILL);
-            kill(child, SIGKILL);
-            isKilled = *isStopped = true;
-        }
-        timespec time = {0, pause};
-        nanosleep(&time, nullptr);
-        pause = pause * 2 > LONGEST ? LONGEST : pause * 2;
+    if (!endsBefore(child, deadline)) {
+        kill(-child, SIGKILL);
+        kill(child, SIGKILL);
+        *isStopped = true;
+        endsBefore(child, Clock::time_point::max());
     }
     kill(-child, SIGKILL); /* what it has left running */
     int status = 0;
@@ -210,12 +199,43 @@ ProgramStatus meaningOf(int status)
 
 } // namespace
 
+bool endsBefore(pid_t child, Clock::time_point deadline)
+{
+    constexpr std::chrono::milliseconds SHORT(5), LONG(60000);
+    int handle = (int)syscall(SYS_pidfd_open, child, 0); /* without it: looking again and again */
+    for (;;) {
+        siginfo_t ended = {};
+        int result = waitid(P_PID, (id_t)child, &ended, WEXITED | WNOHANG | WNOWAIT);
+        bool isOver = result == 0 ? ended.si_pid == child : errno != EINTR;
+        Clock::duration left = deadline - Clock::now();
+        if (isOver || left <= Clock::duration::zero()) {
+            close(handle);
+            return isOver;
+        }
+        auto pause = std::chrono::ceil<std::chrono::milliseconds>(
+            std::min<Clock::duration>(left, handle < 0 ? SHORT : LONG));
+        pollfd event = {handle, POLLIN, 0};
+        poll(&event, 1, (int)pause.count());
+    }
+}
+
 ProgramOutcome runFor(Document *document, const ProgramCall &call)
 {
-    if (document->budget.stoppedPrograms >= MAX_STOPPED)
+    const Options &options = document->options;
+    Budget &budget = document->budget;
+    ProgramCall bounded = call;
+    double left = options.programSeconds - budget.programSeconds;
+    if (options.programSeconds > 0)
+        bounded.clockSeconds = std::min(2.0 * call.seconds, left);
+    if (budget.failedPrograms >= MAX_FAILED || bounded.clockSeconds < 0 ||
+        (options.programSeconds > 0 && left <= 0))
         return {ProgramStatus::STOPPED, "", ""};
-    ProgramOutcome outcome = runLimited(call, document->options.scratch, document->options.calledGroup);
-    document->budget.stoppedPrograms += outcome.status == ProgramStatus::STOPPED;
+    Clock::time_point start = Clock::now();
+    ProgramOutcome outcome = runLimited(bounded, options.scratch, options.calledGroup);
+    budget.programSeconds += std::chrono::duration<double>(Clock::now() - start).count();
+    if (outcome.status == ProgramStatus::STOPPED)
+        budget.failedPrograms += MAX_FAILED / 2;
+    budget.failedPrograms += outcome.status == ProgramStatus::FAILED;
     return outcome;
 }
 
@@ -238,7 +258,9 @@ ProgramOutcome runLimited(const ProgramCall &call, const std::string &scratchPat
     std::string output = scratch / OUTPUT, messages = scratch / MESSAGES, directory = scratch / ".";
     Prepared prepared = {pointersTo(&arguments), pointersTo(&environment), output.c_str(),
                          messages.c_str(), directory.c_str()};
-    Clock::time_point deadline = Clock::now() + std::chrono::seconds(2 * call.seconds);
+    double clockSeconds = call.clockSeconds > 0 ? call.clockSeconds : 2.0 * call.seconds;
+    Clock::time_point deadline =
+        Clock::now() + std::chrono::milliseconds((int64_t)(clockSeconds * 1000));
     pid_t child = fork();
     if (child == 0)
         runChild(call, prepared);

@@ -8,9 +8,12 @@
 #ifndef PREPARE_DOCUMENT_PROGRAM_H
 #define PREPARE_DOCUMENT_PROGRAM_H
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include <sys/types.h>
 
 #include "prepare/document/document.h"
 
@@ -23,6 +26,7 @@ struct ProgramCall {
     std::vector<std::string> command; /* the first is looked for along PATH */
     std::vector<std::string> inputs;  /* contents of files */
     int seconds = 60;                 /* of computing, and twice that by the clock */
+    double clockSeconds = 0;          /* by the clock; 0: twice `seconds` */
     uint64_t memoryBytes = 1u << 30;
     uint64_t outputBytes = 1u << 30; /* of standard output */
 };
@@ -40,10 +44,17 @@ struct ProgramOutcome {
     std::string output, messages; /* its standard output and error */
 };
 
-/* For a document: nothing is run any more when programs have taken too long twice.  Its scratch
- * directory is options.scratch. */
+using Clock = std::chrono::steady_clock;
+
+/* Waits until the child has ended (it stays to be waited for) or the time has come; answers whether
+ * it has ended. */
+bool endsBefore(pid_t child, Clock::time_point deadline);
+
+/* For a document: nothing is run any more, and the answer is STOPPED, when programs have taken the
+ * seconds that its options allow them together, or have failed so often; one that has taken too long
+ * counts as many as half of that.  Its scratch directory is options.scratch. */
 ProgramOutcome runFor(Document *document, const ProgramCall &call);
-constexpr int MAX_STOPPED = 2;
+constexpr int MAX_FAILED = 8;
 
 /* Runs the program and waits for its end.  `scratch` is the path of the directory for its files,
  * which must not exist yet, or empty: one is made below TMPDIR (else /tmp).  `calledGroup` is that

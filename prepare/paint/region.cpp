@@ -241,12 +241,27 @@ QPDFObjectHandle renderedImage(Document *document, const std::string &pixels, co
     return newImage(document, image, ImageCode::FLATE);
 }
 
+/* What the renderer has made of a page and box, by its files: the same one is drawn once, however
+ * often the document holds it.  Null where it made nothing. */
+struct RenderedMemo {
+    std::map<std::pair<size_t, size_t>, QPDFObjectHandle> images; /* by size and hash */
+};
+
 struct Rendering {
     Document *document;
     QPDFObjectHandle page; /* of the original */
     double unit;
     bool isMissing = false;
 };
+
+QPDFObjectHandle runRenderer(Rendering *rendering, const Grid &grid, const ProgramCall &call)
+{
+    ProgramOutcome outcome = runFor(rendering->document, call);
+    rendering->isMissing |= outcome.status == ProgramStatus::MISSING;
+    std::string pixels = pixelsOf(outcome.output, grid);
+    return pixels.empty() ? QPDFObjectHandle::newNull()
+                          : renderedImage(rendering->document, pixels, grid);
+}
 
 /* The region as an image; null when the renderer does not do it. */
 QPDFObjectHandle render(Rendering *rendering, const Grid &grid)
@@ -258,11 +273,14 @@ QPDFObjectHandle render(Rendering *rendering, const Grid &grid)
     call.seconds = RENDER_SECONDS;
     call.memoryBytes = RENDER_MEMORY;
     call.outputBytes = (uint64_t)grid.width * (uint64_t)grid.height * 3 + 1024;
-    ProgramOutcome outcome = runFor(rendering->document, call);
-    rendering->isMissing |= outcome.status == ProgramStatus::MISSING;
-    std::string pixels = pixelsOf(outcome.output, grid);
-    return pixels.empty() ? QPDFObjectHandle::newNull()
-                          : renderedImage(rendering->document, pixels, grid);
+    std::hash<std::string> hash;
+    auto &known = rendering->document->memos.of<RenderedMemo>().images;
+    auto [found, isNew] = known.try_emplace(
+        {call.inputs[0].size(), hash(call.inputs[0]) ^ hash(call.command[3])},
+        QPDFObjectHandle::newNull());
+    if (isNew)
+        found->second = runRenderer(rendering, grid, call);
+    return found->second;
 }
 
 /* ---- on the page ---- */

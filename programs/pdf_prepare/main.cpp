@@ -50,6 +50,9 @@ enum Status {
 };
 
 constexpr seam::Program PROGRAM = seam::PREPARE;
+constexpr rlim_t MEGABYTE = 1 << 20;
+constexpr int MOST_SECONDS = 24 * 60 * 60;
+constexpr double PROGRAM_SHARE = 0.75; /* of the time, for the programs that are called */
 
 struct Arguments {
     Options options;
@@ -57,6 +60,7 @@ struct Arguments {
     bool ifNeeded = false;
     std::string in, out;
     std::string pageMap; /* a file for the page map; empty: none is wanted */
+    int mostSeconds = 0; /* by the clock; 0: as the size of the document allows */
 };
 
 /* Says why nothing is made; answers the status of that. */
@@ -100,6 +104,10 @@ bool readOption(seam::Option option, const char *value, Arguments *arguments)
         return true;
     case Option::PASSWORD_FILE:
         options.password = readPassword(value);
+        return true;
+    case Option::MAX_TIME:
+        arguments->mostSeconds =
+            (int)seam::readNumber(PROGRAM, value, "The time", 1, MOST_SECONDS);
         return true;
     case Option::IF_NEEDED:
         arguments->ifNeeded = true;
@@ -154,10 +162,15 @@ void limit(int resource, rlim_t value)
     setrlimit(resource, &wanted);
 }
 
-void setLimits(rlim_t inputBytes)
+/* What a document may take by the clock, if nobody says. */
+int secondsFor(rlim_t inputBytes)
 {
-    constexpr rlim_t MEGABYTE = 1 << 20;
-    limit(RLIMIT_CPU, 60 + 2 * inputBytes / MEGABYTE);
+    return (int)std::min<rlim_t>(60 + 2 * inputBytes / MEGABYTE, MOST_SECONDS);
+}
+
+void setLimits(rlim_t inputBytes, int seconds)
+{
+    limit(RLIMIT_CPU, (rlim_t)seconds);
     limit(RLIMIT_FSIZE, 16 * inputBytes + 256 * MEGABYTE);
     limit(RLIMIT_CORE, 0);
 #if !defined(__SANITIZE_ADDRESS__) /* which reserves more than that for itself */
@@ -310,16 +323,20 @@ int statusOf(int ended)
 /* Runs the work in a child; answers its status, 1 when it did not end by itself. */
 int supervise(const Arguments &arguments, const std::string &temporary, rlim_t inputBytes)
 {
+    Clock::time_point deadline = Clock::now() + std::chrono::seconds(arguments.mostSeconds);
     pid_t child = fork();
     if (child == 0) {
         for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
             signal(number, SIG_DFL);
         prctl(PR_SET_PDEATHSIG, SIGKILL); /* whatever ends the parent */
-        setLimits(inputBytes);
+        setLimits(inputBytes, arguments.mostSeconds);
         _exit(workAndTell(arguments, temporary));
     }
     worker = child;
     int status = 0;
+    bool isInTime = child < 0 || endsBefore(child, deadline);
+    if (!isInTime)
+        kill(child, SIGKILL);
     if (child < 0 || waitpid(child, &status, 0) != child)
         return fail(Message::PreparationNotStarted, {strerror(errno)});
     worker = 0;
@@ -415,6 +432,9 @@ int main(int argc, char **argv)
         arguments.options.calledGroup = calledGroup = newSharedNumber();
         removeWhenEnded(temporary, arguments.options.scratch);
     }
+    if (arguments.mostSeconds == 0)
+        arguments.mostSeconds = secondsFor((rlim_t)info.st_size);
+    arguments.options.programSeconds = PROGRAM_SHARE * arguments.mostSeconds;
     int status = supervise(arguments, temporary, (rlim_t)info.st_size);
     if (arguments.probe)
         return status;

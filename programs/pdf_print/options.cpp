@@ -144,6 +144,10 @@ bool readOption(seam::Option option, const char *value, Arguments *arguments)
         arguments->preparation.resolution =
             std::to_string(readNumber(value, "The resolution", 36, 2400));
         return true;
+    case Option::MAX_TIME:
+        arguments->preparation.maxTime =
+            std::to_string(readNumber(value, "The time", 1, 24 * 60 * 60));
+        return true;
     case Option::PASSWORD_FILE:
         arguments->preparation.passwordFile = value;
         return true;

@@ -24,6 +24,8 @@ std::vector<std::string> commandLine(const PreparationOptions &options)
         words.push_back("--annotations=" + options.annotations);
     if (!options.pageMap.empty())
         words.push_back("--page-map=" + options.pageMap);
+    if (!options.maxTime.empty())
+        words.push_back("--max-time=" + options.maxTime);
     if (!options.level.empty())
         words.push_back("--level=" + options.level);
     return words;

@@ -15,7 +15,7 @@
 /* What it is told; empty: its own defaults. */
 struct PreparationOptions {
     seam::PageRanges pages;
-    std::string passwordFile, annotations, resolution, level;
+    std::string passwordFile, annotations, resolution, level, maxTime;
     std::string pageMap; /* a file that does not exist, for the page map */
     bool rewrites = false; /* prepared whether or not it is needed */
 };

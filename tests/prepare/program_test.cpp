@@ -3,6 +3,7 @@
  */
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "tests/prepare/fonts.h"
@@ -118,6 +119,19 @@ TEST(Program, TheOutputIsNeverAFileThatIsRead)
         EXPECT_EQ(readFile(word), "secret\n");
         EXPECT_EQ(directory.names(), before);
     }
+}
+
+/* Time by the clock, of which a document that is waited for takes nothing from the processor. */
+TEST(Program, ADocumentThatDoesNotComeIsGivenUp)
+{
+    ScratchDirectory directory;
+    std::string pipe = directory / "pipe.pdf";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    ProgramResult result =
+        runProgram({preparePath(), "--max-time=1", pipe, directory / "out.pdf"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "PREPARE-E-TIME: The document takes too much time.\n");
+    EXPECT_EQ(directory.names(), std::vector<std::string>{"pipe.pdf"});
 }
 
 TEST(Program, LinksAndStandardOutputAreWrittenThrough)

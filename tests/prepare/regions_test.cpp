@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 
+#include <sys/stat.h>
+
 #include "prepare/content/evaluate.h"
 #include "prepare/document/load.h"
 #include "prepare/document/program.h"
@@ -227,6 +229,61 @@ TEST(Regions, ARendererThatFailsOrAnswersNonsenseIsNotBelieved)
         ASSERT_EQ(drawn.notices.size(), 1u);
         EXPECT_EQ(drawn.notices[0].key, "NODRAWING");
     }
+}
+
+namespace {
+
+/* A directory with a program pdftoppm that is this script. */
+struct Stand {
+    explicit Stand(const std::string &script)
+    {
+        std::string path = programs.write("pdftoppm", "#!/bin/sh\n" + script + "\n");
+        EXPECT_EQ(chmod(path.c_str(), 0755), 0);
+    }
+    std::string searchPath() const { return programs.path + ":" + getenv("PATH"); }
+
+    ScratchDirectory programs;
+};
+
+/* Pages whose shapes with a blend mode become pixels: the same content on each, but as it is said. */
+std::string blendedPdf(int count, bool isSame)
+{
+    PdfBuilder pdf;
+    for (int i = 0; i < count; i++) {
+        std::string shift = isSame ? "0" : std::to_string(i);
+        pdf.addPage("/MediaBox [0 0 99 99] /Resources << /ExtGState << /G << /BM /Difference /ca 0.5 "
+                    ">> >> >> /Contents " +
+                    ref(pdf.addStream("", "1 0 0 rg " + shift + " 0 60 60 re f 30 30 m 90 40 l 60 90 l "
+                                          "0 1 0 rg f /G gs 0 0 1 rg 20 20 50 50 re f")));
+    }
+    return pdf.build();
+}
+
+size_t runsFor(const std::string &pdf)
+{
+    ScratchDirectory directory;
+    std::string count = directory / "count";
+    Stand stand("echo run >> " + count + "; exec /usr/bin/pdftoppm \"$@\"");
+    SearchPath path(stand.searchPath());
+    EXPECT_EQ(preparePdf(pdf).status, 0);
+    return countOf(readFile(count), "run\n");
+}
+
+} // namespace
+
+TEST(Regions, WhatIsTheSameIsRenderedOnce)
+{
+    EXPECT_EQ(runsFor(blendedPdf(3, true)), 1u);
+    EXPECT_EQ(runsFor(blendedPdf(3, false)), 3u);
+}
+
+TEST(Regions, ARendererThatHangsTakesNoMoreThanItsShareOfTheTime)
+{
+    Stand stand("sleep 600");
+    SearchPath path(stand.searchPath());
+    Preparation made = preparePdf(blendedPdf(5, false), {"--max-time=2"});
+    EXPECT_EQ(made.status, 0);
+    EXPECT_EQ(made.messages.size(), 5u); /* each page says that something is not drawn exactly */
 }
 
 namespace {
