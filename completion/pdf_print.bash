@@ -55,6 +55,9 @@ _pdf_print() {
     --max-output)
         return
         ;;
+    --max-work)
+        return
+        ;;
     --password-file)
         COMPREPLY=($(compgen -f -- "$word"))
         return
@@ -89,6 +92,7 @@ _pdf_print() {
             --resolution=
             --printer-memory=
             --max-output=
+            --max-work=
             --password-file=
             --no-prepare
             --strict
