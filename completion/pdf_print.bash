@@ -58,6 +58,9 @@ _pdf_print() {
     --max-time)
         return
         ;;
+    --max-work)
+        return
+        ;;
     --password-file)
         COMPREPLY=($(compgen -f -- "$word"))
         return
@@ -93,6 +96,7 @@ _pdf_print() {
             --printer-memory=
             --max-output=
             --max-time=
+            --max-work=
             --password-file=
             --no-prepare
             --strict

@@ -151,9 +151,9 @@ void writeRuntime(ZFile *job, const Encoding &encoding)
         /* The same words read a section that is PostScript: they are all there is yet. */
         bool isDeflated = encoding.level >= 3;
         const RuntimeFile &runtime = isDeflated ? deflatedRuntime : builtinRuntime;
-        SectionWriter section(job, encoding, LOADER, isDeflated);
-        fputm(section.file(), runtime.bytes, runtime.count);
-        section.finish();
+        Spool text;
+        encodeSection(job, encoding, LOADER, AcceptedText::ofRuntime(runtime, &text), {},
+                      isDeflated);
     }
     fputstr(job, "%%EndResource");
     fputstr(job, "%%EndProlog");
@@ -243,7 +243,7 @@ void runJob(ConversionRun *run, Hearer *hearer, const std::function<ZFile *()> &
     run->currentPage = 0;
     if (!hasPages(run, options, plan))
         return;
-    PageWriter writer = {run, &options, hearer->callbacks, &plan, nullptr, {}};
+    PageWriter writer = {run, &options, hearer->callbacks, &plan, nullptr, {}, Account(options.workFactor)};
     writer.encoding = {options.isBinary, options.isCompressed, options.level};
     hearer->plan = &plan;
     hearer->writer = &writer;

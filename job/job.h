@@ -53,6 +53,7 @@ struct Options {
     bool isEncapsulated = false; /* one page, to be placed in another document */
 
     uint64_t printerMemory = 16u << 20; /* bytes that shared resources may take there */
+    uint64_t workFactor = 1;            /* times the limits of what a page may cost a printer */
     uint64_t mostOutput = 0;            /* bytes; 0: 64 MB and 200 times the input */
 };
 

@@ -88,6 +88,7 @@ struct PartSink : PageSink {
     void resources(ConversionRun *, const PdfDict *) override {}
     void contents(ConversionRun *, const PdfStream *) override {}
     void endPage(ConversionRun *, const PageAttributes &, bool) override {}
+    const char *contentReader() override { return "ReadContent"; }
 };
 
 /* Content is kept as a form without a box; its data stands in front, as that of a form does. */
@@ -99,7 +100,7 @@ void writeSharedContent(ConversionRun *run, const char *name)
     std::string content;
     bool isUndone = undoneContent(run, stream.get(), &content);
     size_t length = isUndone ? content.size() : (size_t)std::max(stream->length, 0);
-    fputstr_arg(run->output, "%zu /C%s ReadCount", length, name + 1);
+    fputstr_arg(run->output, "%zu /C%s ReadContent", length, name + 1);
     if (isUndone) {
         fputm(run->output, content.data(), content.size());
         fputstr(run->output, "");

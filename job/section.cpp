@@ -1,5 +1,6 @@
 /*
- * section.cpp - the stages of a section: a compressor, ASCII85 or a spool, the job
+ * section.cpp - the stages of a section: a spool, the verifier, a compressor, ASCII85 or another
+ * spool, the job
  */
 #include "job/section.h"
 
@@ -7,6 +8,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 #include <zlib.h>
@@ -18,9 +20,8 @@ namespace job {
 
 namespace {
 
-constexpr size_t LINE_LENGTH = 100;      /* of ASCII85; far below what any printer takes */
-constexpr int TEXT_LEVEL = 6;            /* of Flate */
-constexpr size_t SPOOL_MEMORY = 4 << 20; /* then it goes into a temporary file */
+constexpr size_t LINE_LENGTH = 100; /* of ASCII85; far below what any printer takes */
+constexpr int TEXT_LEVEL = 6;       /* of Flate */
 
 /* ---- ASCII85 */
 
@@ -126,62 +127,18 @@ class ExitWatch {
     bool isFound = false;
 };
 
-/* ---- spool */
+/* ---- bytes that are counted */
 
-/* Keeps bytes until it is known how many they are: first in memory, then in a temporary file. */
-class Spool : public ByteSink {
-  public:
-    ~Spool() override
-    {
-        if (file)
-            fclosx(file);
-    }
-
+/* A section of bytes, until it is known how many they are. */
+struct Counted : ByteSink {
     void write(Bytes bytes) override
     {
-        total += bytes.size();
         exits.look(bytes);
-        if (!file && memory.size() + bytes.size() > SPOOL_MEMORY && !moveToFile())
-            failure = errno;
-        if (file) {
-            if (fputm(file, bytes.data(), bytes.size()) != 0)
-                failure = errno;
-        } else {
-            memory.insert(memory.end(), bytes.begin(), bytes.end());
-        }
+        kept.write(bytes);
     }
 
-    template <class Accept> void read(Accept accept)
-    {
-        if (!file) {
-            accept(Bytes(memory));
-            return;
-        }
-        std::vector<uint8_t> buffer(256 * 1024);
-        frewind(file);
-        while (size_t got = fgetm(file, buffer.data(), buffer.size()))
-            accept(Bytes(buffer).first(got));
-        if (int error = zfile_readError(file))
-            failure = error;
-    }
-
-    uint64_t total = 0;
-    int failure = 0; /* errno of what went wrong */
+    Spool kept;
     ExitWatch exits;
-
-  private:
-    bool moveToFile()
-    {
-        file = fopent("", "section", "KV_TMP:.tmp", 0);
-        if (!file)
-            return false;
-        fputm(file, memory.data(), memory.size());
-        memory = {};
-        return true;
-    }
-
-    std::vector<uint8_t> memory;
-    ZFile *file = nullptr;
 };
 
 /* ---- compression */
@@ -279,7 +236,7 @@ class LevelTwo : public Compressor {
         {
             LzwEncoder encoder([&](Bytes bytes) { lzw += bytes.size(); });
             RunLengthEncoder runEncoder([&](Bytes bytes) { runs += bytes.size(); });
-            kept.read([&](Bytes bytes) {
+            kept.forEach([&](Bytes bytes) {
                 encoder.write(bytes);
                 runEncoder.write(bytes);
             });
@@ -299,12 +256,12 @@ class LevelTwo : public Compressor {
             encode(RunLengthEncoder(forward));
     }
 
-    int failure() const { return kept.failure; }
+    int failure() const { return kept.failure(); }
 
   private:
     template <class Encoder> void encode(Encoder &&encoder)
     {
-        kept.read([&](Bytes bytes) { encoder.write(bytes); });
+        kept.forEach([&](Bytes bytes) { encoder.write(bytes); });
         encoder.finish();
     }
 
@@ -313,16 +270,14 @@ class LevelTwo : public Compressor {
     bool isLzw = true;
 };
 
-} // namespace
+/* ---- the stages */
 
-/* ---- the section */
-
-struct SectionWriter::Stages {
+struct Stages {
     ZFile *job;
     Encoding encoding;
     std::string procedure;
     std::unique_ptr<Ascii85> ascii; /* one of these two */
-    std::unique_ptr<Spool> spool;
+    std::unique_ptr<Counted> counted;
     std::unique_ptr<Compressor> compressor;
     LevelTwo *levelTwo = nullptr;
 
@@ -330,10 +285,10 @@ struct SectionWriter::Stages {
         : job(to), encoding(how), procedure(name)
     {
         if (encoding.isBinary)
-            spool = std::make_unique<Spool>();
+            counted = std::make_unique<Counted>();
         else
             ascii = std::make_unique<Ascii85>(job);
-        ByteSink &next = spool ? static_cast<ByteSink &>(*spool) : *ascii;
+        ByteSink &next = counted ? static_cast<ByteSink &>(*counted) : *ascii;
         if (!encoding.isCompressed || isEncoded) {
             compressor = std::make_unique<Plain>(next);
         } else if (encoding.level >= 3) {
@@ -369,37 +324,76 @@ struct SectionWriter::Stages {
             ascii->finish();
             return;
         }
-        if (spool->exits.hasFound()) { /* in these digits it cannot stand */
+        if (counted->exits.hasFound()) { /* in these digits it cannot stand */
             writeCall(filter, -1);
             Ascii85 digits(job);
-            spool->read([&](Bytes bytes) { digits.write(bytes); });
+            counted->kept.forEach([&](Bytes bytes) { digits.write(bytes); });
             digits.finish();
             return;
         }
         /* The count of the brackets holds all that stands between them. */
-        std::string call = std::to_string(spool->total) + " " + filter + " " + procedure + "\n";
-        fputstr_arg(job, "%%%%BeginBinary: %llu",
-                    (unsigned long long)(call.size() + spool->total + 1));
+        uint64_t size = counted->kept.size();
+        std::string call = std::to_string(size) + " " + filter + " " + procedure + "\n";
+        fputstr_arg(job, "%%%%BeginBinary: %llu", (unsigned long long)(call.size() + size + 1));
         fputm(job, call.data(), call.size());
-        spool->read([&](Bytes bytes) { fputm(job, bytes.data(), bytes.size()); });
+        counted->kept.forEach([&](Bytes bytes) { fputm(job, bytes.data(), bytes.size()); });
         fputstr(job, "");
         fputstr(job, "%%EndBinary");
     }
 
     int failure() const
     {
-        if (spool && spool->failure)
-            return spool->failure;
+        if (counted && counted->kept.failure())
+            return counted->kept.failure();
         if (levelTwo && levelTwo->failure())
             return levelTwo->failure();
         return zfile_writeError(job);
     }
 };
 
-SectionWriter::SectionWriter(ZFile *job, const Encoding &encoding, const char *procedure,
-                             bool isEncoded)
-    : stages(std::make_unique<Stages>(job, encoding, procedure, isEncoded)),
-      input(fopensink({accept, this}))
+/* Hands text on in pieces, between which the compression changes. */
+struct Forwarder {
+    Stages *stages;
+    std::span<const CompressionSwitch> switches;
+    uint64_t passed = 0;
+
+    void forward(Bytes bytes)
+    {
+        while (!bytes.empty() && stages->failure() == 0) {
+            while (!switches.empty() && switches.front().at <= passed) {
+                stages->compressor->passThrough(switches.front().isCompressedAlready);
+                switches = switches.subspan(1);
+            }
+            size_t count = bytes.size();
+            if (!switches.empty())
+                count = (size_t)std::min<uint64_t>(count, switches.front().at - passed);
+            stages->compressor->write(bytes.first(count));
+            passed += count;
+            bytes = bytes.subspan(count);
+        }
+    }
+};
+
+} // namespace
+
+bool encodeSection(ZFile *job, const Encoding &encoding, const char *procedure,
+                   const AcceptedText &text, const std::vector<CompressionSwitch> &switches,
+                   bool isEncoded)
+{
+    Stages stages(job, encoding, procedure, isEncoded);
+    Forwarder forwarder = {&stages, switches};
+    text.text().forEach([&](Bytes bytes) { forwarder.forward(bytes); });
+    if (stages.failure() == 0 && text.text().failure() == 0)
+        stages.finish();
+    errno = text.text().failure() ? text.text().failure() : stages.failure();
+    return errno == 0;
+}
+
+/* ---- the section */
+
+SectionWriter::SectionWriter(ZFile *to, const Encoding &how, SectionKind what, Account *counts)
+    : job(to), encoding(how), kind(what), account(counts), text(counts->most(DECODED_BYTES)),
+      input(fopensink({keep, this}))
 {
     if (!input)
         throw std::bad_alloc();
@@ -411,28 +405,11 @@ SectionWriter::~SectionWriter()
         fcldelete(input);
 }
 
-int SectionWriter::accept(void *context, const uint8_t *bytes, size_t count)
+int SectionWriter::keep(void *context, const uint8_t *bytes, size_t count)
 {
     SectionWriter *self = static_cast<SectionWriter *>(context);
-    self->forward({bytes, count});
-    return self->stages->failure();
-}
-
-/* Hands bytes on, in pieces between which the compression changes. */
-void SectionWriter::forward(Bytes bytes)
-{
-    while (!bytes.empty()) {
-        while (!switches.empty() && switches.front().at <= accepted) {
-            stages->compressor->passThrough(switches.front().isCompressedAlready);
-            switches.pop_front();
-        }
-        size_t count = bytes.size();
-        if (!switches.empty())
-            count = (size_t)std::min<uint64_t>(count, switches.front().at - accepted);
-        stages->compressor->write(bytes.first(count));
-        accepted += count;
-        bytes = bytes.subspan(count);
-    }
+    self->text.write({bytes, count});
+    return self->text.failure();
 }
 
 void SectionWriter::passThrough(bool isCompressedAlready)
@@ -440,14 +417,21 @@ void SectionWriter::passThrough(bool isCompressedAlready)
     switches.push_back({zfile_written(input), isCompressedAlready});
 }
 
-bool SectionWriter::finish()
+bool SectionWriter::finish(Verdict *verdict)
 {
     int result = fclosx(input);
     input = nullptr;
-    if (result == 0)
-        stages->finish();
-    errno = stages->failure();
-    return result == 0 && errno == 0;
+    if (result != 0) {
+        errno = text.failure();
+        return false;
+    }
+    const char *procedure = kind == SectionKind::PAGE ? "PdfPage" : "PdfShared";
+    std::optional<AcceptedText> accepted = accept(&text, kind, account, verdict);
+    if (!accepted) {
+        errno = text.failure();
+        return errno == 0;
+    }
+    return encodeSection(job, encoding, procedure, *accepted, switches);
 }
 
 bool looksCompressed(Bytes bytes)

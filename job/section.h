@@ -1,5 +1,5 @@
 /*
- * section.h - a section of a job: bytes on their way through compression and ASCII85
+ * section.h - a section of a job: text on its way through the verifier, compression and ASCII85
  *
  * Bytes that are compressed already pass as they are, as stored blocks of the same stream.
  */
@@ -7,16 +7,12 @@
 #define JOB_SECTION_H
 
 #include <cstdint>
-#include <deque>
-#include <memory>
-#include <span>
-#include <string>
+#include <vector>
 
+#include "job/verify.h"
 #include "zelkov/file.h"
 
 namespace job {
-
-using Bytes = std::span<const uint8_t>;
 
 /* How sections are encoded in a job. */
 struct Encoding {
@@ -25,24 +21,29 @@ struct Encoding {
     int level = 3;
 };
 
-/* Accepts bytes. */
-struct ByteSink {
-    virtual ~ByteSink() = default;
-    virtual void write(Bytes bytes) = 0;
+/* Where in a text bytes begin that are compressed already, or end. */
+struct CompressionSwitch {
+    uint64_t at;
+    bool isCompressedAlready;
 };
 
-/* A part of the job behind the name of a procedure that reads it: "PdfPage", "PdfShared".
+/* Writes an accepted text behind the name of the procedure that reads it; false when something
+ * could not be written, and errno says why.  With `isEncoded` it has been compressed as the
+ * encoding says. */
+bool encodeSection(ZFile *job, const Encoding &encoding, const char *procedure,
+                   const AcceptedText &text, const std::vector<CompressionSwitch> &switches = {},
+                   bool isEncoded = false);
+
+/* A section of a document, which is in the job when it has been accepted, as a whole or not at all.
  *
- *     SectionWriter section(job, encoding, "PdfPage");
+ *     SectionWriter section(job, encoding, SectionKind::PAGE, account);
  *     { OutputRedirect redirect(run, section.file()); ... }
- *     section.finish();
- *
- * With `isEncoded` what is written has been compressed as the encoding says.  What is not finished
- * leaves nothing in the job when it is binary; else a part. */
+ *     section.finish(&verdict);
+ */
 class SectionWriter {
   public:
-    SectionWriter(ZFile *job, const Encoding &encoding, const char *procedure,
-                  bool isEncoded = false);
+    /* All of them stay the caller's. */
+    SectionWriter(ZFile *job, const Encoding &encoding, SectionKind kind, Account *account);
     ~SectionWriter();
     SectionWriter(const SectionWriter &) = delete;
     SectionWriter &operator=(const SectionWriter &) = delete;
@@ -53,21 +54,19 @@ class SectionWriter {
     /* What is written to the file from now on is compressed already, or is not. */
     void passThrough(bool isCompressedAlready);
 
-    /* Ends the section; false when something could not be written, and errno says why. */
-    bool finish();
+    /* Ends the section; false when something could not be written, and errno says why.  What the
+     * verifier has refused is not in the job. */
+    bool finish(Verdict *verdict);
 
   private:
-    static int accept(void *context, const uint8_t *bytes, size_t count);
-    void forward(Bytes bytes);
+    static int keep(void *context, const uint8_t *bytes, size_t count);
 
-    struct Stages;
-    struct Switch {
-        uint64_t at; /* byte of the file */
-        bool isCompressedAlready;
-    };
-    std::unique_ptr<Stages> stages;
-    std::deque<Switch> switches;
-    uint64_t accepted = 0;
+    ZFile *job;
+    Encoding encoding;
+    SectionKind kind;
+    Account *account;
+    Spool text;
+    std::vector<CompressionSwitch> switches = {};
     ZFile *input = nullptr;
 };
 

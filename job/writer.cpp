@@ -27,8 +27,8 @@ constexpr size_t LEAST_PASSED_BYTES = 2048; /* less is not worth another block *
 /* While it lives, what the run writes goes into a section of its own. */
 class PageSection {
   public:
-    PageSection(PageWriter *pageWriter, const char *procedure)
-        : writer(pageWriter), section(writer->job, writer->encoding, procedure)
+    PageSection(PageWriter *pageWriter, SectionKind kind)
+        : writer(pageWriter), section(writer->job, writer->encoding, kind, &writer->account)
     {
         writer->section = &section;
         redirect.emplace(writer->run, section.file());
@@ -37,8 +37,9 @@ class PageSection {
     PageSection(const PageSection &) = delete;
     PageSection &operator=(const PageSection &) = delete;
 
-    /* Ends the section; what the page could not bring is missing from it. */
-    void finish();
+    /* Ends the section; what the page could not bring is missing from it.  False: it has been
+     * refused, and is not there. */
+    bool finish();
 
   private:
     PageWriter *writer;
@@ -55,6 +56,7 @@ struct JobPages : PageSink {
     void contents(ConversionRun *run, const PdfStream *stream) override;
     void endPage(ConversionRun *run, const PageAttributes &attributes, bool isWhole) override;
     void passThrough(ConversionRun *run, uint32_t start, uint32_t count) override;
+    const char *contentReader() override { return "ReadContent"; }
 
     const PlannedPage &page() const { return writer->plan->pages[writer->written - 1]; }
 
@@ -138,7 +140,8 @@ void writeResourceLines(PageWriter &writer, const PdfDict *resources)
         for (int32_t i = 0; entries && i < entries->count; i++) {
             if (run->errorFlag || ++writer.lines > LINES_LIMIT)
                 return;
-            if (!writeEntry(writer, dictKey(entries.get(), i), entries->entries[i].value, kind.define))
+            if (!writeEntry(writer, dictKey(entries.get(), i), entries->entries[i].value,
+                            kind.define))
                 break;
         }
     }
@@ -188,15 +191,27 @@ void recoverPage(PageWriter &writer)
 
 /* ---- sections */
 
-void PageSection::finish()
+/* Something is missing on a page. */
+void tellLoss(ConversionRun *run, int line, const seam::Notice &loss)
+{
+    zolakReport(run, line, SEVERITY_WARNING, loss.key.c_str(), "%s", loss.text.c_str());
+}
+
+bool PageSection::finish()
 {
     redirect.reset();
     writer->section = nullptr;
     recoverPage(*writer);
     ConversionRun *run = writer->run;
-    if (!section.finish() && !run->errorFlag)
+    Verdict verdict;
+    if (!section.finish(&verdict) && !run->errorFlag)
         zolakReport(run, __LINE__, SEVERITY_ERROR, seam::rowOf(seam::Message::OutputFailed).key,
                     "%s", seam::sentence(seam::Message::OutputFailed, {strerror(errno)}).c_str());
+    if (!verdict.surplus.empty())
+        tellLoss(run, __LINE__, seam::notice(seam::Message::PageTooMuch, 0, {verdict.surplus}));
+    else if (!verdict.cause.empty())
+        tellLoss(run, __LINE__, seam::notice(seam::Message::PageRefused, 0, {verdict.cause}));
+    return verdict.isAccepted();
 }
 
 bool JobPages::beginPage(ConversionRun *run, const PageAttributes &)
@@ -214,7 +229,7 @@ bool JobPages::beginPage(ConversionRun *run, const PageAttributes &)
         fputstr(writer->job, "%%PageTrailer");
         return false;
     }
-    section.emplace(writer, "PdfPage");
+    section.emplace(writer, SectionKind::PAGE);
     run->written.resourceEntries = 0;
     writer->lines = 0;
     return true;
@@ -230,33 +245,63 @@ void JobPages::beginContents(ConversionRun *run, const PageAttributes &attribute
 
 void JobPages::endPage(ConversionRun *, const PageAttributes &, bool)
 {
-    section->finish();
+    if (!section->finish()) {
+        writer->isWhole = false;
+        fputstr(writer->job, "showpage"); /* it keeps its place, and is blank */
+    }
     section.reset();
     fputstr(writer->job, "%%PageTrailer");
 }
 
 /* ---- shared parts */
 
-int appendTo(void *context, const uint8_t *bytes, size_t count)
+int keepIn(void *context, const uint8_t *bytes, size_t count)
 {
-    static_cast<std::string *>(context)->append((const char *)bytes, count);
-    return 0;
+    Spool *text = static_cast<Spool *>(context);
+    text->write({bytes, count});
+    return text->failure();
+}
+
+/* A part that is refused is empty: only that resource is missing. */
+bool isAccepted(PageWriter &writer, Spool *text)
+{
+    Verdict verdict;
+    if (accept(text, SectionKind::PART, &writer.account, &verdict))
+        return true;
+    std::string cause =
+        verdict.cause.empty() ? "it has more than " + verdict.surplus : verdict.cause;
+    tellLoss(writer.run, __LINE__,
+             seam::notice(seam::Message::PartRefused, 0, {writer.part->name, cause}));
+    writer.isWhole = false;
+    return false;
+}
+
+/* Is most of it data that is compressed already?  A third of the way in there is no text any more.
+ */
+bool isMostlyCompressed(Spool *text)
+{
+    if (text->size() < LEAST_PASSED_BYTES || !text->isInMemory())
+        return false;
+    Bytes bytes = text->inMemory();
+    return looksCompressed(
+        bytes.subspan(bytes.size() / 3, std::min(bytes.size() / 2, SAMPLE_BYTES)));
 }
 
 void writePart(PageWriter &writer, size_t number)
 {
     ConversionRun *run = writer.run;
-    std::string text, name = "/S" + std::to_string(number);
+    Spool text(writer.account.most(DECODED_BYTES));
+    std::string name = "/S" + std::to_string(number);
     writer.part = &writer.plan->resources[writer.plan->shared[number]];
-    definePart(run, *writer.part, name.c_str(), {appendTo, &text});
+    definePart(run, *writer.part, name.c_str(), {keepIn, &text});
     recoverPage(writer);
+    bool isThere = isAccepted(writer, &text);
     writer.part = nullptr;
-    fputstr_arg(run->output, "%zu %zu", number, text.size());
-    bool isCompressed = text.size() >= LEAST_PASSED_BYTES &&
-                        looksCompressed({(const uint8_t *)text.data() + text.size() / 3,
-                                         std::min(text.size() / 2, SAMPLE_BYTES)});
-    writer.section->passThrough(isCompressed);
-    fputm(run->output, text.data(), text.size());
+    fputstr_arg(run->output, "%zu %llu", number, (unsigned long long)(isThere ? text.size() : 0));
+    if (!isThere)
+        return;
+    writer.section->passThrough(isMostlyCompressed(&text));
+    text.forEach([&](Bytes bytes) { fputm(run->output, bytes.data(), bytes.size()); });
     writer.section->passThrough(false);
 }
 
@@ -267,7 +312,7 @@ void writeShared(PageWriter *writer)
     if (writer->plan->shared.empty())
         return;
     ConversionRun *run = writer->run;
-    PageSection section(writer, "PdfShared");
+    PageSection section(writer, SectionKind::SHARED);
     for (size_t i = 0; i < writer->plan->shared.size() && !run->errorFlag; i++)
         writePart(*writer, i);
     section.finish();

@@ -16,6 +16,7 @@ struct PageWriter {
     const Plan *plan;
     ZFile *job;
     Encoding encoding;
+    Account account;                       /* of what pages cost */
     size_t written = 0;                    /* pages */
     uint32_t lines = 0;                    /* of the page being written */
     SectionWriter *section = nullptr;      /* being written */

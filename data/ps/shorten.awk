@@ -9,7 +9,7 @@ BEGIN {
     split("int limit findRes defineRes SetIndexed ReadCount AddCreatedFile CallImage CallForm " \
           "SetFilter AppendCount AppendFilter AppendFile ExecFontFile ExecType1C AdjFont T3AdjEnc " \
           "T3DefFnct PageContents BeginPageDescription EndPageDescription EndDocument " \
-          "UseContents UseShared OpenResources CloseResources BaseEncoding", kept, " ")
+          "UseContents UseShared OpenResources CloseResources ReadContent BaseEncoding", kept, " ")
     for (i in kept)
         isKept[kept[i]] = 1
     letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"

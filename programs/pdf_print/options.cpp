@@ -61,7 +61,7 @@ uint64_t readBytes(const char *text)
 bool readJobOption(seam::Option option, const char *value, job::Options *job)
 {
     using seam::Option;
-    constexpr int MOST_COPIES = 9999, MOST_MEGABYTES = 1 << 20;
+    constexpr int MOST_COPIES = 9999, MOST_MEGABYTES = 1 << 20, MOST_WORK = 1000000;
     constexpr job::Duplex edges[] = {job::Duplex::LONG_EDGE, job::Duplex::SHORT_EDGE,
                                      job::Duplex::OFF};
     switch (option) {
@@ -108,6 +108,9 @@ bool readJobOption(seam::Option option, const char *value, job::Options *job)
         return true;
     case Option::MAX_OUTPUT:
         job->mostOutput = readBytes(value);
+        return true;
+    case Option::MAX_WORK:
+        job->workFactor = (uint64_t)readNumber(value, "Work", 1, MOST_WORK);
         return true;
     default:
         return false;

@@ -34,6 +34,9 @@ struct PageSink {
     /* `count` bytes of the input, from `start` on, go into the output now as they stand; with a
      * count of 0: they are through.  The input's position may be moved. */
     virtual void passThrough(ConversionRun *, uint32_t /*start*/, uint32_t /*count*/) {}
+
+    /* The word that reads the counted bytes of a form's content. */
+    virtual const char *contentReader() { return "ReadCount"; }
 };
 
 /* The sink of the exact form.  It has no state, so all runs have the same one. */

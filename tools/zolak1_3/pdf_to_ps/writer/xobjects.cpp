@@ -26,11 +26,11 @@ std::string externalName(const ConversionRun *run, const char *key)
     return std::string("/") + run->baseName + (key + 1);
 }
 
-/* Writes the data and opens the dictionary. */
-void beginXObject(ConversionRun *run, const char *key, const PdfStream *stream)
+/* Writes the data, behind the word that reads it, and opens the dictionary. */
+void beginXObject(ConversionRun *run, const char *key, const PdfStream *stream, const char *reader)
 {
     std::string name = externalName(run, key);
-    fputstr_arg(run->output, "%ld %s ReadCount", (long)stream->length, name.c_str());
+    fputstr_arg(run->output, "%ld %s %s", (long)stream->length, name.c_str(), reader);
     copyStreamData(run, stream->dataPosition, stream->length);
     fputstr(run->output, key);
     fputstr(run->output, "<<");
@@ -74,7 +74,7 @@ void WriteImageXObject(ConversionRun *run, const char *key, const PdfStream *str
     if (run->errorFlag)
         return;
     const PdfDict *dict = stream->dict;
-    beginXObject(run, key, stream);
+    beginXObject(run, key, stream, "ReadCount");
     writeDictEntries(
         run, dict,
         {"/Width", "/Height", "/BitsPerComponent", "/Interpolate", "/ImageMask", "/Intent"});
@@ -100,7 +100,7 @@ void WriteFormXObject(ConversionRun *run, const char *key, const PdfStream *stre
             return;
         run->sink->resources(run, resources.get());
     }
-    beginXObject(run, key, stream);
+    beginXObject(run, key, stream, run->sink->contentReader());
     writeDictEntries(run, dict,
                      {"/BBox", "/Matrix", "/XUID", "/Filter", "/DecodeParms", "/FormType"});
     fputstr(run->output, ">>");

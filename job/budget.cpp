@@ -1,0 +1,234 @@
+/*
+ * budget.cpp - adding up a page
+ */
+#include "job/budget.h"
+
+#include <algorithm>
+
+namespace job {
+
+const std::array<CostLimit, COSTS> costLimits = {{
+    {20'000'000, "operators"},
+    {200'000, "calls of forms"},
+    {2'000'000, "characters"},
+    {10'000'000, "pieces of lines and curves"},
+    {2'000'000'000, "pixels of pictures"},
+    {1u << 30, "bytes of pictures and content"},
+}};
+
+namespace {
+
+constexpr int DEEPEST = 100; /* forms in forms; no interpreter goes so far */
+constexpr size_t NOWHERE = SIZE_MAX;
+
+uint64_t sum(uint64_t a, uint64_t b)
+{
+    return a > UINT64_MAX - b ? UINT64_MAX : a + b;
+}
+
+uint64_t product(uint64_t a, uint64_t b)
+{
+    return b > 0 && a > UINT64_MAX / b ? UINT64_MAX : a * b;
+}
+
+void add(Costs *to, const Costs &costs, uint64_t times = 1)
+{
+    for (size_t i = 0; i < COSTS; i++)
+        (*to)[i] = sum((*to)[i], product(costs[i], times));
+}
+
+Costs all(uint64_t value)
+{
+    Costs costs;
+    costs.fill(value);
+    return costs;
+}
+
+} // namespace
+
+/* ---- one content */
+
+Calls *Content::callsOf(std::string_view name)
+{
+    auto found = calls.find(name);
+    if (found == calls.end())
+        found = calls.emplace(name, Calls{}).first;
+    return &found->second;
+}
+
+void Content::addTo(Content *to) const
+{
+    add(&to->own, own);
+    for (const auto &[name, call] : calls) {
+        Calls *both = to->callsOf(name);
+        both->drawn = sum(both->drawn, call.drawn);
+        both->shown = sum(both->shown, call.shown);
+    }
+}
+
+void Content::raise(Content *most) const
+{
+    for (size_t i = 0; i < COSTS; i++)
+        most->own[i] = std::max(most->own[i], own[i]);
+    for (const auto &[name, call] : calls) {
+        Calls *largest = most->callsOf(name);
+        largest->drawn = std::max(largest->drawn, call.drawn);
+        largest->shown = std::max(largest->shown, call.shown);
+    }
+}
+
+/* ---- what is defined */
+
+void Account::begin()
+{
+    scopes.assign(1, {});
+    definitions.clear();
+    current = closed = 0;
+    page = {};
+}
+
+void Account::openScope()
+{
+    scopes.push_back({current, {}, {}});
+    current = scopes.size() - 1;
+    closed = 0;
+}
+
+bool Account::closeScope()
+{
+    if (current == 0)
+        return false;
+    closed = current;
+    current = scopes[current].outer;
+    return true;
+}
+
+void Account::define(std::string_view name, Definition definition)
+{
+    bool isOwner = definition.kind == FORM || definition.kind == FONT;
+    definition.scope = isOwner && closed ? closed : current;
+    if (isOwner)
+        closed = 0;
+    Scope &scope = scopes[current];
+    auto &names = definition.kind == FONT ? scope.fonts : scope.drawables;
+    names.insert_or_assign(std::string(name), definitions.size());
+    definitions.push_back(std::move(definition));
+}
+
+void Account::defineImage(std::string_view name, uint64_t pixels, uint64_t bytes)
+{
+    Definition image = {IMAGE};
+    image.content.own[PIXELS] = pixels;
+    image.content.own[DECODED_BYTES] = bytes;
+    define(name, std::move(image));
+}
+
+void Account::defineForm(std::string_view name, Content content)
+{
+    content.own[FORM_CALLS] = 1;
+    define(name, {FORM, std::move(content)});
+}
+
+void Account::defineFont(std::string_view name, Content glyphs)
+{
+    define(name, {FONT, std::move(glyphs)});
+}
+
+void Account::defineContents(Content content)
+{
+    definitions.push_back({CONTENTS, std::move(content)});
+}
+
+void Account::keepPart(uint64_t part)
+{
+    parts[part] = definitions.empty() ? Definition{} : definitions.back();
+}
+
+void Account::useShared(std::string_view name, uint64_t part)
+{
+    auto found = parts.find(part);
+    if (found != parts.end() && found->second.kind != NOTHING && found->second.kind != CONTENTS)
+        define(name, found->second);
+}
+
+const Content *Account::useContents(uint64_t part)
+{
+    auto found = parts.find(part);
+    if (found == parts.end() || found->second.kind != CONTENTS)
+        return nullptr;
+    found->second.content.addTo(&page);
+    return &found->second.content;
+}
+
+/* ---- adding up */
+
+size_t Account::find(size_t scope, std::string_view name, bool isFont) const
+{
+    for (;; scope = scopes[scope].outer) {
+        const auto &names = isFont ? scopes[scope].fonts : scopes[scope].drawables;
+        auto found = names.find(name);
+        if (found != names.end())
+            return found->second;
+        if (scope == 0)
+            return NOWHERE;
+    }
+}
+
+/* A form that calls itself does not draw again, nor does a glyph that shows itself. */
+Costs Account::totalOf(size_t index, int depth)
+{
+    Definition &definition = definitions[index];
+    if (depth > DEEPEST)
+        return all(UINT64_MAX);
+    if (definition.state == Definition::FRESH) {
+        definition.state = Definition::BEING_ADDED;
+        definition.total = multipliedOut(definition.content, definition.scope, depth + 1);
+        definition.state = Definition::ADDED;
+    }
+    return definition.state == Definition::ADDED ? definition.total : Costs{};
+}
+
+/* A form that shows text without choosing a font has that of its caller: it counts as the dearest.
+ */
+void Account::addInheritedFont(Costs *total, uint64_t shown, int depth)
+{
+    Costs dearest = {};
+    for (size_t i = 0; i < definitions.size(); i++) {
+        if (definitions[i].kind != FONT)
+            continue;
+        Costs glyph = totalOf(i, depth);
+        for (size_t cost = 0; cost < COSTS; cost++)
+            dearest[cost] = std::max(dearest[cost], glyph[cost]);
+    }
+    add(total, dearest, shown);
+}
+
+Costs Account::multipliedOut(const Content &content, size_t scope, int depth)
+{
+    Costs total = content.own;
+    for (const auto &[name, calls] : content.calls) {
+        if (size_t drawn = find(scope, name, false); calls.drawn && drawn != NOWHERE)
+            add(&total, totalOf(drawn, depth), calls.drawn);
+        if (size_t font = find(scope, name, true); calls.shown && font != NOWHERE)
+            add(&total, totalOf(font, depth), calls.shown);
+        if (calls.shown && name.empty())
+            addInheritedFont(&total, calls.shown, depth);
+    }
+    return total;
+}
+
+uint64_t Account::most(Cost cost) const
+{
+    return product(costLimits[cost].most, factor);
+}
+
+const CostLimit *Account::exceeded()
+{
+    Costs total = multipliedOut(page, 0, 0);
+    for (size_t i = 0; i < COSTS; i++)
+        if (total[i] > most((Cost)i))
+            return &costLimits[i];
+    return nullptr;
+}
+
+} // namespace job
