@@ -141,18 +141,17 @@ uint64_t mostOutput(const ConversionRun *run, const Options &options)
 
 /* ---- the runtime */
 
-void writeRuntime(ZFile *job, const Encoding &encoding)
+void writeRuntime(ZFile *job, const Encoding &encoding, const Plan &plan)
 {
+    std::string runtime = runtimeFor(plan.calls);
     fputstr(job, "%%BeginProlog");
     fputstr(job, "%%BeginResource: procset pdf_to_ps " PDF_PRINT_VERSION " 0");
     if (!encoding.isCompressed) {
-        fputm(job, builtinRuntime.bytes, builtinRuntime.count);
+        fputm(job, runtime.data(), runtime.size());
     } else {
         /* The same words read a section that is PostScript: they are all there is yet. */
-        bool isDeflated = encoding.level >= 3;
-        const RuntimeFile &runtime = isDeflated ? deflatedRuntime : builtinRuntime;
-        SectionWriter section(job, encoding, LOADER, isDeflated);
-        fputm(section.file(), runtime.bytes, runtime.count);
+        SectionWriter section(job, encoding, LOADER);
+        fputm(section.file(), runtime.data(), runtime.size());
         section.finish();
     }
     fputstr(job, "%%EndResource");
@@ -171,7 +170,7 @@ void writeSetup(PageWriter *writer)
 void writeDocument(PageWriter *writer)
 {
     writeHeader(writer->job, *writer->options, *writer->plan);
-    writeRuntime(writer->job, writer->encoding);
+    writeRuntime(writer->job, writer->encoding, *writer->plan);
     writeSetup(writer);
     writePages(writer);
     fputstr(writer->job, "%%Trailer");
