@@ -141,19 +141,17 @@ uint64_t mostOutput(const ConversionRun *run, const Options &options)
 
 /* ---- the runtime */
 
-void writeRuntime(ZFile *job, const Encoding &encoding)
+void writeRuntime(ZFile *job, const Encoding &encoding, const Plan &plan)
 {
     fputstr(job, "%%BeginProlog");
     fputstr(job, "%%BeginResource: procset pdf_to_ps " PDF_PRINT_VERSION " 0");
     if (!encoding.isCompressed) {
-        fputm(job, builtinRuntime.bytes, builtinRuntime.count);
+        std::string runtime = runtimeFor(plan.calls);
+        fputm(job, runtime.data(), runtime.size());
     } else {
         /* The same words read a section that is PostScript: they are all there is yet. */
-        bool isDeflated = encoding.level >= 3;
-        const RuntimeFile &runtime = isDeflated ? deflatedRuntime : builtinRuntime;
         Spool text;
-        encodeSection(job, encoding, LOADER, AcceptedText::ofRuntime(runtime, &text), {},
-                      isDeflated);
+        encodeSection(job, encoding, LOADER, AcceptedText::ofRuntime(plan.calls, &text));
     }
     fputstr(job, "%%EndResource");
     fputstr(job, "%%EndProlog");
@@ -171,7 +169,7 @@ void writeSetup(PageWriter *writer)
 void writeDocument(PageWriter *writer)
 {
     writeHeader(writer->job, *writer->options, *writer->plan);
-    writeRuntime(writer->job, writer->encoding);
+    writeRuntime(writer->job, writer->encoding, *writer->plan);
     writeSetup(writer);
     writePages(writer);
     fputstr(writer->job, "%%Trailer");

@@ -73,10 +73,24 @@ bool inflateContent(ConversionRun *run, const PdfStream *stream, std::string *co
     return result == Z_STREAM_END;
 }
 
+/* Reads the stream's data as it stands; false when it is too much. */
+bool readContent(ConversionRun *run, const PdfStream *stream, std::string *content)
+{
+    size_t length = (size_t)std::max(stream->length, 0);
+    if (length > MOST_DECODED_CONTENT)
+        return false;
+    content->resize(length);
+    fputp(run->input, stream->dataPosition);
+    content->resize(fgetm(run->input, (uint8_t *)content->data(), length));
+    return true;
+}
+
 } // namespace
 
 bool undoneContent(ConversionRun *run, const PdfStream *stream, std::string *content)
 {
+    if (findKey(run, stream->dict, "/Filter") < 0)
+        return readContent(run, stream, content);
     return isPlainFlate(run, stream->dict) && inflateContent(run, stream, content);
 }
 

@@ -96,14 +96,35 @@ ValuePosition nestedResources(ConversionRun *run, const PdfDict *dict)
     return findKey(run, dict, "/Resources") >= 0 ? fgetp(run->input) : 0;
 }
 
-void lookAtXObject(ConversionRun *run, PlannedResource *resource)
+/* The input stands at a colour space: is it more than a name? */
+void lookAtColorSpace(ConversionRun *run, Plan *plan)
+{
+    if (peekType(run) == PDF_ARRAY)
+        plan->calls.insert({"ArraySpace", "int"});
+}
+
+void lookAtXObject(ConversionRun *run, PlannedResource *resource, Plan *plan)
 {
     StreamPtr stream = readStream(run);
     if (!stream)
         return;
     resource->bytes = SMALL_RESOURCE_BYTES + (uint64_t)std::max(stream->length, 0);
-    if (nameIs(run, stream->dict, "/Subtype", "/Form"))
+    if (nameIs(run, stream->dict, "/Subtype", "/Form")) {
         resource->nested = nestedResources(run, stream->dict);
+        plan->calls.insert("CallForm");
+        return;
+    }
+    plan->calls.insert("CallImage");
+    if (findKey(run, stream->dict, "/ColorSpace") >= 0)
+        lookAtColorSpace(run, plan);
+}
+
+void lookAtGraphicsState(ConversionRun *run, Plan *plan)
+{
+    DictPtr state = readDict(run);
+    for (const char *key : {"/BG", "/UCR", "/TR", "/HT"})
+        if (state && findKey(run, state.get(), key) >= 0)
+            plan->calls.insert({"SetTransfers", "int"});
 }
 
 /* Bytes of the program that a font descriptor holds; 0: it has none. */
@@ -134,16 +155,47 @@ void recordResidentFont(ConversionRun *run, const PdfDict *font, Plan *plan)
             plan->residentFonts.insert(resident);
 }
 
+constexpr int32_t ALL_CODES = 256;
+
+/* Does the font's encoding say what stands at each code?  The input is at it. */
+bool namesAllCodes(ConversionRun *run)
+{
+    DictPtr encoding = peekType(run) == PDF_DICTIONARY ? readDict(run) : DictPtr(nullptr, {run});
+    if (!encoding || findKey(run, encoding.get(), "/Differences") < 0 || peekType(run) != PDF_ARRAY)
+        return false;
+    ArrayPtr differences = readArray(run);
+    return differences && differences->count > ALL_CODES;
+}
+
+/* What the runtime has to have for a font that is not of Type 3. */
+void recordFontCalls(ConversionRun *run, const PdfDict *font, Plan *plan)
+{
+    plan->calls.insert("AdjFont");
+    if (findKey(run, font, "/Encoding") >= 0 && !namesAllCodes(run))
+        plan->calls.insert("Encodings");
+    DictPtr descriptor(nullptr, {run});
+    if (findKey(run, font, "/FontDescriptor") >= 0)
+        descriptor = readDict(run);
+    if (descriptor && findKey(run, descriptor.get(), "/FontFile3") >= 0)
+        plan->calls.insert("ExecType1C");
+    else if (descriptor && findKey(run, descriptor.get(), "/FontFile2") >= 0)
+        plan->calls.insert("AdjustConverted");
+    else
+        plan->calls.insert({"StyleOf", "Encodings"});
+}
+
 void lookAtFont(ConversionRun *run, PlannedResource *resource, Plan *plan)
 {
     DictPtr font = readDict(run);
     if (!font)
         return;
     if (nameIs(run, font.get(), "/Subtype", "/Type3")) {
+        plan->calls.insert({"T3DefFnct", "Encodings"});
         resource->nested = nestedResources(run, font.get());
         resource->bytes = 64 * SMALL_RESOURCE_BYTES;
         return;
     }
+    recordFontCalls(run, font.get(), plan);
     uint64_t bytes = programBytes(run, font.get());
     if (bytes == 0)
         recordResidentFont(run, font.get(), plan);
@@ -155,9 +207,13 @@ void lookAt(Walk &walk, PlannedResource *resource)
     resource->bytes = SMALL_RESOURCE_BYTES;
     fputp(walk.run->input, resource->position);
     if (resource->role == ROLE_XOBJECT)
-        lookAtXObject(walk.run, resource);
+        lookAtXObject(walk.run, resource, walk.plan);
     else if (resource->role == ROLE_FONT)
         lookAtFont(walk.run, resource, walk.plan);
+    else if (resource->role == ROLE_EXTGSTATE)
+        lookAtGraphicsState(walk.run, walk.plan);
+    else
+        lookAtColorSpace(walk.run, walk.plan);
     if (walk.run->errorFlag)
         recover(walk.run);
 }
@@ -329,6 +385,9 @@ void chooseShared(Plan *plan, uint64_t budget)
     }
     for (uint32_t i = 0; i < plan->resources.size(); i++)
         if (plan->resources[i].shared == 0) {
+            plan->calls.insert("UseShared");
+            if (plan->resources[i].role == ROLE_CONTENT)
+                plan->calls.insert("CallForm");
             plan->resources[i].shared = (int32_t)plan->shared.size();
             plan->shared.push_back(i);
         }
@@ -363,6 +422,8 @@ void makePlan(ConversionRun *run, const Options &options, Plan *plan)
         return;
     mergeEqual(run, plan);
     chooseShared(plan, options.printerMemory);
+    if (options.level < 3 && plan->calls.contains("ExecType1C"))
+        plan->calls.insert({"StyleOf", "Encodings"}); /* others take the place of such fonts */
     readLabels(run, plan);
     if (run->errorFlag)
         recover(run);

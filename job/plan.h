@@ -52,6 +52,7 @@ struct Plan {
     std::unordered_map<ValuePosition, uint32_t> index; /* by position; content by its data's */
     std::vector<uint32_t> shared;                      /* resources by number of the shared part */
     std::set<std::string> residentFonts;               /* that the printer has to bring */
+    std::set<std::string> calls; /* names of the runtime, see runtimeFor */
 
     const PlannedResource *find(ValuePosition key) const
     {

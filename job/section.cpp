@@ -281,7 +281,7 @@ struct Stages {
     std::unique_ptr<Compressor> compressor;
     LevelTwo *levelTwo = nullptr;
 
-    Stages(ZFile *to, const Encoding &how, const char *name, bool isEncoded)
+    Stages(ZFile *to, const Encoding &how, const char *name)
         : job(to), encoding(how), procedure(name)
     {
         if (encoding.isBinary)
@@ -289,7 +289,7 @@ struct Stages {
         else
             ascii = std::make_unique<Ascii85>(job);
         ByteSink &next = counted ? static_cast<ByteSink &>(*counted) : *ascii;
-        if (!encoding.isCompressed || isEncoded) {
+        if (!encoding.isCompressed) {
             compressor = std::make_unique<Plain>(next);
         } else if (encoding.level >= 3) {
             compressor = std::make_unique<Flate>(next);
@@ -377,10 +377,9 @@ struct Forwarder {
 } // namespace
 
 bool encodeSection(ZFile *job, const Encoding &encoding, const char *procedure,
-                   const AcceptedText &text, const std::vector<CompressionSwitch> &switches,
-                   bool isEncoded)
+                   const AcceptedText &text, const std::vector<CompressionSwitch> &switches)
 {
-    Stages stages(job, encoding, procedure, isEncoded);
+    Stages stages(job, encoding, procedure);
     Forwarder forwarder = {&stages, switches};
     text.text().forEach([&](Bytes bytes) { forwarder.forward(bytes); });
     if (stages.failure() == 0 && text.text().failure() == 0)

@@ -28,11 +28,9 @@ struct CompressionSwitch {
 };
 
 /* Writes an accepted text behind the name of the procedure that reads it; false when something
- * could not be written, and errno says why.  With `isEncoded` it has been compressed as the
- * encoding says. */
+ * could not be written, and errno says why. */
 bool encodeSection(ZFile *job, const Encoding &encoding, const char *procedure,
-                   const AcceptedText &text, const std::vector<CompressionSwitch> &switches = {},
-                   bool isEncoded = false);
+                   const AcceptedText &text, const std::vector<CompressionSwitch> &switches = {});
 
 /* A section of a document, which is in the job when it has been accepted, as a whole or not at all.
  *

@@ -12,6 +12,7 @@
 #include <cmath>
 
 #include "job/content.h"
+#include "job/runtime.h"
 #include "job/tokens.h"
 #include "job/words.h"
 
@@ -994,9 +995,10 @@ std::optional<AcceptedText> accept(Spool *text, SectionKind kind, Account *accou
     return AcceptedText(text);
 }
 
-AcceptedText AcceptedText::ofRuntime(const RuntimeFile &runtime, Spool *spool)
+AcceptedText AcceptedText::ofRuntime(const std::set<std::string> &names, Spool *spool)
 {
-    spool->write({runtime.bytes, runtime.count});
+    std::string runtime = runtimeFor(names);
+    spool->write({(const uint8_t *)runtime.data(), runtime.size()});
     return AcceptedText(spool);
 }
 

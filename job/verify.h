@@ -12,10 +12,10 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "job/budget.h"
-#include "job/runtime.h"
 #include "job/spool.h"
 
 namespace job {
@@ -39,8 +39,8 @@ class AcceptedText {
   public:
     Spool &text() const { return *spool; }
 
-    /* The runtime, which is our own. */
-    static AcceptedText ofRuntime(const RuntimeFile &runtime, Spool *spool);
+    /* The runtime for a job that calls these names, which is our own. */
+    static AcceptedText ofRuntime(const std::set<std::string> &names, Spool *spool);
 
   private:
     friend std::optional<AcceptedText> accept(Spool *, SectionKind, Account *, Verdict *);

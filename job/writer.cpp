@@ -57,11 +57,13 @@ struct JobPages : PageSink {
     void endPage(ConversionRun *run, const PageAttributes &attributes, bool isWhole) override;
     void passThrough(ConversionRun *run, uint32_t start, uint32_t count) override;
     const char *contentReader() override { return "ReadContent"; }
+    void writeContent(ConversionRun *run);
 
     const PlannedPage &page() const { return writer->plan->pages[writer->written - 1]; }
 
     PageWriter *writer;
     std::optional<PageSection> section; /* of the page that has begun */
+    std::string content;                /* of it, not written yet: its streams are one content */
 };
 
 /* ---- data that passes through */
@@ -83,22 +85,32 @@ void JobPages::passThrough(ConversionRun *run, uint32_t start, uint32_t count)
 
 /* ---- content */
 
-void JobPages::contents(ConversionRun *run, const PdfStream *stream)
+/* Writes what has been gathered of the page's content. */
+void JobPages::writeContent(ConversionRun *run)
 {
-    const PlannedResource *planned = writer->plan->find(stream->dataPosition);
-    if (planned && planned->shared >= 0) {
-        fputstr_arg(run->output, "%d UseContents", (int)planned->shared);
+    if (content.empty())
         return;
-    }
-    std::string content;
-    if (!undoneContent(run, stream, &content)) {
-        writePageContents(run, stream);
-        return;
-    }
     fputstr_arg(run->output, "<< /Length %zu >>", content.size());
     fputstr(run->output, "PageContents");
     fputm(run->output, content.data(), content.size());
     fputstr(run->output, "");
+    content.clear();
+}
+
+void JobPages::contents(ConversionRun *run, const PdfStream *stream)
+{
+    const PlannedResource *planned = writer->plan->find(stream->dataPosition);
+    std::string part;
+    if (planned && planned->shared >= 0) {
+        writeContent(run);
+        fputstr_arg(run->output, "%d UseContents", (int)planned->shared);
+    } else if (undoneContent(run, stream, &part)) {
+        content += content.empty() ? "" : "\n\n";
+        content += part;
+    } else {
+        writeContent(run);
+        writePageContents(run, stream);
+    }
 }
 
 /* ---- resources */
@@ -232,6 +244,7 @@ bool JobPages::beginPage(ConversionRun *run, const PageAttributes &)
     section.emplace(writer, SectionKind::PAGE);
     run->written.resourceEntries = 0;
     writer->lines = 0;
+    content.clear();
     return true;
 }
 
@@ -243,8 +256,9 @@ void JobPages::beginContents(ConversionRun *run, const PageAttributes &attribute
     fputstr_arg(run->output, "%lld rotate", (long long)attributes.rotation);
 }
 
-void JobPages::endPage(ConversionRun *, const PageAttributes &, bool)
+void JobPages::endPage(ConversionRun *run, const PageAttributes &, bool)
 {
+    writeContent(run);
     if (!section->finish()) {
         writer->isWhole = false;
         fputstr(writer->job, "showpage"); /* it keeps its place, and is blank */

@@ -6,12 +6,15 @@
 # dictionaries, stay.  The last file is the one that is written out.
 
 BEGIN {
-    split("int limit findRes defineRes SetIndexed ReadCount AddCreatedFile CallImage CallForm " \
-          "SetFilter AppendCount AppendFilter AppendFile ExecFontFile ExecType1C AdjFont T3AdjEnc " \
-          "T3DefFnct PageContents BeginPageDescription EndPageDescription EndDocument " \
-          "UseContents UseShared OpenResources CloseResources ReadContent BaseEncoding", kept, " ")
+    split("int limit findRes defineRes SetIndexed ReadCount ReadContent AddCreatedFile CallImage " \
+          "CallForm SetFilter AppendCount ExecType1C AdjFont T3AdjEnc T3DefFnct PageContents " \
+          "UseContents UseShared OpenResources CloseResources Place PageClip BaseEncoding " \
+          "definefont begin file _defaulthalftone BMC BDC EMC scn SCN", kept, " ")
     for (i in kept)
         isKept[kept[i]] = 1
+    split("f1 f2 f3 px py", inFunctions, " ")     # what sampled functions define
+    for (i in inFunctions)
+        isUsed[inFunctions[i]] = 1
     letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
     digits = letters "0123456789"
     last = ARGV[ARGC - 1]
@@ -87,9 +90,9 @@ function walk(line, mode,   out, i, c, depth, word) {
 
 END {
     number = 0
-    print text[1]
-    for (i = 2; i <= lines; i++)
-        walk(text[i], 0)
-    for (i = 2; i <= lines; i++)
-        print walk(text[i], 1)
+    for (i = 1; i <= lines; i++)
+        if (text[i] !~ /^%/)
+            walk(text[i], 0)
+    for (i = 1; i <= lines; i++)
+        print text[i] ~ /^%/ ? text[i] : walk(text[i], 1)
 }

@@ -2,6 +2,11 @@
 #
 # The file goes to the printer in front of every document; what explains it need not.  The mark of
 # PostScript files in the first line stays.  A string must end in the line in which it begins.
+# With `marks` each file begins with a line that names it.
+
+marks && FNR == 1 {
+    print "%%Part: " FILENAME
+}
 
 NR == 1 && /^%!/ {
     print
