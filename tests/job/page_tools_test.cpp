@@ -38,8 +38,7 @@ std::string variedDocument(int number)
                              "0 0.4 0.8 rg 0 0 80 30 re f 1 g BT /F 14 Tf 4 9 Td (a form) Tj ET");
     std::string resources = "/Resources << /Font << /F " + ref(font) + " >> /XObject << /I " +
                             ref(image) + (number % 3 ? " /M " + ref(form) : "") + " >> >>";
-    int pages = 1 + number % 6;
-    for (int page = 1; page <= pages; page++) {
+    for (int page = 1; page <= 1 + number % 6; page++) {
         int width = 300 + number * 13 % 200, height = 400 + number * 29 % 300;
         std::string content = "q 90 0 0 90 40 60 cm /I Do Q " +
                               std::string(number % 3 ? "q 1 0 0 1 150 80 cm /M Do Q " : "") +
@@ -86,71 +85,146 @@ std::string otherConverter(const std::string &pdf)
     return result.out;
 }
 
-std::vector<Picture> printed(const std::string &postscript)
+/* Prints files one after the other, in one run of the interpreter, which costs more than they do;
+ * each finds it as a file alone would. */
+std::vector<Picture> printed(const std::vector<std::string> &files)
 {
-    PrintedJob job = printFile(postscript, 50);
+    std::string together = "%!PS\n";
+    for (const std::string &file : files)
+        together += "/BeforeFile save def\n" + file +
+                    "\nclear cleardictstack BeforeFile restore\n";
+    PrintedJob job = printFile(together, 50);
     EXPECT_EQ(faultsOf(job), Lines{});
     return job.pages;
 }
 
-void expectPages(const std::vector<Picture> &found, const std::vector<Picture> &all,
-                 const std::vector<size_t> &numbers, const std::string &what)
-{
-    ASSERT_EQ(found.size(), numbers.size()) << what;
-    for (size_t i = 0; i < found.size(); i++)
-        EXPECT_TRUE(found[i].rgb == all[numbers[i] - 1].rgb) << what << ", " << numbers[i];
-}
+using Numbers = std::vector<size_t>;
 
-void expectSelections(const std::string &job, const std::string &what)
-{
-    std::vector<Picture> all = printed(job);
-    std::vector<size_t> reversed, even, first = {1, 1};
-    for (size_t i = all.size(); i > 0; i--)
-        reversed.push_back(i);
-    for (size_t i = 2; i <= all.size(); i += 2)
-        even.push_back(i);
-    expectPages(printed(toolOutput({"psselect", "-q", "-r"}, job)), all, reversed,
-                what + " reversed");
-    expectPages(printed(toolOutput({"psselect", "-q", "-p1,1"}, job)), all, first, what + " twice");
-    if (!even.empty())
-        expectPages(printed(toolOutput({"psselect", "-q", "-e"}, job)), all, even, what + " even");
-}
-
-void expectArranged(const Lines &tool, const std::string &job, const std::string &other,
-                    const std::string &what)
-{
-    std::vector<Picture> sheets = printed(toolOutput(tool, job));
-    std::vector<Picture> expected = printed(toolOutput(tool, other));
-    ASSERT_EQ(sheets.size(), expected.size()) << what << ": " << tool[0];
-    for (size_t i = 0; i < sheets.size(); i++) {
-        PictureDifference difference = comparePictures(sheets[i], expected[i]);
-        EXPECT_TRUE(isRight(difference))
-            << what << ", " << tool[0] << ", sheet " << i + 1 << ": " << describe(difference);
+/* Jobs, what tools have selected of them, and whether that is the same pages. */
+class Selections {
+  public:
+    /* Takes a job, which has so many pages. */
+    void begin(const std::string &name, const std::string &text, size_t pageCount)
+    {
+        job = text;
+        jobName = name;
+        whole.clear();
+        for (size_t i = 1; i <= pageCount; i++)
+            whole.push_back(i);
+        add("whole", job, whole);
     }
+
+    void select(const Lines &tool, const Numbers &numbers)
+    {
+        add(tool[0] + " " + tool[tool.size() - 2] + " " + tool.back(), toolOutput(tool, job),
+            numbers);
+    }
+
+    const Numbers &pages() const { return whole; }
+
+    Numbers everySecond(size_t from) const
+    {
+        Numbers numbers;
+        for (size_t i = from; i <= whole.size(); i += 2)
+            numbers.push_back(i);
+        return numbers;
+    }
+
+    void expectTheSamePages() const
+    {
+        std::vector<std::string> texts;
+        size_t count = 0;
+        for (const File &file : files) {
+            texts.push_back(file.text);
+            count += file.numbers.size();
+        }
+        std::vector<Picture> pages = printed(texts);
+        ASSERT_EQ(pages.size(), count);
+        size_t at = 0, first = 0;
+        for (const File &file : files) {
+            if (file.isWhole)
+                first = at;
+            for (size_t number : file.numbers)
+                EXPECT_TRUE(pages[at++].rgb == pages[first + number - 1].rgb)
+                    << file.what << ", page " << number;
+        }
+    }
+
+  private:
+    struct File {
+        std::string what, text;
+        Numbers numbers; /* of the job's pages */
+        bool isWhole;
+    };
+
+    void add(const std::string &what, const std::string &text, const Numbers &numbers)
+    {
+        files.push_back({jobName + ": " + what, text, numbers, what == "whole"});
+    }
+
+    std::string job, jobName;
+    Numbers whole;
+    std::vector<File> files;
+};
+
+size_t pageCountOf(int number)
+{
+    return 1 + (size_t)number % 6;
 }
 
 TEST(PageTools, SelectPages)
 {
-    for (int number = 0; number < DOCUMENTS; number++)
-        expectSelections(jobOf(variedDocument(number), number % 2 ? Lines{"--binary"} : Lines{}),
-                         "document " + std::to_string(number));
-    expectSelections(jobOf(sampleDocument()), "sample");
+    Selections selections;
+    for (int number = 0; number < DOCUMENTS; number++) {
+        selections.begin("document " + std::to_string(number),
+                         jobOf(variedDocument(number), number % 2 ? Lines{"--binary"} : Lines{}),
+                         pageCountOf(number));
+        selections.select({"psselect", "-q", "-r"},
+                          Numbers(selections.pages().rbegin(), selections.pages().rend()));
+        selections.select({"psselect", "-q", "-p1,1"}, {1, 1});
+        if (pageCountOf(number) > 1)
+            selections.select({"psselect", "-q", "-e"}, selections.everySecond(2));
+    }
+    selections.expectTheSamePages();
 }
+
+/* What tools make of jobs, and of what another converter makes of the same documents. */
+class Arrangements {
+  public:
+    void add(const Lines &tool, const std::string &job, const std::string &other)
+    {
+        ours.push_back(toolOutput(tool, job));
+        theirs.push_back(toolOutput(tool, other));
+    }
+
+    void expectTheSameSheets() const
+    {
+        std::vector<Picture> sheets = printed(ours), expected = printed(theirs);
+        ASSERT_EQ(sheets.size(), expected.size());
+        for (size_t i = 0; i < sheets.size(); i++) {
+            PictureDifference difference = comparePictures(sheets[i], expected[i]);
+            EXPECT_TRUE(isRight(difference)) << "sheet " << i + 1 << ": " << describe(difference);
+        }
+    }
+
+  private:
+    std::vector<std::string> ours, theirs;
+};
 
 TEST(PageTools, ArrangePagesOnSheets)
 {
+    Arrangements arrangements;
     for (int number = 0; number < DOCUMENTS; number++) {
-        std::string pdf = variedDocument(number);
+        std::string pdf = variedDocument(number), other = otherConverter(pdf);
         std::string job = jobOf(pdf, number % 2 ? Lines{"--binary"} : Lines{});
-        std::string other = otherConverter(pdf);
-        std::string what = "document " + std::to_string(number);
-        expectArranged({"psnup", "-q", "-2", "-pa4"}, job, other, what);
+        arrangements.add({"psnup", "-q", "-2", "-pa4"}, job, other);
         if (number % 3 == 0) {
-            expectArranged({"psbook", "-q"}, job, other, what);
-            expectArranged({"pstops", "-q", "-pa4", "2:0L@.7(21cm,0)+1L@.7(21cm,14.85cm)"}, job,
-                           other, what);
+            arrangements.add({"psbook", "-q"}, job, other);
+            arrangements.add({"pstops", "-q", "-pa4", "2:0L@.7(21cm,0)+1L@.7(21cm,14.85cm)"}, job,
+                             other);
         }
     }
+    arrangements.expectTheSameSheets();
 }
 
 Lines printSystemFilter(const std::string &options)
@@ -160,32 +234,29 @@ Lines printSystemFilter(const std::string &options)
 
 TEST(PageTools, ThePrintSystemsFilterSelectsPages)
 {
+    Selections selections;
     for (int number = 0; number < DOCUMENTS; number++) {
-        std::string job = jobOf(variedDocument(number), number % 2 ? Lines{} : Lines{"--binary"});
-        std::vector<Picture> all = printed(job);
-        std::string what = "document " + std::to_string(number);
-        std::vector<size_t> odd, even;
-        for (size_t i = 1; i <= all.size(); i++)
-            (i % 2 ? odd : even).push_back(i);
-        expectPages(printed(toolOutput(printSystemFilter("page-set=odd"), job)), all, odd,
-                    what + " odd");
-        if (all.size() >= 3)
-            expectPages(printed(toolOutput(printSystemFilter("page-ranges=2-3"), job)), all, {2, 3},
-                        what + " 2-3");
-        if (!even.empty())
-            expectPages(printed(toolOutput(printSystemFilter("page-set=even"), job)), all, even,
-                        what + " even");
+        selections.begin("document " + std::to_string(number),
+                         jobOf(variedDocument(number), number % 2 ? Lines{} : Lines{"--binary"}),
+                         pageCountOf(number));
+        selections.select(printSystemFilter("page-set=odd"), selections.everySecond(1));
+        if (pageCountOf(number) >= 3)
+            selections.select(printSystemFilter("page-ranges=2-3"), {2, 3});
+        if (pageCountOf(number) > 1)
+            selections.select(printSystemFilter("page-set=even"), selections.everySecond(2));
     }
+    selections.expectTheSamePages();
 }
 
 TEST(PageTools, ThePrintSystemsFilterArrangesPages)
 {
+    Arrangements arrangements;
     for (int number = 0; number < DOCUMENTS; number += 2) {
         std::string pdf = variedDocument(number), job = jobOf(pdf), other = otherConverter(pdf);
-        std::string what = "document " + std::to_string(number);
-        expectArranged(printSystemFilter("number-up=2"), job, other, what + " 2-up");
-        expectArranged(printSystemFilter("number-up=4"), job, other, what + " 4-up");
+        arrangements.add(printSystemFilter("number-up=2"), job, other);
+        arrangements.add(printSystemFilter("number-up=4"), job, other);
     }
+    arrangements.expectTheSameSheets();
 }
 
 TEST(PageTools, AnEncapsulatedPageIsPlacedInAnotherDocument)
