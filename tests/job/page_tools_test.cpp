@@ -19,7 +19,7 @@ namespace {
 using Lines = std::vector<std::string>;
 
 constexpr char PSTOPS_OF_THE_PRINT_SYSTEM[] = "/usr/lib/cups/filter/pstops";
-constexpr int DOCUMENTS = 30;
+constexpr int DOCUMENTS = 18;
 
 /* Documents that differ in the number and size of their pages, in their turns and resources. */
 std::string variedDocument(int number)
