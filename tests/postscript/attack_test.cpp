@@ -47,6 +47,9 @@ const std::string PAYLOADS[] = {
     "A currentfile 0 (never) /SubFileDecode filter AppendFile",
     "A 9 dict begin /CharProcs 9 dict def CharProcs begin /a {{" + RUN +
         "} concat 0 0 moveto fill} bind def end currentdict end definefont pop",
+    "A 9 dict begin/CharProcs currentdict def CharProcs/C[/Separation/x/DeviceGray{/Function{"
+    "(MARKER)print}}]/ColorSpace defineRes end",
+    "A pop/C[/Space[/Separation/x/DeviceGray{1 0.45 div exp}]1]/ColorSpace defineRes",
     "A { {} loop }",
     "A { 0 1 0 {} for }",
     "A { 1000000000 { } repeat }",
@@ -298,6 +301,34 @@ TEST(HostileDocuments, Fonts)
                ref(pdf.addStream("/Subtype /Type1C", program)) + " /CharSet " + "(/a/b)" +
                " >> >> >>";
     });
+}
+
+/* The outlines of a converted font are data, whatever else a page takes them for. */
+TEST(HostilePages, OutlinesAreNeverProcedures)
+{
+    const std::string accepted = "/Function {" + RUN + "}", decode = "/Decode {" + RUN + "}";
+    auto outline = [](const std::string &name, const std::string &text) {
+        return "/" + name + " { % 36 - U+0041\n" + text + "\n } bind def\n";
+    };
+    HostileJob job;
+    job.add("a halftone",
+            pageDescription("/G gs 0.5 g 0 0 90 90 re f",
+                            "9 dict begin\n/CharProcs 9 dict def\nCharProcs begin\n" +
+                                outline("HalftoneType", "1") + outline("SpotFunction", accepted) +
+                                "end\n/G << /HT CharProcs >> /ExtGState defineRes pop end\n"));
+    for (const std::string &mark : {accepted, decode})
+        job.add("its own glyph table",
+                pageDescription(
+                    "/G gs /C cs 1 scn 0 0 90 90 re f /D cs 1 scn 0 0 90 90 re f",
+                    "9 dict begin /CharProcs currentdict def CharProcs pop\n"
+                    "/HalftoneType 1 def /Frequency 60 def /Angle 0 def /SpotFunction {" +
+                        mark + "} def\n/DecodeA {" + mark +
+                        "} def /WhitePoint [1 1 1] def\n/HT currentdict def\n"
+                        "/G currentdict /ExtGState defineRes pop\n"
+                        "/D [ /CIEBasedA currentdict ] /ColorSpace defineRes pop\n"
+                        "/C [ /Separation (x) /DeviceGray /ColorSpace findRes {" +
+                        mark + "} ] /ColorSpace defineRes pop end\n"));
+    job.expectHarmless();
 }
 
 TEST(HostileDocuments, ContentInClear)
