@@ -17,7 +17,6 @@ namespace {
 
 constexpr int64_t MOST_SAVED = 500;
 constexpr size_t MOST_OPERANDS = 33, MOST_PACKED = 16; /* the most: 32 numbers and a name */
-constexpr size_t LONGEST_RESOURCE_NAME = 64;
 constexpr int MOST_MARK_ITEMS = 50;
 constexpr std::string_view GLYPH_ENDS = " restore }";
 
@@ -297,8 +296,10 @@ const char *Reader::perform(const Token &token)
 const char *Reader::read()
 {
     const char *wrong = nullptr;
-    while (!wrong) {
+    for (size_t tokens = 0; !wrong; tokens++) {
         const Token &token = in.next();
+        if (isGlyph && tokens == MOST_ITEMS - 2) /* the procedure has two words of its own */
+            return "the content of a glyph is too long";
         if (token.kind == TokenKind::WORD) {
             if (isGlyph && token.is("restore"))
                 break;

@@ -51,7 +51,7 @@ bool is(uint8_t byte, Class of)
 
 /* ---- the window */
 
-Scanner::Scanner(Read more)
+Scanner::Scanner(ReadBytes more)
     : at(nullptr), filled(nullptr), read(std::move(more)),
       window(std::make_unique_for_overwrite<uint8_t[]>(WINDOW_BYTES))
 {

@@ -13,6 +13,8 @@
 
 namespace job {
 
+constexpr size_t LONGEST_RESOURCE_NAME = 64; /* characters */
+
 /* ---- operators of content */
 
 /* What an operator means to whoever counts. */
