@@ -33,7 +33,9 @@ bool SectionReader::functionText()
 bool SectionReader::function()
 {
     int64_t count;
-    if (in.next().is("currentfile") && in.next().kind == TokenKind::OPEN_DICT)
+    if (!word("currentfile"))
+        return false;
+    if (in.next().kind == TokenKind::OPEN_DICT)
         return refuse("the samples of a function have a filter");
     in.again();
     return whole(&count, 0, MOST_ITEMS) && word("string") && word("readstring") && literal("\n") &&
@@ -120,8 +122,7 @@ bool SectionReader::spaceArray(uint64_t *components, int depth)
         return cieSpace();
     if (family == "Separation")
         return expect(TokenKind::STRING, "a colour has no name") && space(&base, depth + 1) &&
-               word("currentfile") && (in.again(), function()) &&
-               expect(TokenKind::CLOSE_ARRAY, "a colour space does not end");
+               function() && expect(TokenKind::CLOSE_ARRAY, "a colour space does not end");
     if (family != "Pattern")
         return refuse("a colour space is not known");
     if (in.next().kind == TokenKind::CLOSE_ARRAY)
