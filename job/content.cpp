@@ -298,6 +298,8 @@ const char *Reader::read()
     const char *wrong = nullptr;
     for (size_t tokens = 0; !wrong; tokens++) {
         const Token &token = in.next();
+        if (state.counted->calls.size() > MOST_ITEMS)
+            return "content has too many names";
         if (isGlyph && tokens == MOST_ITEMS - 2) /* the procedure has two words of its own */
             return "the content of a glyph is too long";
         if (token.kind == TokenKind::WORD) {

@@ -68,6 +68,7 @@ class SectionReader {
     bool differences();
     bool filters();
     bool parameters();
+    bool parameterDictionary();
     bool functionNames(bool isArray);
     bool external(Entries *entries);
 

@@ -244,21 +244,33 @@ bool SectionReader::filters()
 
 bool SectionReader::parameters()
 {
-    Entries each;
     if (in.next().kind == TokenKind::OPEN_DICT)
-        return dictionary(parameterKeys, &each);
+        return parameterDictionary();
     if (in.last().kind != TokenKind::OPEN_ARRAY)
         return refuse("parameters of a filter are no dictionary");
     while (in.next().kind != TokenKind::CLOSE_ARRAY) {
-        each = {};
         if (in.last().is("null"))
             continue;
         if (in.last().kind != TokenKind::OPEN_DICT)
             return refuse("parameters of a filter are no dictionary");
-        if (!dictionary(parameterKeys, &each))
+        if (!parameterDictionary())
             return false;
     }
     return true;
+}
+
+/* A predictor keeps rows in memory. */
+bool SectionReader::parameterDictionary()
+{
+    constexpr int64_t MOST_ROW_BITS = 8 << 24;
+    Entries given;
+    if (!dictionary(parameterKeys, &given))
+        return false;
+    constexpr int64_t defaults[] = {1, 8, 1};
+    int64_t row = 1;
+    for (size_t i = PARAMETER_COLORS; i <= PARAMETER_COLUMNS; i++)
+        row *= given.has(i) ? given.numbers[i] : defaults[i - PARAMETER_COLORS];
+    return row <= MOST_ROW_BITS || refuse("the rows of a filter are too long");
 }
 
 bool SectionReader::functionNames(bool isArray)

@@ -293,7 +293,7 @@ Verdict verify(Bytes text, SectionKind kind, Account *account)
 Verdict verify(Spool *text, SectionKind kind, Account *account)
 {
     if (text->isFull())
-        return {"", std::to_string(account->most(DECODED_BYTES)) + " bytes", 0};
+        return {"", std::to_string(text->limit()) + " bytes", 0};
     if (text->isInMemory())
         return verify(text->inMemory(), kind, account);
     text->rewind();

@@ -204,6 +204,8 @@ constexpr Key parameterKeys[] = {
     {"ColorTransform", Value::INTEGER, 0, 2},
 };
 
+enum ParameterRow { PARAMETER_COLORS = 1, PARAMETER_BITS, PARAMETER_COLUMNS };
+
 constexpr std::string_view filterNames[] = {
     "ASCIIHexDecode",  "ASCII85Decode",  "LZWDecode", "FlateDecode",
     "RunLengthDecode", "CCITTFaxDecode", "DCTDecode",
