@@ -256,11 +256,14 @@ const char *Reader::act(Effect effect)
         state.font->shown += shown;
         return nullptr;
     case Effect::FONT:
-        state.font = state.counted->callsOf({lastName, nameLength});
-        return nullptr;
-    case Effect::DRAW:
-        state.counted->callsOf({lastName, nameLength})->drawn++;
-        return nullptr;
+    case Effect::DRAW: {
+        Calls *calls = state.counted->callsOf({lastName, nameLength});
+        if (effect == Effect::FONT)
+            state.font = calls;
+        else
+            calls->drawn++;
+        return state.counted->calls.size() > MOST_ITEMS ? "content has too many names" : nullptr;
+    }
     case Effect::GLYPH:
         return "d0 or d1 stands in the middle of content";
     case Effect::COLOUR:
@@ -298,8 +301,6 @@ const char *Reader::read()
     const char *wrong = nullptr;
     for (size_t tokens = 0; !wrong; tokens++) {
         const Token &token = in.next();
-        if (state.counted->calls.size() > MOST_ITEMS)
-            return "content has too many names";
         if (isGlyph && tokens == MOST_ITEMS - 2) /* the procedure has two words of its own */
             return "the content of a glyph is too long";
         if (token.kind == TokenKind::WORD) {
