@@ -85,6 +85,8 @@ void Account::begin()
     definitions.clear();
     current = closed = 0;
     page = {};
+    fontState = FRESH;
+    dearest = {};
 }
 
 void Account::openScope()
@@ -180,19 +182,21 @@ Costs Account::totalOf(size_t index, int depth)
     Definition &definition = definitions[index];
     if (depth > DEEPEST)
         return all(UINT64_MAX);
-    if (definition.state == Definition::FRESH) {
-        definition.state = Definition::BEING_ADDED;
+    if (definition.state == FRESH) {
+        definition.state = BEING_ADDED;
         definition.total = multipliedOut(definition.content, definition.scope, depth + 1);
-        definition.state = Definition::ADDED;
+        definition.state = ADDED;
     }
-    return definition.state == Definition::ADDED ? definition.total : Costs{};
+    return definition.state == ADDED ? definition.total : Costs{};
 }
 
 /* A form that shows text without choosing a font has that of its caller: it counts as the dearest.
  */
-void Account::addInheritedFont(Costs *total, uint64_t shown, int depth)
+const Costs &Account::dearestFont(int depth)
 {
-    Costs dearest = {};
+    if (fontState != FRESH)
+        return dearest;
+    fontState = BEING_ADDED;
     for (size_t i = 0; i < definitions.size(); i++) {
         if (definitions[i].kind != FONT)
             continue;
@@ -200,7 +204,8 @@ void Account::addInheritedFont(Costs *total, uint64_t shown, int depth)
         for (size_t cost = 0; cost < COSTS; cost++)
             dearest[cost] = std::max(dearest[cost], glyph[cost]);
     }
-    add(total, dearest, shown);
+    fontState = ADDED;
+    return dearest;
 }
 
 Costs Account::multipliedOut(const Content &content, size_t scope, int depth)
@@ -212,7 +217,7 @@ Costs Account::multipliedOut(const Content &content, size_t scope, int depth)
         if (size_t font = find(scope, name, true); calls.shown && font != NOWHERE)
             add(&total, totalOf(font, depth), calls.shown);
         if (calls.shown && name.empty())
-            addInheritedFont(&total, calls.shown, depth);
+            add(&total, dearestFont(depth), calls.shown);
     }
     return total;
 }

@@ -72,12 +72,13 @@ class Account {
     uint64_t workFactor() const { return factor; }
 
   private:
+    enum Progress { FRESH, BEING_ADDED, ADDED };
     enum Kind { NOTHING, IMAGE, FORM, FONT, CONTENTS };
     struct Definition {
         Kind kind = NOTHING;
         Content content = {}; /* an image has no calls */
         size_t scope = 0;     /* where it finds what it calls */
-        enum { FRESH, BEING_ADDED, ADDED } state = FRESH;
+        Progress state = FRESH;
         Costs total = {};
     };
     struct Scope {
@@ -88,7 +89,7 @@ class Account {
     void define(std::string_view name, Definition definition);
     size_t find(size_t scope, std::string_view name, bool isFont) const;
     Costs totalOf(size_t definition, int depth);
-    void addInheritedFont(Costs *total, uint64_t shown, int depth);
+    const Costs &dearestFont(int depth);
     Costs multipliedOut(const Content &content, size_t scope, int depth);
 
     uint64_t factor;
@@ -98,6 +99,8 @@ class Account {
     size_t current = 0; /* scope */
     size_t closed = 0;  /* that waits for its owner; 0: none */
     Content page = {};
+    Progress fontState = FRESH;
+    Costs dearest = {}; /* a character of the dearest font */
 };
 
 } // namespace job

@@ -17,7 +17,6 @@ namespace {
 
 constexpr int64_t MOST_SAVED = 500;
 constexpr size_t MOST_OPERANDS = 33, MOST_PACKED = 16; /* the most: 32 numbers and a name */
-constexpr size_t LONGEST_RESOURCE_NAME = 64;
 constexpr int MOST_MARK_ITEMS = 50;
 constexpr std::string_view GLYPH_ENDS = " restore }";
 
@@ -257,11 +256,14 @@ const char *Reader::act(Effect effect)
         state.font->shown += shown;
         return nullptr;
     case Effect::FONT:
-        state.font = state.counted->callsOf({lastName, nameLength});
-        return nullptr;
-    case Effect::DRAW:
-        state.counted->callsOf({lastName, nameLength})->drawn++;
-        return nullptr;
+    case Effect::DRAW: {
+        Calls *calls = state.counted->callsOf({lastName, nameLength});
+        if (effect == Effect::FONT)
+            state.font = calls;
+        else
+            calls->drawn++;
+        return state.counted->calls.size() > MOST_ITEMS ? "content has too many names" : nullptr;
+    }
     case Effect::GLYPH:
         return "d0 or d1 stands in the middle of content";
     case Effect::COLOUR:
@@ -297,8 +299,10 @@ const char *Reader::perform(const Token &token)
 const char *Reader::read()
 {
     const char *wrong = nullptr;
-    while (!wrong) {
+    for (size_t tokens = 0; !wrong; tokens++) {
         const Token &token = in.next();
+        if (isGlyph && tokens == MOST_ITEMS - 2) /* the procedure has two words of its own */
+            return "the content of a glyph is too long";
         if (token.kind == TokenKind::WORD) {
             if (isGlyph && token.is("restore"))
                 break;

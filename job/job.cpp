@@ -241,7 +241,8 @@ void runJob(ConversionRun *run, Hearer *hearer, const std::function<ZFile *()> &
     run->currentPage = 0;
     if (!hasPages(run, options, plan))
         return;
-    PageWriter writer = {run, &options, hearer->callbacks, &plan, nullptr, {}, Account(options.workFactor)};
+    PageWriter writer = {run,     &options, hearer->callbacks,          &plan,
+                         nullptr, {},       Account(options.workFactor)};
     writer.encoding = {options.isBinary, options.isCompressed, options.level};
     hearer->plan = &plan;
     hearer->writer = &writer;

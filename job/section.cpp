@@ -20,8 +20,9 @@ namespace job {
 
 namespace {
 
-constexpr size_t LINE_LENGTH = 100; /* of ASCII85; far below what any printer takes */
-constexpr int TEXT_LEVEL = 6;       /* of Flate */
+constexpr size_t LINE_LENGTH = 100;            /* of ASCII85; far below what any printer takes */
+constexpr uint64_t LARGEST_SECTION = 2u << 30; /* bytes of text, which a temporary file holds */
+constexpr int TEXT_LEVEL = 6;                  /* of Flate */
 
 /* ---- ASCII85 */
 
@@ -391,8 +392,8 @@ bool encodeSection(ZFile *job, const Encoding &encoding, const char *procedure,
 /* ---- the section */
 
 SectionWriter::SectionWriter(ZFile *to, const Encoding &how, SectionKind what, Account *counts)
-    : job(to), encoding(how), kind(what), account(counts), text(counts->most(DECODED_BYTES)),
-      input(fopensink({keep, this}))
+    : job(to), encoding(how), kind(what), account(counts),
+      text(std::min(counts->most(DECODED_BYTES), LARGEST_SECTION)), input(fopensink({keep, this}))
 {
     if (!input)
         throw std::bad_alloc();

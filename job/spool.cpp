@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <string>
 
 namespace job {
 
@@ -27,7 +28,9 @@ Spool::~Spool()
 
 bool Spool::moveToFile()
 {
-    file = fopent("", "section", "KV_TMP:.tmp", 0);
+    /* Several are open at a time: each has a name of its own. */
+    std::string name = "section" + std::to_string((uintptr_t)this);
+    file = fopent("", name.c_str(), "KV_TMP:.tmp", 0);
     if (!file)
         return false;
     fputm(file, memory.data(), memory.size());

@@ -33,6 +33,7 @@ class Spool : public ByteSink {
 
     /* More than it may hold was written, and has not been kept. */
     bool isFull() const { return total > most; }
+    uint64_t limit() const { return most; }
 
     /* All of it while it lies in memory; no data: it does not any more. */
     Bytes inMemory() const { return file ? Bytes() : Bytes(memory); }

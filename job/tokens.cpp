@@ -17,16 +17,20 @@ namespace {
 
 constexpr size_t WINDOW_BYTES = 4 * LONGEST_TOKEN;
 
-enum Class : uint8_t { WHITE = 1, DIGIT = 2, REGULAR = 4, PLAIN = 8, HEX = 16 };
+/* LITERAL: stands for itself in a string. */
+enum Class : uint8_t { WHITE = 1, DIGIT = 2, REGULAR = 4, PLAIN = 8, HEX = 16, LITERAL = 32 };
 
 constexpr std::array<uint8_t, 256> makeClasses()
 {
     std::array<uint8_t, 256> classes = {};
     for (int byte = '!'; byte <= '~'; byte++)
         if (std::string_view("()<>[]{}/%").find((char)byte) == std::string_view::npos)
-            classes[(size_t)byte] = REGULAR;
+            classes[(size_t)byte] |= REGULAR;
     for (char c : std::string_view("\0\t\n\f\r ", 6))
-        classes[(size_t)c] = WHITE;
+        classes[(size_t)c] |= WHITE;
+    for (int byte = 0; byte < 256; byte++)
+        if (byte != '(' && byte != ')' && byte != '\\' && byte != '\r')
+            classes[(size_t)byte] |= LITERAL;
     for (int byte = 0; byte < 128; byte++) {
         bool isDigit = byte >= '0' && byte <= '9';
         bool isLetter = (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
@@ -47,11 +51,18 @@ bool is(uint8_t byte, Class of)
     return classes[byte] & of;
 }
 
+const uint8_t *pastAll(const uint8_t *from, const uint8_t *end, Class of)
+{
+    while (from < end && is(*from, of))
+        from++;
+    return from;
+}
+
 } // namespace
 
 /* ---- the window */
 
-Scanner::Scanner(Read more)
+Scanner::Scanner(ReadBytes more)
     : at(nullptr), filled(nullptr), read(std::move(more)),
       window(std::make_unique_for_overwrite<uint8_t[]>(WINDOW_BYTES))
 {
@@ -141,29 +152,27 @@ const Token &Scanner::failed(const char *why)
 
 const Token &Scanner::number(const uint8_t *from)
 {
-    auto digits = [this] {
-        const uint8_t *first = at;
-        while (at < end && is(*at, DIGIT))
-            at++;
-        return at > first;
-    };
     TokenKind kind = TokenKind::INTEGER;
+    const uint8_t *to = from + (*from == '-' || *from == '+'), *first = to;
     token.hasExponent = false;
-    at = from + (*from == '-' || *from == '+');
-    bool hasDigits = digits();
-    if (at < end && *at == '.') {
-        at++;
-        hasDigits |= digits();
+    to = pastAll(to, end, DIGIT);
+    bool hasDigits = to > first;
+    if (to < end && *to == '.') {
+        first = ++to;
+        to = pastAll(to, end, DIGIT);
+        hasDigits |= to > first;
         kind = TokenKind::REAL;
     }
-    if (hasDigits && at < end && (*at == 'e' || *at == 'E')) {
-        at++;
-        at += at < end && (*at == '-' || *at == '+');
-        hasDigits = digits();
+    if (hasDigits && to < end && (*to == 'e' || *to == 'E')) {
+        to++;
+        first = to += to < end && (*to == '-' || *to == '+');
+        to = pastAll(to, end, DIGIT);
+        hasDigits = to > first;
         token.hasExponent = true;
         kind = TokenKind::REAL;
     }
-    if (!hasDigits || (at < end && is(*at, REGULAR)) || (size_t)(at - from) > LONGEST_NUMBER)
+    at = to;
+    if (!hasDigits || (to < end && is(*to, REGULAR)) || (size_t)(to - from) > LONGEST_NUMBER)
         return failed("a number is not well-formed");
     return made(kind, from);
 }
@@ -173,8 +182,7 @@ const Token &Scanner::name(const uint8_t *from)
     bool isImmediate = at < end && *at == '/';
     at += isImmediate;
     const uint8_t *first = at;
-    while (at < end && is(*at, PLAIN))
-        at++;
+    at = pastAll(at, end, PLAIN);
     if (at == first || (at < end && (is(*at, REGULAR) || *at >= 127)))
         return failed("a name is not plain");
     if ((size_t)(at - first) > LONGEST_NAME)
@@ -184,8 +192,7 @@ const Token &Scanner::name(const uint8_t *from)
 
 const Token &Scanner::word(const uint8_t *from)
 {
-    while (at < end && is(*at, REGULAR))
-        at++;
+    at = pastAll(from, end, REGULAR);
     if (at == from)
         return failed("a byte is no character of a program");
     return made(TokenKind::WORD, from);
@@ -215,12 +222,13 @@ const Token &Scanner::string(const uint8_t *from)
 {
     int depth = 1;
     token.stringBytes = 0;
-    while (at < end && depth > 0) {
+    while (depth > 0) {
+        const uint8_t *plain = at;
+        at = pastAll(at, end, LITERAL);
+        token.stringBytes += (size_t)(at - plain);
+        if (at == end)
+            return failed("a string does not end");
         uint8_t byte = *at++;
-        if (byte > '\\' || (byte != '\\' && byte != '(' && byte != ')' && byte != '\r')) {
-            token.stringBytes++;
-            continue;
-        }
         if (byte == '\\') {
             if (!escape())
                 return failed("an escape in a string is not known");
@@ -231,8 +239,6 @@ const Token &Scanner::string(const uint8_t *from)
         depth += byte == '(' ? 1 : byte == ')' ? -1 : 0;
         token.stringBytes += depth > 0;
     }
-    if (depth > 0)
-        return failed("a string does not end");
     if (token.stringBytes > MOST_ITEMS || (size_t)(at - from) > LONGEST_TOKEN)
         return failed("a string is too long");
     return made(TokenKind::STRING, from);
@@ -301,8 +307,10 @@ bool Scanner::passComment()
 bool Scanner::passWhite()
 {
     for (;;) {
-        while (at < end && is(*at, WHITE))
-            white = *at++;
+        const uint8_t *first = at;
+        at = pastAll(at, end, WHITE);
+        if (at > first)
+            white = at[-1];
         if (at == end && end == filled && !isAll) {
             fill(LONGEST_TOKEN);
             continue;
@@ -321,9 +329,11 @@ const Token &Scanner::next()
         return token;
     }
     white = 0;
-    if (!passWhite())
+    if (end - at >= 2 && is(at[0], WHITE) && !is(at[1], WHITE) && at[1] != '%')
+        white = *at++; /* which is so nearly always */
+    else if (!passWhite())
         return failed("a comment stands where none may stand");
-    if ((size_t)(filled - at) < LONGEST_TOKEN)
+    if (!isAll && (size_t)(filled - at) < LONGEST_TOKEN)
         fill(LONGEST_TOKEN);
     const uint8_t *from = at;
     if (at == end)
@@ -333,10 +343,7 @@ const Token &Scanner::next()
         return number(from);
     if (first == '/')
         return name(from);
-    if (!is(first, REGULAR) && first < 127)
-        return bracket(from);
-    at = from;
-    return word(from);
+    return is(first, REGULAR) || first >= 127 ? word(from) : bracket(from);
 }
 
 } // namespace job

@@ -51,17 +51,17 @@ struct Token {
     std::string_view name() const { return text.substr(1); } /* of a name */
 };
 
+/* Reads up to so many bytes to that place; 0: there are no more. */
+using ReadBytes = std::function<size_t(uint8_t *to, size_t room)>;
+
 class Scanner {
   public:
-    /* Reads up to so many bytes to that place; 0: there are no more. */
-    using Read = std::function<size_t(uint8_t *to, size_t room)>;
-
     explicit Scanner(Bytes all) : at(all.data()), filled(all.data() + all.size()), isAll(true)
     {
         begun = at;
         cut();
     }
-    explicit Scanner(Read more);
+    explicit Scanner(ReadBytes more);
 
     const Token &next();
     /* The next token is the last one once more. */
@@ -110,7 +110,7 @@ class Scanner {
     uint64_t passed = 0;                        /* bytes before the window */
     uint64_t limitAt = UINT64_MAX;
     uint8_t white = 0;
-    Read read = {};
+    ReadBytes read = {};
     std::unique_ptr<uint8_t[]> window = {};
 };
 

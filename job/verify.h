@@ -17,6 +17,7 @@
 
 #include "job/budget.h"
 #include "job/spool.h"
+#include "job/tokens.h"
 
 namespace job {
 
@@ -52,6 +53,7 @@ class AcceptedText {
 /* Verifies a text, which stays the caller's, and counts in the account what it costs. */
 Verdict verify(Spool *text, SectionKind kind, Account *account);
 Verdict verify(Bytes text, SectionKind kind, Account *account);
+Verdict verify(const ReadBytes &read, SectionKind kind, Account *account);
 
 /* The same; nothing where the text is refused, and then the verdict says why. */
 std::optional<AcceptedText> accept(Spool *text, SectionKind kind, Account *account,

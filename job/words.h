@@ -13,6 +13,8 @@
 
 namespace job {
 
+constexpr size_t LONGEST_RESOURCE_NAME = 64; /* characters */
+
 /* ---- operators of content */
 
 /* What an operator means to whoever counts. */
@@ -201,6 +203,8 @@ constexpr Key parameterKeys[] = {
     {"DamagedRowsBeforeError", Value::INTEGER, 0, MOST_PIXELS},
     {"ColorTransform", Value::INTEGER, 0, 2},
 };
+
+enum ParameterRow { PARAMETER_COLORS = 1, PARAMETER_BITS, PARAMETER_COLUMNS };
 
 constexpr std::string_view filterNames[] = {
     "ASCIIHexDecode",  "ASCII85Decode",  "LZWDecode", "FlateDecode",

@@ -144,6 +144,28 @@ TEST(JobEncoding, RunLengthsSurviveRunsOfEveryLength)
     EXPECT_LT(out.size(), noise.size() + noise.size() / 100);
 }
 
+/* More than is kept in memory, in every stage at once. */
+TEST(JobEncoding, ALargeSectionArrivesWhole)
+{
+    std::string data = randomBytes(9000000);
+    PdfBuilder pdf;
+    std::string image = ref(pdf.addStream("/Type /XObject /Subtype /Image /Width 3000 /Height 3000 "
+                                          "/BitsPerComponent 8 /ColorSpace /DeviceGray",
+                                          data));
+    pdf.addPage("/MediaBox [0 0 200 200] /Resources << /XObject << /I " + image +
+                " >> >> /Contents " + ref(pdf.addStream("", "/I Do")));
+    std::string bytes = pdf.build();
+    for (const std::vector<std::string> &options : std::initializer_list<std::vector<std::string>>{
+             {}, {"--binary"}, {"--no-compress"}, {"--no-compress", "--binary"}}) {
+        std::vector<std::string> pages = pageTextsOf(jobOf(bytes, options));
+        ASSERT_EQ(pages.size(), 1u);
+        EXPECT_TRUE(pages[0].find(data) != std::string::npos);
+    }
+    std::vector<Section> sections = sectionsOf(jobOf(bytes, {"--level=2", "--binary"}));
+    ASSERT_EQ(sections.back().procedure, "PdfPage");
+    EXPECT_TRUE(runsDecoded(sections.back().data).find(data) != std::string::npos);
+}
+
 TEST(JobEncoding, CompressedDataIsKnownByItsLook)
 {
     EXPECT_TRUE(job::looksCompressed(bytesOf(randomBytes(4096))));

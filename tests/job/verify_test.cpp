@@ -362,6 +362,18 @@ TEST(Verifier, EveryOperatorHasItsOperands)
     expectRefused(contentPage(repeated("1 ", 100) + "w"));
 }
 
+TEST(Verifier, NamesAndGlyphsAreBounded)
+{
+    std::string few, many;
+    for (int i = 0; i < 66000; i++) {
+        (i < 60000 ? few : many) += "/N" + std::to_string(i) + " Do ";
+    }
+    expectAccepted(contentPage(few));
+    expectRefused(contentPage(few + many));
+    expectAccepted(pageOf(type3("1 0 d0 " + repeated("q ", 400) + repeated("Q ", 400))));
+    expectRefused(pageOf(type3("1 0 d0 " + repeated("n ", 65535))));
+}
+
 TEST(Verifier, StatesAndTextAreBalanced)
 {
     expectAccepted(contentPage(repeated("q ", 500) + repeated("Q ", 500)));
