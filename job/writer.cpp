@@ -150,7 +150,8 @@ void writeResourceLines(PageWriter &writer, const PdfDict *resources)
         for (int32_t i = 0; entries && i < entries->count; i++) {
             if (run->errorFlag || ++writer.lines > LINES_LIMIT)
                 return;
-            if (!writeEntry(writer, dictKey(entries.get(), i), entries->entries[i].value, kind.define))
+            if (!writeEntry(writer, dictKey(entries.get(), i), entries->entries[i].value,
+                            kind.define))
                 break;
         }
     }
