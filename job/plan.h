@@ -46,13 +46,13 @@ struct PlannedResource {
 
 struct Plan {
     std::vector<PlannedPage> pages;
-    std::optional<seam::Notice> fault;                                 /* why the list of pages cannot be had */
-    std::vector<seam::Notice> warnings;                 /* parts of it that name no page */
+    std::optional<seam::Notice> fault;                 /* why the list of pages cannot be had */
+    std::vector<seam::Notice> warnings;                /* parts of it that name no page */
     std::vector<PlannedResource> resources;            /* in the order in which they are met */
     std::unordered_map<ValuePosition, uint32_t> index; /* by position; content by its data's */
     std::vector<uint32_t> shared;                      /* resources by number of the shared part */
     std::set<std::string> residentFonts;               /* that the printer has to bring */
-    std::set<std::string> calls; /* names of the runtime, see runtimeFor */
+    std::set<std::string> calls;                       /* names of the runtime, see runtimeFor */
 
     const PlannedResource *find(ValuePosition key) const
     {

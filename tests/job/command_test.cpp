@@ -171,7 +171,7 @@ TEST(PrintCommand, OutputIsBounded)
 {
     ScratchDirectory directory;
     directory.write("a.pdf", onePagePdf(BAR));
-    ProgramResult result = run(directory, {"--max-output=5K", "a.pdf"});
+    ProgramResult result = run(directory, {"--max-output=3K", "a.pdf"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.err,
               "pdf_print: a.pdf: Output is too large; --max-output sets another bound.\n");

@@ -71,31 +71,32 @@ bool isNumber(const std::string &word)
 
 } // namespace
 
-std::vector<PrologPart> prologParts()
+namespace {
+
+std::vector<PrologPart> partsIn(const std::string &folder)
 {
     std::vector<std::string> files;
-    for (const auto &entry : std::filesystem::directory_iterator(PDF_TO_PS_DATA_SOURCE "/prolog"))
+    for (const auto &entry : std::filesystem::directory_iterator(PDF_TO_PS_DATA_SOURCE + folder))
         files.push_back(entry.path().filename());
     std::sort(files.begin(), files.end());
     std::vector<PrologPart> parts;
     for (const std::string &file : files) {
-        parts.push_back({file, readFile(PDF_TO_PS_DATA_SOURCE "/prolog/" + file), {}, {}, {}});
+        parts.push_back({file, readFile(PDF_TO_PS_DATA_SOURCE + folder + file), {}, {}, {}});
         readHead(parts.back());
     }
     return parts;
 }
 
+} // namespace
+
+std::vector<PrologPart> prologParts()
+{
+    return partsIn("/prolog/");
+}
+
 std::vector<PrologPart> jobParts()
 {
-    std::vector<PrologPart> parts = prologParts();
-    for (PrologPart &part : parts) {
-        std::string own = PDF_TO_PS_DATA_SOURCE "/job/" + part.file;
-        if (!fileExists(own))
-            continue;
-        part = {"job/" + part.file, readFile(own), {}, {}, {}};
-        readHead(part);
-    }
-    return parts;
+    return partsIn("/job/");
 }
 
 std::string prologSource()

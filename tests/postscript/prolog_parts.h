@@ -22,7 +22,7 @@ struct PrologPart {
 /* The parts in their order. */
 std::vector<PrologPart> prologParts();
 
-/* The same of the runtime of jobs, which has parts of its own in the place of some. */
+/* The same of the runtime of jobs. */
 std::vector<PrologPart> jobParts();
 
 /* All parts joined: the prolog with its comments. */
