@@ -7,10 +7,15 @@
 #include <cstring>
 
 #include "prepare/fonts/plaintype1.h"
+#include "prepare/model/plain.h"
 
 namespace prepare {
 
 namespace {
+
+struct OwnPrograms {
+    std::set<QPDFObjGen> streams;
+};
 
 /* Compact fonts came with Level 3. */
 void putProgram(Document *document, const std::string &compact, QPDFObjectHandle descriptor)
@@ -18,11 +23,13 @@ void putProgram(Document *document, const std::string &compact, QPDFObjectHandle
     QPDFObjectHandle program = newFlateStream(&document->source.pdf, compact);
     program.getDict().replaceKey("/Subtype", QPDFObjectHandle::newName("/Type1C"));
     descriptor.replaceKey("/FontFile3", program);
+    document->memos.of<OwnPrograms>().streams.insert(program.getObjGen());
 }
 
 void putProgram(Document *document, const PlainType1 &font, QPDFObjectHandle descriptor)
 {
-    QPDFObjectHandle program = newFlateStream(&document->source.pdf, font.clear + font.secret + font.end);
+    QPDFObjectHandle program =
+        newFlateStream(&document->source.pdf, font.clear + font.secret + font.end);
     auto putLength = [&](const char *key, const std::string &part) {
         program.getDict().replaceKey(key, QPDFObjectHandle::newInteger((long long)part.size()));
     };
@@ -30,6 +37,7 @@ void putProgram(Document *document, const PlainType1 &font, QPDFObjectHandle des
     putLength("/Length2", font.secret);
     putLength("/Length3", font.end);
     descriptor.replaceKey("/FontFile", program);
+    document->memos.of<OwnPrograms>().streams.insert(program.getObjGen());
 }
 
 } // namespace
@@ -41,9 +49,12 @@ std::string plainFontName(const std::string &baseFont)
     if (name.size() > TAG && name[TAG - 1] == '+')
         name.erase(0, TAG);
     std::string plain;
-    for (char c : name)
-        if ((uint8_t)c > 32 && (uint8_t)c < 127 && !strchr("()<>[]{}/%#", c))
+    for (char c : name) {
+        if (isPlain(c))
             plain.push_back(c);
+        if (c == ',') /* in front of a style */
+            plain.push_back('-');
+    }
     return plain.empty() ? "Font" : plain.substr(0, LONGEST);
 }
 
@@ -80,6 +91,11 @@ QPDFObjectHandle newDescriptor(Document *document, const CompactFont &font, QPDF
     else
         putProgram(document, writeCompactFont(font), descriptor);
     return document->source.pdf.makeIndirectObject(descriptor);
+}
+
+bool isOwnProgram(Document *document, QPDFObjectHandle program)
+{
+    return document->memos.of<OwnPrograms>().streams.count(program.getObjGen()) > 0;
 }
 
 QPDFObjectHandle newEncoding(const std::vector<std::string> &names)

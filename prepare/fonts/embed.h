@@ -18,6 +18,9 @@ std::string uniqueFontName(Document *document, const std::string &baseFont);
 /* A descriptor with this program.  `old` (or null) lends what it says of the font's style. */
 QPDFObjectHandle newDescriptor(Document *document, const CompactFont &font, QPDFObjectHandle old);
 
+/* Is the stream a program that newDescriptor has made? */
+bool isOwnProgram(Document *document, QPDFObjectHandle program);
+
 /* /Differences for these names; empty ones are left out. */
 QPDFObjectHandle newEncoding(const std::vector<std::string> &names);
 

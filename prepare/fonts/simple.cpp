@@ -17,6 +17,7 @@
 #include "prepare/fonts/encoding.h"
 #include "prepare/fonts/outline.h"
 #include "prepare/fonts/cmap.h"
+#include "prepare/model/plain.h"
 #include "prepare/fonts/type1.h"
 
 namespace prepare {
@@ -381,8 +382,14 @@ bool isGoodCompact(Document *document, QPDFObjectHandle program)
     const char *name = FT_Get_Postscript_Name(face);
     if (!name || !isPlainName(name))
         return false;
+    auto isNamedPlainly = [face](FT_Long glyph) {
+        char glyphName[MAX_PLAIN_NAME + 2] = "";
+        return !FT_Get_Glyph_Name(face, (FT_UInt)glyph, glyphName, sizeof glyphName) &&
+               isPlain(glyphName, MAX_PLAIN_NAME);
+    };
     for (FT_Long glyph = 0; glyph < face->num_glyphs; glyph++)
-        if (FT_Load_Glyph(face, (FT_UInt)glyph,
+        if (!isNamedPlainly(glyph) ||
+            FT_Load_Glyph(face, (FT_UInt)glyph,
                           FT_LOAD_NO_SCALE | FT_LOAD_NO_HINTING | FT_LOAD_NO_BITMAP))
             return false;
     return true;
