@@ -135,35 +135,48 @@ bool putArray(const std::vector<Token> &tokens, const Operand &array, std::strin
     return isWhole && count <= MAX_STRING_BYTES;
 }
 
-/* The dictionary, or nothing where it is not flat. */
+/* A number, a string, a name or a word; false: it is none, or not plain. */
+bool putSimple(const Token &token, std::string *out)
+{
+    *out += " ";
+    if (token.kind == TokenKind::NUMBER) {
+        *out += plainNumber(token);
+        return true;
+    }
+    if (isText(token))
+        return putString(token, out);
+    *out += token.source;
+    return token.kind == TokenKind::WORD ||
+           (token.kind == TokenKind::NAME && isPlain(token.source.substr(1), MAX_RESOURCE_NAME));
+}
+
+/* The value at `*at`, which moves behind it. */
+bool putMarkValue(const std::vector<Token> &tokens, size_t *at, size_t end, std::string *out)
+{
+    if (tokens[*at].kind != TokenKind::ARRAY_BEGIN)
+        return putSimple(tokens[(*at)++], out);
+    *out += " [";
+    size_t count = 0;
+    for (++*at; *at < end && tokens[*at].kind != TokenKind::ARRAY_END; ++*at, count++)
+        if (!putSimple(tokens[*at], out))
+            return false;
+    *out += " ]";
+    return (*at)++ < end && count <= MAX_MARK_ITEMS;
+}
+
+/* The dictionary, or nothing where it holds other than simple values and arrays of them. */
 std::string plainDictionary(const std::vector<Token> &tokens, const Operand &dictionary)
 {
     std::string text = "<<";
-    size_t end = dictionary.first + dictionary.count;
-    if (tokens[end - 1].kind != TokenKind::DICT_END || dictionary.count % 2 != 0)
+    size_t end = dictionary.first + dictionary.count - 1, count = 0;
+    if (tokens[end].kind != TokenKind::DICT_END)
         return "";
-    for (size_t i = dictionary.first + 1; i + 2 < end; i += 2) {
-        const Token &key = tokens[i], &value = tokens[i + 1];
-        auto isPlainSource = [](std::string_view source) {
-            return isPlain(source.substr(1), MAX_RESOURCE_NAME);
-        };
-        if (key.kind != TokenKind::NAME || !isPlainSource(key.source))
-            return "";
-        text += " " + std::string(key.source) + " ";
-        bool isGood = true;
-        if (value.kind == TokenKind::NUMBER)
-            text += plainNumber(value);
-        else if (isText(value))
-            isGood = putString(value, &text);
-        else if ((value.kind == TokenKind::NAME && isPlainSource(value.source)) ||
-                 value.kind == TokenKind::WORD)
-            text += value.source;
-        else
-            isGood = false;
-        if (!isGood)
+    for (size_t at = dictionary.first + 1; at < end; count++) {
+        bool isKey = tokens[at].kind == TokenKind::NAME && putSimple(tokens[at], &text);
+        if (!isKey || ++at == end || !putMarkValue(tokens, &at, end, &text))
             return "";
     }
-    return text + " >>";
+    return count <= MAX_MARK_ITEMS ? text + " >>" : "";
 }
 
 /* ---- the walk */
@@ -192,23 +205,43 @@ struct ContentWalk {
     const PlainNamer &namer;
     PlainContent made = {};
     size_t copied = 0; /* bytes of the content that are in made.text, or left out of it */
-    size_t saves = 0, compatible = 0;
+    size_t saves = 0, savesBeyond = 0, compatible = 0;
     bool inText = false;
+    size_t operations = 0;
+    bool beginsWithWidth = false;
+    std::string width = {}; /* of a glyph that does not begin with it: its d0 or d1 */
     std::unordered_set<std::string_view> names[CATEGORIES] = {}; /* plain, without their slash */
 };
 
-/* Takes an operation with the right operands into account; false: it must not stand here. */
-bool apply(ContentWalk *walk, const Operator &op)
+bool isWidth(const Operator &op)
+{
+    return op.id == Op::GLYPH_WIDTH || op.id == Op::GLYPH_WIDTH_BOX;
+}
+
+bool save(ContentWalk *walk)
+{
+    bool isGood = walk->saves < MAX_SAVES;
+    walk->saves += isGood;
+    walk->savesBeyond += !isGood;
+    return isGood;
+}
+
+bool restore(ContentWalk *walk)
+{
+    bool isGood = walk->savesBeyond == 0 && walk->saves > 0;
+    walk->saves -= isGood;
+    walk->savesBeyond -= walk->savesBeyond > 0;
+    return isGood;
+}
+
+/* May it stand here? */
+bool fits(ContentWalk *walk, const Operator &op)
 {
     switch (op.id) {
     case Op::SAVE:
-        walk->saves++;
-        return true;
+        return save(walk);
     case Op::RESTORE:
-        if (walk->saves == 0)
-            return false;
-        walk->saves--;
-        return true;
+        return restore(walk);
     case Op::BEGIN_TEXT:
     case Op::END_TEXT:
         if (walk->inText == (op.id == Op::BEGIN_TEXT))
@@ -223,13 +256,22 @@ bool apply(ContentWalk *walk, const Operator &op)
         return true;
     case Op::GLYPH_WIDTH:
     case Op::GLYPH_WIDTH_BOX:
-        return walk->isGlyph;
+        return walk->isGlyph && walk->operations == 0;
     case Op::SHADING_FILL:
     case Op::INLINE_IMAGE:
         return false;
     default:
         return true;
     }
+}
+
+/* Takes an operation with the right operands into account; false: it must not stand here. */
+bool apply(ContentWalk *walk, const Operator &op)
+{
+    bool isGood = fits(walk, op);
+    if (isGood && walk->operations++ == 0 && isWidth(op))
+        walk->beginsWithWidth = true;
+    return isGood;
 }
 
 /* The same of one that the scanner has gone over. */
@@ -343,8 +385,11 @@ std::string mended(ContentWalk *walk, const Operation &operation)
         drop(walk, op);
         return "";
     }
-    if (!apply(walk, op)) /* text within text begins anew */
-        return op.id == Op::BEGIN_TEXT ? "ET\nBT" : "";
+    if (!apply(walk, op)) {
+        if (isWidth(op) && walk->width.empty() && putOperands(walk, operation, operands, &text))
+            walk->width = text + std::string(op.name);
+        return op.id == Op::BEGIN_TEXT ? "ET\nBT" : ""; /* text within text begins anew */
+    }
     if (op.types.ends_with("p"))
         return plainMark(operation, operands);
     if (!putOperands(walk, operation, operands, &text)) {
@@ -394,9 +439,21 @@ void close(ContentWalk *walk)
         put(walk, "Q\n");
 }
 
+/* A glyph begins with its width, wherever the document has that. */
+void beginWithWidth(ContentWalk *walk, double glyphWidth)
+{
+    if (!walk->isGlyph || walk->beginsWithWidth)
+        return;
+    copyUpTo(walk, walk->content.size());
+    if (walk->width.empty())
+        walk->width = numberText(glyphWidth) + " 0 d0";
+    walk->made.text.insert(0, walk->width + "\n");
+}
+
 } // namespace
 
-PlainContent plainContent(std::string_view content, bool isGlyph, const PlainNamer &namer)
+PlainContent plainContent(std::string_view content, bool isGlyph, const PlainNamer &namer,
+                          double glyphWidth)
 {
     ContentWalk walk{content, isGlyph, namer};
     const char *begin = content.data();
@@ -411,6 +468,7 @@ PlainContent plainContent(std::string_view content, bool isGlyph, const PlainNam
             scanner.at = begin + mend(&walk, at);
     }
     close(&walk);
+    beginWithWidth(&walk, glyphWidth);
     for (int category = 0; category < CATEGORIES; category++)
         for (std::string_view name : walk.names[category])
             walk.made.names[category].insert("/" + std::string(name));

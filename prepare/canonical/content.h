@@ -30,8 +30,12 @@ struct PlainContent {
 /* Gives a plain name for an odd one, both with their slash. */
 using PlainNamer = std::function<std::string(const std::string &)>;
 
-/* Reads the content of a page or form, or of a glyph (which begins with d0 or d1), once. */
-PlainContent plainContent(std::string_view content, bool isGlyph, const PlainNamer &namer);
+constexpr size_t MAX_SAVES = 500; /* states that are saved at a time; others are not */
+
+/* Reads the content of a page or form, or of a glyph, once.  A glyph begins with d0 or d1; where
+ * it has none it gets this width. */
+PlainContent plainContent(std::string_view content, bool isGlyph, const PlainNamer &namer,
+                          double glyphWidth = 0);
 
 } // namespace prepare
 

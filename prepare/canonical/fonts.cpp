@@ -37,12 +37,6 @@ constexpr Field encodingName = {"",
                                 "StandardEncoding WinAnsiEncoding MacRomanEncoding "
                                 "MacExpertEncoding"};
 
-constexpr Field lengthFields[] = {
-    {"/Length1", ValueKind::INTEGER, 0, LARGEST_NUMBER},
-    {"/Length2", ValueKind::INTEGER, 0, LARGEST_NUMBER},
-    {"/Length3", ValueKind::INTEGER, 0, LARGEST_NUMBER},
-};
-
 /* Widths for the codes that there are; what is no number has none. */
 QPDFObjectHandle plainWidths(QPDFObjectHandle widths)
 {
@@ -77,10 +71,8 @@ void settleProgram(QPDFObjectHandle program)
         replaceWithFlate(program, decodeStream(program, MAX_CONTENT_BYTES, &isDamaged));
         isFlate = true;
     }
-    QPDFObjectHandle plain = plainDictionary(lengthFields, dict);
-    if (nameOr(dict.getKey("/Subtype")) == "/Type1C")
-        plain =
-            QPDFObjectHandle::newDictionary({{"/Subtype", QPDFObjectHandle::newName("/Type1C")}});
+    QPDFObjectHandle plain = QPDFObjectHandle::newDictionary();
+    plain.replaceKey("/Subtype", QPDFObjectHandle::newName("/Type1C"));
     if (isFlate)
         plain.replaceKey("/Filter", QPDFObjectHandle::newName("/FlateDecode"));
     program.replaceDict(plain);
@@ -98,15 +90,12 @@ QPDFObjectHandle plainDescriptor(Document *document, QPDFObjectHandle font)
         return QPDFObjectHandle::newNull();
     QPDFObjectHandle plain = plainDictionary(descriptorFields, descriptor);
     plain.replaceKey("/Type", QPDFObjectHandle::newName("/FontDescriptor"));
-    for (const char *key : {"/FontFile3", "/FontFile"}) {
-        QPDFObjectHandle program = descriptor.getKey(key);
-        if (!program.isStream() || !isGoodProgram(document, font, program))
-            continue;
-        if (document->memos.of<ProgramMemo>().settled.insert(program.getObjGen()).second)
-            settleProgram(program);
-        plain.replaceKey(key, program);
-        break;
-    }
+    QPDFObjectHandle program = descriptor.getKey("/FontFile3");
+    if (!program.isStream() || !isGoodProgram(document, font, program))
+        return plain;
+    if (document->memos.of<ProgramMemo>().settled.insert(program.getObjGen()).second)
+        settleProgram(program);
+    plain.replaceKey("/FontFile3", program);
     return plain;
 }
 

@@ -32,7 +32,7 @@ constexpr Field imageFields[] = {
      "AbsoluteColorimetric RelativeColorimetric Saturation Perceptual"},
 };
 
-constexpr int MAX_COLUMNS = 1 << 24;
+constexpr int MAX_COLUMNS = MAX_PLAIN_SIDE;
 
 constexpr Field predictorFields[] = {
     {"/Predictor", ValueKind::INTEGER, 1, 15},

@@ -15,7 +15,7 @@ namespace prepare {
  * paints nothing, with a notice of the page. */
 void plainImage(Document *document, QPDFObjectHandle image, int page);
 
-constexpr int MAX_PLAIN_SIDE = 1 << 24; /* pixels */
+constexpr int MAX_PLAIN_SIDE = 1 << 20; /* pixels */
 constexpr double MAX_PLAIN_PIXELS = 2e9;
 
 } // namespace prepare

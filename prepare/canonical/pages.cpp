@@ -42,7 +42,7 @@ std::shared_ptr<SettledContent> settle(Document *document, Page *page, QPDFObjec
     auto settled = std::make_shared<SettledContent>();
     bool isOurs = page->isContentOurs && contents.isSameObjectAs(page->contentOf);
     std::string text = textOf(page, contents);
-    PlainContent plain = plainContentOf(document, text, false, &settled->leftOut);
+    PlainContent plain = plainContentOf(document, text, &settled->leftOut);
     std::move(std::begin(plain.names), std::end(plain.names), std::begin(settled->names));
     settled->stream = isOurs ? contents : QPDFObjectHandle::newStream(&document->source.pdf);
     replaceWithClear(document, settled->stream, plain.isChanged ? plain.text : text);

@@ -61,12 +61,23 @@ QPDFObjectHandle none()
     return QPDFObjectHandle::newNull();
 }
 
+PlainContent makePlain(Document *document, std::string_view content, bool isGlyph,
+                       double glyphWidth, LeftOut *leftOut)
+{
+    auto namer = [&](const std::string &name) { return plainName(document, name); };
+    PlainContent plain = plainContent(content, isGlyph, namer, glyphWidth);
+    leftOut->operations += plain.dropped;
+    leftOut->lostPaint |= plain.lostPaint;
+    return plain;
+}
+
 /* The content of a stream in its place, in clear; adds the names that it uses. */
-void settleContent(PlainWalk *walk, QPDFObjectHandle stream, bool isGlyph, Names *names)
+void settleContent(PlainWalk *walk, QPDFObjectHandle stream, bool isGlyph, double glyphWidth,
+                   Names *names)
 {
     bool isDamaged = false;
     std::string content = decodeStream(stream, MAX_CONTENT_BYTES, &isDamaged);
-    PlainContent plain = plainContentOf(walk->document, content, isGlyph, walk->leftOut);
+    PlainContent plain = makePlain(walk->document, content, isGlyph, glyphWidth, walk->leftOut);
     for (int category = 0; category < CATEGORIES; category++)
         names->of[category].merge(plain.names[category]);
     replaceWithClear(walk->document, stream, plain.isChanged ? plain.text : content);
@@ -87,7 +98,7 @@ MadeContent makeForm(PlainWalk *walk, QPDFObjectHandle form)
     QPDFObjectHandle dict = form.getDict();
     QPDFObjectHandle resources = dict.getKey("/Resources");
     Names names;
-    settleContent(walk, form, false, &names);
+    settleContent(walk, form, false, 0, &names);
     QPDFObjectHandle plain = plainDictionary(formFields, dict);
     plain.replaceKey("/Type", QPDFObjectHandle::newName("/XObject"));
     plain.replaceKey("/Subtype", QPDFObjectHandle::newName("/Form"));
@@ -113,6 +124,27 @@ GlyphNames glyphNamesOf(QPDFObjectHandle glyphs)
     return names;
 }
 
+/* The widths of glyphs by their names, as far as the encoding has them. */
+std::map<std::string, double> glyphWidthsOf(QPDFObjectHandle font)
+{
+    std::map<std::string, double> widths;
+    QPDFObjectHandle given = font.getKey("/Widths");
+    QPDFObjectHandle differences = entryOf(font.getKey("/Encoding"), "/Differences");
+    long first = integerOr(font.getKey("/FirstChar"), 0), code = 0;
+    if (!given.isArray() || !differences.isArray())
+        return widths;
+    for (QPDFObjectHandle item : differences.getArrayAsVector()) {
+        if (item.isNumber()) {
+            code = integerOr(item, 0);
+            continue;
+        }
+        long place = code++ - first;
+        if (item.isName() && place >= 0 && place < given.getArrayNItems())
+            widths.emplace(item.getName(), numberOr(given.getArrayItem((int)place), 0));
+    }
+    return widths;
+}
+
 MadeContent makeType3(PlainWalk *walk, QPDFObjectHandle font)
 {
     MadeContent made{none(), {}};
@@ -125,13 +157,14 @@ MadeContent makeType3(PlainWalk *walk, QPDFObjectHandle font)
         plain.replaceKey("/FontBBox", newNumbers({0, 0, 0, 0}));
     QPDFObjectHandle glyphs = font.getKey("/CharProcs");
     GlyphNames glyphNames = glyphNamesOf(glyphs);
+    std::map<std::string, double> widths = glyphWidthsOf(font);
     QPDFObjectHandle plainGlyphs = QPDFObjectHandle::newDictionary();
     Names names;
     for (auto &[key, glyph] : entriesOf(glyphs)) {
         if (!glyph.isStream())
             continue;
         QPDFObjectHandle copy = glyph.copyStream(); /* it may be a form, or another font's, too */
-        settleContent(walk, copy, true, &names);
+        settleContent(walk, copy, true, widths[key], &names);
         copy.replaceDict(QPDFObjectHandle::newDictionary());
         plainGlyphs.replaceKey(glyphNames[key], copy);
     }
@@ -238,14 +271,9 @@ QPDFObjectHandle makeResources(PlainWalk *walk, QPDFObjectHandle resources, Name
 
 } // namespace
 
-PlainContent plainContentOf(Document *document, std::string_view content, bool isGlyph,
-                            LeftOut *leftOut)
+PlainContent plainContentOf(Document *document, std::string_view content, LeftOut *leftOut)
 {
-    PlainContent plain = plainContent(
-        content, isGlyph, [&](const std::string &name) { return plainName(document, name); });
-    leftOut->operations += plain.dropped;
-    leftOut->lostPaint |= plain.lostPaint;
-    return plain;
+    return makePlain(document, content, false, 0, leftOut);
 }
 
 QPDFObjectHandle plainResources(Document *document, int page, QPDFObjectHandle resources,

@@ -17,8 +17,7 @@ struct LeftOut {
 
 /* Makes the content canonical, with the document's names for odd ones.  What is left out of it is
  * added to `leftOut`. */
-PlainContent plainContentOf(Document *document, std::string_view content, bool isGlyph,
-                            LeftOut *leftOut);
+PlainContent plainContentOf(Document *document, std::string_view content, LeftOut *leftOut);
 
 /* Resources with those of these names alone, each made anew.  Names that `resources` lacks are left
  * out.  Forms and glyphs are made canonical on the way, each once. */

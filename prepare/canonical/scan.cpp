@@ -101,10 +101,10 @@ bool scanEscape(Scanner *s)
     char c = *s->at++;
     if (c < '0' || c > '7')
         return memchr("nrtbf\\()\r\n", c, 10) != nullptr;
-    auto isOctal = [](char digit) { return digit >= '0' && digit <= '7'; };
-    bool isWhole = s->end - s->at >= 2 && isOctal(s->at[0]) && isOctal(s->at[1]) && c < '4';
-    s->at += isWhole ? 2 : 0;
-    return isWhole;
+    const char *first = s->at;
+    while (s->at < s->end && s->at - first < 2 && *s->at >= '0' && *s->at <= '7')
+        s->at++;
+    return s->at - first < 2 || c < '4'; /* no more than a byte */
 }
 
 bool scanString(Scanner *s)
@@ -181,10 +181,40 @@ bool scanWord(Scanner *s)
     return false;
 }
 
-/* Behind "<<": plain names, each with a number, a string, a name or a word. */
+/* A number, a string, a name or a word. */
+bool scanSimple(Scanner *s)
+{
+    char c = *s->at;
+    if (c == '/')
+        return scanName(s);
+    if (c == '(' || c == '<')
+        return scanText(s);
+    return is(c, DIGIT) || c == '-' || c == '+' || c == '.' ? scanNumber(s) : scanWord(s);
+}
+
+/* A simple value, or an array of them. */
+bool scanMarkValue(Scanner *s)
+{
+    if (*s->at != '[')
+        return scanSimple(s);
+    s->at++;
+    for (size_t count = 0;; count++) {
+        skipSpace(s);
+        if (s->atEnd())
+            return false;
+        if (*s->at == ']') {
+            s->at++;
+            return true;
+        }
+        if (count == MAX_MARK_ITEMS || !scanSimple(s))
+            return false;
+    }
+}
+
+/* Behind "<<": plain names, each with a value. */
 bool scanDictionary(Scanner *s)
 {
-    for (;;) {
+    for (size_t count = 0;; count++) {
         skipSpace(s);
         if (s->end - s->at < 2)
             return false;
@@ -192,18 +222,10 @@ bool scanDictionary(Scanner *s)
             s->at += 2;
             return true;
         }
-        if (*s->at != '/' || !scanName(s))
+        if (count == MAX_MARK_ITEMS || *s->at != '/' || !scanName(s))
             return false;
         skipSpace(s);
-        if (s->end - s->at < 2)
-            return false;
-        char c = *s->at;
-        bool isGood = c == '/'   ? scanName(s)
-                      : c == '(' ? scanString(s)
-                      : c == '<' ? s->at[1] != '<' && scanHex(s)
-                      : is(c, DIGIT) || c == '-' || c == '+' || c == '.' ? scanNumber(s)
-                                                                         : scanWord(s);
-        if (!isGood)
+        if (s->atEnd() || !scanMarkValue(s))
             return false;
     }
 }

@@ -8,6 +8,7 @@
 
 #include "prepare/fonts/plaintype1.h"
 #include "prepare/model/plain.h"
+#include "prepare/model/tokens.h"
 
 namespace prepare {
 
@@ -40,6 +41,74 @@ void putProgram(Document *document, const PlainType1 &font, QPDFObjectHandle des
     document->memos.of<OwnPrograms>().streams.insert(program.getObjGen());
 }
 
+/* A descriptor with this program. */
+QPDFObjectHandle newDescriptor(Document *document, const CompactFont &font, QPDFObjectHandle old)
+{
+    auto descriptor = QPDFObjectHandle::newDictionary();
+    descriptor.replaceKey("/Type", QPDFObjectHandle::newName("/FontDescriptor"));
+    descriptor.replaceKey("/FontName", QPDFObjectHandle::newName("/" + font.name));
+    for (const char *key : {"/Flags", "/ItalicAngle", "/Ascent", "/Descent", "/CapHeight", "/StemV",
+                            "/MissingWidth"}) {
+        QPDFObjectHandle value = old.getKeyIfDict(key);
+        if (value.isNumber())
+            descriptor.replaceKey(key, value);
+        else if (strcmp(key, "/MissingWidth") != 0)
+            descriptor.replaceKey(key, QPDFObjectHandle::newInteger(strcmp(key, "/Flags") ? 0 : 4));
+    }
+    std::vector<QPDFObjectHandle> box;
+    for (int i = 0; i < 4; i++) /* to thousandths of the em */
+        box.push_back(QPDFObjectHandle::newInteger(
+            std::lround(font.box[i] * font.matrix[i % 2 ? 3 : 0] * 1000)));
+    descriptor.replaceKey("/FontBBox", QPDFObjectHandle::newArray(box));
+    if (document->options.level == 2)
+        putProgram(document, writePlainType1(font), descriptor);
+    else
+        putProgram(document, writeCompactFont(font), descriptor);
+    return document->source.pdf.makeIndirectObject(descriptor);
+}
+
+/* The outline of a glyph as the content of one. */
+std::string contentOf(const CompactGlyph &glyph)
+{
+    static const char *const operators[] = {" m\n", " l\n", " c\n"}; /* by Segment::Kind */
+    std::string path;
+    int box[4] = {0, 0, 0, 0};
+    for (const Segment &segment : glyph.outline.path) {
+        int points = segment.kind == Segment::CURVE ? 3 : 1;
+        for (int i = 0; i < points; i++)
+            path += (i > 0 ? " " : "") + std::to_string(segment.x[i]) + " " +
+                    std::to_string(segment.y[i]);
+        path += operators[segment.kind];
+    }
+    growBox(glyph.outline, box);
+    std::string content = numberText(glyph.width) + " 0";
+    for (int corner : box)
+        content += " " + std::to_string(corner);
+    return content + " d1\n" + path + (path.empty() ? "" : "f\n");
+}
+
+/* A font whose glyphs are content. */
+void putGlyphs(Document *document, QPDFObjectHandle dict, const CompactFont &font)
+{
+    QPDFObjectHandle matrix = QPDFObjectHandle::newArray(), box = matrix.shallowCopy();
+    QPDFObjectHandle glyphs = QPDFObjectHandle::newDictionary();
+    constexpr int PLACES = 9;
+    for (double value : font.matrix)
+        matrix.appendItem(QPDFObjectHandle::newReal(numberText(value, PLACES)));
+    for (int value : font.box)
+        box.appendItem(QPDFObjectHandle::newInteger(value));
+    for (const CompactGlyph &glyph : font.glyphs)
+        glyphs.replaceKey("/" + glyph.name,
+                          QPDFObjectHandle::newStream(&document->source.pdf, contentOf(glyph)));
+    for (const char *key : {"/BaseFont", "/FontDescriptor"})
+        dict.removeKey(key);
+    dict.replaceKey("/Subtype", QPDFObjectHandle::newName("/Type3"));
+    dict.replaceKey("/FontMatrix", matrix);
+    dict.replaceKey("/FontBBox", box);
+    dict.replaceKey("/CharProcs", glyphs);
+    dict.replaceKey("/Resources", QPDFObjectHandle::newDictionary());
+}
+
 } // namespace
 
 std::string plainFontName(const std::string &baseFont)
@@ -68,29 +137,15 @@ std::string uniqueFontName(Document *document, const std::string &baseFont)
     return tag + "+" + plainFontName(baseFont);
 }
 
-QPDFObjectHandle newDescriptor(Document *document, const CompactFont &font, QPDFObjectHandle old)
+void embedFont(Document *document, QPDFObjectHandle dict, const CompactFont &font,
+               const std::vector<std::string> &names, QPDFObjectHandle old)
 {
-    auto descriptor = QPDFObjectHandle::newDictionary();
-    descriptor.replaceKey("/Type", QPDFObjectHandle::newName("/FontDescriptor"));
-    descriptor.replaceKey("/FontName", QPDFObjectHandle::newName("/" + font.name));
-    for (const char *key : {"/Flags", "/ItalicAngle", "/Ascent", "/Descent", "/CapHeight", "/StemV",
-                            "/MissingWidth"}) {
-        QPDFObjectHandle value = old.getKeyIfDict(key);
-        if (value.isNumber())
-            descriptor.replaceKey(key, value);
-        else if (strcmp(key, "/MissingWidth") != 0)
-            descriptor.replaceKey(key, QPDFObjectHandle::newInteger(strcmp(key, "/Flags") ? 0 : 4));
-    }
-    std::vector<QPDFObjectHandle> box;
-    for (int i = 0; i < 4; i++) /* to thousandths of the em */
-        box.push_back(QPDFObjectHandle::newInteger(
-            std::lround(font.box[i] * font.matrix[i % 2 ? 3 : 0] * 1000)));
-    descriptor.replaceKey("/FontBBox", QPDFObjectHandle::newArray(box));
-    if (document->options.level == 2)
-        putProgram(document, writePlainType1(font), descriptor);
-    else
-        putProgram(document, writeCompactFont(font), descriptor);
-    return document->source.pdf.makeIndirectObject(descriptor);
+    dict.replaceKey("/Encoding", newEncoding(names));
+    if (document->options.level == 2 && document->options.isCanonical)
+        return putGlyphs(document, dict, font);
+    dict.replaceKey("/Subtype", QPDFObjectHandle::newName("/Type1"));
+    dict.replaceKey("/BaseFont", QPDFObjectHandle::newName("/" + font.name));
+    dict.replaceKey("/FontDescriptor", newDescriptor(document, font, old));
 }
 
 bool isOwnProgram(Document *document, QPDFObjectHandle program)

@@ -338,10 +338,7 @@ NewFont buildFont(Document *document, const FontUse &use, const GlyphSource &sou
 void installFont(Document *document, QPDFObjectHandle font, const NewFont &made)
 {
     QPDFObjectHandle descriptor = font.getKey("/FontDescriptor");
-    font.replaceKey("/Subtype", QPDFObjectHandle::newName("/Type1"));
-    font.replaceKey("/BaseFont", QPDFObjectHandle::newName("/" + made.font.name));
-    font.replaceKey("/Encoding", newEncoding(made.names));
-    font.replaceKey("/FontDescriptor", newDescriptor(document, made.font, descriptor));
+    embedFont(document, font, made.font, made.names, descriptor);
 }
 
 /* Leaves the font to be replaced by its name. */

@@ -12,8 +12,9 @@ using namespace prepare;
 
 PlainContent plain(const std::string &content, bool isGlyph = false)
 {
-    return plainContent(content, isGlyph,
-                        [](const std::string &name) { return "/P" + std::to_string(name.size()); });
+    return plainContent(
+        content, isGlyph,
+        [](const std::string &name) { return "/P" + std::to_string(name.size()); }, 250);
 }
 
 /* The content as it is written, with one blank for all white space. */
@@ -106,7 +107,7 @@ TEST(CanonicalContent, NamesOfResourcesAreReportedAsTheyWere)
 TEST(CanonicalContent, StringsHaveKnownEscapes)
 {
     EXPECT_EQ(written("(a\\x) Tj"), "(ax) Tj");
-    EXPECT_EQ(written("(\\1) Tj"), "(\\001) Tj");
+    EXPECT_TRUE(stays("(\\1\\07a) Tj"));
     EXPECT_EQ(written("(\\777) Tj"), "(\xff) Tj");
     EXPECT_TRUE(stays("(\\377) Tj"));
     EXPECT_EQ(written("<4x1> Tj"), "(A) Tj");
@@ -184,11 +185,22 @@ TEST(CanonicalContent, StatesAndTextAreBalanced)
     EXPECT_EQ(written("ET BT"), "BT ET");
     EXPECT_TRUE(stays("q BT Q ET"));
     EXPECT_EQ(plain("Q ET").dropped, 0u);
+    EXPECT_TRUE(stays(repeated("q ", 500) + repeated("Q ", 500)));
+    EXPECT_EQ(written(repeated("q ", 502) + "0 g " + repeated("Q ", 502)),
+              repeated("q ", 500) + "0 g " + repeated("Q ", 499) + "Q");
 }
 
 TEST(CanonicalContent, DictionariesOfMarksAreFlat)
 {
-    EXPECT_EQ(written("/T << /A [1] >> BDC EMC"), "/T BMC EMC");
+    EXPECT_TRUE(stays("/T << /A [1/B(c)true] >> BDC EMC"));
+    EXPECT_EQ(written("/T << /A [1 --2 /B] >> BDC EMC"), "/T << /A [ 1 -2 /B ] >> BDC EMC");
+    EXPECT_EQ(written("/T << /A [[1]] >> BDC EMC"), "/T BMC EMC");
+    for (size_t count : {50u, 51u}) {
+        std::string array = "/T << /A [" + repeated("1 ", count) + "] >> BDC EMC";
+        EXPECT_EQ(stays(array), count == 50) << written(array);
+        std::string keys = "/T << " + repeated("/A 1 ", count) + ">> BDC EMC";
+        EXPECT_EQ(stays(keys), count == 50) << written(keys);
+    }
     EXPECT_EQ(written("/T << /A << /B 1 >> >> DP"), "/T MP");
     EXPECT_EQ(written("/T << /A#20B 1 >> BDC EMC"), "/T BMC EMC");
     EXPECT_EQ(written("/T << /A --1 /B (\\q) >> BDC EMC"), "/T << /A -1 /B (q) >> BDC EMC");
@@ -201,12 +213,16 @@ TEST(CanonicalContent, WidthsOfGlyphsStandInGlyphsAlone)
     EXPECT_TRUE(stays("500 0 d0 0 0 m", true));
     EXPECT_TRUE(stays("500 0 0 0 9 9 d1", true));
     EXPECT_EQ(written("500 0 d0 0 0 m"), "0 0 m");
+    EXPECT_EQ(written("q 500 0 d0 0 0 m Q", true), "500 0 d0 q 0 0 m Q");
+    EXPECT_EQ(written("0 0 m", true), "250 0 d0 0 0 m");
+    EXPECT_EQ(written("", true), "250 0 d0");
+    EXPECT_EQ(written("1 0 d0 2 0 d0 0 0 m", true), "1 0 d0 0 0 m");
 }
 
 TEST(CanonicalContent, WhatIsWrittenIsCanonical)
 {
     for (const char *content :
-         {"--5 w", "q(a\\x)Tj[(a)1-2]TJ", "Q q BT", "/A#20 gs/T<</A[1]>>BDC", "%\nq", "1 2 3 m(",
+         {"--5 w", "q(a\\x)Tj[(a)1-2]TJ", "Q q BT", "/A#20 gs/T<</A[[1]]>>BDC", "%\nq", "1 2 3 m(",
           "BT/F 1 Tf BT", "<<>>[[1]2]0 d", "1e5 1e5 l", "\x01\x02q", "(a)(b)(c)Tj\xffQ"}) {
         PlainContent once = plain(content);
         ASSERT_TRUE(once.isChanged) << content;
