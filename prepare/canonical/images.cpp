@@ -85,7 +85,7 @@ const KnownFilter *knownFilter(const std::string &name)
 
 struct JpegFrame {
     int precision, width, height, components;
-    bool isCommon; /* coded in a way that printers know: sequential or progressive, by Huffman */
+    bool isSequential, isProgressive; /* by Huffman's code, as printers know them */
 };
 
 /* The frame header, where the markers before it are in order. */
@@ -109,8 +109,12 @@ std::optional<JpegFrame> readFrame(const std::string &data)
         bool isFrame =
             marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
         if (isFrame && at + 9 < data.size())
-            return JpegFrame{byte(at + 4), byte(at + 7) * 256 + byte(at + 8),
-                             byte(at + 5) * 256 + byte(at + 6), byte(at + 9), marker <= 0xC2};
+            return JpegFrame{byte(at + 4),
+                             byte(at + 7) * 256 + byte(at + 8),
+                             byte(at + 5) * 256 + byte(at + 6),
+                             byte(at + 9),
+                             marker <= 0xC1,
+                             marker == 0xC2};
         if (marker == 0xD9 || marker == 0xDA)
             return std::nullopt;
         at += 2 + (size_t)(byte(at + 2) * 256 + byte(at + 3));
@@ -257,8 +261,10 @@ ImageFacts settleData(Document *document, QPDFObjectHandle image)
         facts.components = componentsOfSpace(dict.getKey("/ColorSpace"));
     if (filter == "/DCTDecode") {
         std::optional<JpegFrame> frame = frameOf(image);
-        bool isGood = frame && frame->isCommon && frame->precision == 8 && frame->width > 0 &&
-                      frame->height > 0 && !isMask(dict) &&
+        bool isKnown = frame && (frame->isSequential ||
+                                 (frame->isProgressive && document->options.level >= 3));
+        bool isGood = isKnown && frame->precision == 8 && frame->width > 0 && frame->height > 0 &&
+                      !isMask(dict) &&
                       (frame->components == 1 || frame->components == 3 || frame->components == 4);
         if (!isGood)
             return rewriteData(document, image);

@@ -237,6 +237,13 @@ QPDFObjectHandle makeResource(PlainWalk *walk, int category, QPDFObjectHandle va
     }
 }
 
+/* Is it the name of a device space, which names no resource? */
+bool isDeviceName(int category, const std::string &name)
+{
+    return category == COLORSPACE &&
+           (name == "/DeviceGray" || name == "/DeviceRGB" || name == "/DeviceCMYK");
+}
+
 QPDFObjectHandle makeResources(PlainWalk *walk, QPDFObjectHandle resources, Names names,
                                Names *leaked)
 {
@@ -248,7 +255,7 @@ QPDFObjectHandle makeResources(PlainWalk *walk, QPDFObjectHandle resources, Name
         names = {};
         for (int category : {XOBJECT, FONT, EXTGSTATE, COLORSPACE})
             for (const std::string &name : wanted.of[category]) {
-                if (!done.of[category].insert(name).second)
+                if (!done.of[category].insert(name).second || isDeviceName(category, name))
                     continue;
                 QPDFObjectHandle value = findResource({resources, nullptr}, category, name);
                 if (value.isNull()) {

@@ -64,7 +64,7 @@ void skipSpace(Scanner *s)
 
 bool scanNumber(Scanner *s)
 {
-    constexpr long MOST_DIGITS = 9; /* so it is an integer of 32 bits */
+    constexpr std::string_view GREATEST = "2147483647"; /* whole part: an integer of 32 bits */
     const char *begin = s->at;
     if (*s->at == '+' || *s->at == '-')
         s->at++;
@@ -78,8 +78,10 @@ bool scanNumber(Scanner *s)
             s->at++;
         part = s->at - point - 1;
     }
-    return whole + part > 0 && whole <= MOST_DIGITS && s->at - begin <= (long)MAX_NUMBER_BYTES &&
-           endsToken(s);
+    bool isInRange =
+        whole < (long)GREATEST.size() ||
+        (whole == (long)GREATEST.size() && std::string_view(first, GREATEST.size()) <= GREATEST);
+    return whole + part > 0 && isInRange && s->at - begin <= (long)MAX_NUMBER_BYTES && endsToken(s);
 }
 
 namespace {

@@ -71,13 +71,13 @@ TEST(CanonicalContent, LooseNumbersBecomeThoseThatReadersTake)
     EXPECT_EQ(written("q 99999999999 0 m Q"), "q 1000000000 0 m Q");
 }
 
-TEST(CanonicalContent, NumbersHaveAtMost32BytesAnd9DigitsBeforeThePoint)
+TEST(CanonicalContent, NumbersHaveAtMost32BytesAndAWholePartOf32Bits)
 {
     std::string digits = "." + std::string(31, '3');
     EXPECT_TRUE(stays(digits + " w"));
     EXPECT_EQ(written(digits + "3 w"), "0.333333333 w");
-    EXPECT_TRUE(stays("999999999 w"));
-    EXPECT_EQ(written("0000000001 w"), "1 w");
+    EXPECT_TRUE(stays("2147483647 w -2147483647 w 0000000001 w"));
+    EXPECT_EQ(written("2147483648 w 00000000001 w"), "1000000000 w 1 w");
 }
 
 TEST(CanonicalContent, NamesArePlainAndShort)
