@@ -47,6 +47,7 @@ _pdf_prepare() {
             --password-file=
             --if-needed
             --rewrite
+            --canonical
             --probe
             --help
             --version" -- "$word"))

@@ -11,12 +11,16 @@
  *   content       the passes that rewrite content, in their order  (content/rewrite)
  *   regions       what these have asked to be drawn                (paint/region)
  *
+ *   settling      what nobody may interpret but by our tables  (canonical/pages), if that is wanted
+ *
  * and when all pages are done: the fonts' programs (fonts/store), unused resources (page/resources)
- * and the file (document/write).  A pass that adds to a page by its dictionary stands before the
- * scan; one that rewrites operations is a row of contentPasses.
+ * or, in a canonical document, those of the content (canonical/), and the file (document/write).  A
+ * pass that adds to a page by its dictionary stands before the scan; one that rewrites operations
+ * is a row of contentPasses.
  */
 #include "prepare/prepare.h"
 
+#include "prepare/canonical/pages.h"
 #include "prepare/colour/colours.h"
 #include "prepare/content/rewrite.h"
 #include "prepare/content/evaluate.h"
@@ -42,8 +46,8 @@ namespace prepare {
 namespace {
 
 /* Who watches the walk over a page. */
-constexpr const Observer *observers[] = {&layerObserver,        &nameObserver,   &fontObserver,
-                                         &colourObserver,       &imageObserver,  &patternObserver,
+constexpr const Observer *observers[] = {&layerObserver,       &nameObserver,  &fontObserver,
+                                         &colourObserver,      &imageObserver, &patternObserver,
                                          &transparencyObserver};
 
 /* A pass over a page that works on its dictionary. */
@@ -78,8 +82,8 @@ constexpr PagePass lookPasses[] = {
 /* ORDER: layers first, so that nothing is done for what is off; fonts behind everything that adds
  * or changes text; names last. */
 const ContentPass *const contentPasses[] = {&layerPass,   &inlineImagePass, &transparencyPass,
-                                            &patternPass, &colourPass,      &inlineColourPass, &fontPass,
-                                            &namePass};
+                                            &patternPass, &colourPass,      &inlineColourPass,
+                                            &fontPass,    &namePass};
 
 void runContentPasses(Document *document, Page *page)
 {
@@ -89,23 +93,39 @@ void runContentPasses(Document *document, Page *page)
             wanted.push_back(pass);
     if (!wanted.empty())
         rewritePage(document, page, wanted);
-    else if (page->needs & NEED_CONTENT)
+    else if ((page->needs & NEED_CONTENT) && !document->options.isCanonical)
         page->object.replaceKey("/Contents", newFlateStream(&document->source.pdf, page->content));
 }
 
-/* Runs something on a page.  What goes wrong there costs the page its preparation, no more. */
-template <class Run> void guarded(Document *document, Page *page, Run run)
+/* What goes wrong in a run; empty: nothing. */
+template <class Run> std::string faultOf(Run run)
 {
     try {
         run();
-        return;
+        return "";
     } catch (const LimitReached &limit) {
-        say(document, Message::PageUndone, page->number, {limit.text});
+        return limit.text;
     } catch (const std::bad_alloc &) {
         throw;
     } catch (const std::exception &error) {
-        say(document, Message::PageUndone, page->number, {error.what()});
+        return *error.what() ? error.what() : "It is not known why.";
     }
+}
+
+/* Runs something on a page.  What goes wrong there costs the page its preparation, no more; where
+ * nothing may be written as it stands, it costs the page. */
+template <class Run> void guarded(Document *document, Page *page, Run run)
+{
+    if (!page->fault.empty())
+        return;
+    std::string fault = faultOf(run);
+    if (fault.empty())
+        return;
+    if (document->options.isCanonical) {
+        page->fault = fault;
+        return;
+    }
+    say(document, Message::PageUndone, page->number, {fault});
     page->usage.complete = false;
     recordAllShown(document, page->object.getKeyIfDict("/Resources"));
 }
@@ -144,10 +164,58 @@ bool open(Document *document, const std::string &in, const Options &options, sea
     return true;
 }
 
+/* ---- canonical documents */
+
+/* A picture of the page in its place, or nothing. */
+void drawPage(Document *document, Page *page)
+{
+    std::string reason = std::move(page->fault);
+    page->fault = {};
+    bool isDrawn = false;
+    std::string fault = faultOf([&] {
+        clearPage(document, page);
+        normaliseBoxes(document, page);
+        page->regions.clear();
+        addRegion(document, page, paperBox(*page), "the page");
+        isDrawn = paintRegions(document, page);
+    });
+    if (!isDrawn)
+        clearPage(document, page);
+    say(document, isDrawn ? Message::PageDrawn : Message::PageBlank, page->number, {reason});
+}
+
+void settle(Document *document, Page *page)
+{
+    guarded(document, page, [&] {
+        normaliseBoxes(document, page);
+        settlePage(document, page);
+    });
+    if (page->fault.empty())
+        return;
+    drawPage(document, page);
+    settlePage(document, page);
+}
+
+void finishCanonical(Document *document)
+{
+    for (Page &page : document->pages) {
+        document->pageInWork = page.number;
+        std::string fault = faultOf([&] { settleResources(document, &page); });
+        if (fault.empty())
+            continue;
+        clearPage(document, &page);
+        say(document, Message::PageBlank, page.number, {fault});
+    }
+}
+
 void finish(Document *document, const std::string &out)
 {
     document->pageInWork = 0;
     finishFonts(document);
+    if (document->options.isCanonical) {
+        finishCanonical(document);
+        return writeDocument(document, out);
+    }
     for (Page &page : document->pages)
         guarded(document, &page, [&] {
             normaliseBoxes(document, &page);
@@ -190,11 +258,17 @@ Outcome prepareFile(const std::string &in, const std::string &out, const Options
             lookAt(&document, &page);
             guarded(&document, &page, [&] { convertImages(&document, &page); });
             guarded(&document, &page, [&] { runContentPasses(&document, &page); });
-            guarded(&document, &page, [&] { paintRegions(&document, &page); });
+            guarded(&document, &page, [&] {
+                if (!isEmpty(page.leftOut))
+                    addRegion(&document, &page, page.leftOut, "forms");
+                paintRegions(&document, &page);
+            });
+            if (options.isCanonical)
+                settle(&document, &page);
             page.content = {};
         }
         recordDamage(&document);
-        if (document.needs == 0 && !hasLoops(&document))
+        if (!options.isCanonical && document.needs == 0 && !hasLoops(&document))
             return Outcome::UNCHANGED;
         finish(&document, out);
         return Outcome::REWRITTEN;

@@ -117,7 +117,9 @@ WalkedForm walkInner(Frame *outer, QPDFObjectHandle stream, QPDFObjectHandle res
 {
     EvaluationMemo &memo = memoOf(outer->walk.document);
     if (outer->depth >= MAX_FORM_DEPTH) {
-        say(outer->walk.document, Message::FormsTooDeep, outer->walk.page->number);
+        bool isCut = outer->walk.document->options.isCanonical;
+        say(outer->walk.document, isCut ? Message::FormsCut : Message::FormsTooDeep,
+            outer->walk.page->number);
         setIncomplete(outer);
         return {};
     }
@@ -344,6 +346,7 @@ void evaluatePage(Document *document, Page *page, std::span<const Observer *cons
     page->usage.complete = false; /* until the walk has reached its end */
     page->content = readContent(page->object.getKey("/Contents"), MAX_CONTENT_BYTES, &damaged);
     page->contentRead = true;
+    page->contentOf = page->object.getKey("/Contents");
     if (damaged) {
         page->needs |= NEED_CONTENT;
         say(document, Message::ContentCut, page->number);

@@ -32,6 +32,7 @@ struct FormCopyKey {
 struct FormCopy {
     std::string name; /* empty: it needs no copy */
     QPDFObjectHandle form;
+    bool isLeftOut = false; /* there are too many */
 };
 
 struct RewriteMemo {
@@ -148,34 +149,45 @@ bool inheritsPattern(const Rewriter &rewriter, const Inheritance &inheritance)
            (inheritance.stroke && isPattern(now.stroke));
 }
 
-void countCopy(Rewriter *rewriter)
+bool mayCopy(const Rewriter *rewriter)
 {
     RewriteMemo &memo = memoOf(rewriter);
     if (memo.page != rewriter->page->number) {
         memo.page = rewriter->page->number;
         memo.copiesOfPage = 0;
     }
-    if (++memo.copiesOfPage > MAX_FORM_COPIES)
-        throw LimitReached{"Too many forms rely on what is around them."};
+    return memo.copiesOfPage < MAX_FORM_COPIES;
 }
 
 FormCopy newCopy(Rewriter *rewriter, QPDFObjectHandle form, bool followsPattern)
 {
     const GraphicsState &now = rewriter->state.now;
+    if (!mayCopy(rewriter))
+        return {"", {}, true};
     auto content = rewriteInner(rewriter, form, form.getDict().getKey("/Resources"),
                                 followsPattern ? stateInForm(now, form) : withoutPlace(now),
                                 followsPattern && rewriter->isPlaced);
     if (!content)
         return {};
-    countCopy(rewriter);
+    memoOf(rewriter).copiesOfPage++;
     FormCopy copy = {"", form.copyStream()};
     replaceWithFlate(copy.form, *content);
     copy.name = addResource(rewriter, XOBJECT, "/PfX", copy.form);
     return copy;
 }
 
-/* The name of the form's copy for this context; empty when it needs none. */
-std::string copyForm(Rewriter *rewriter, QPDFObjectHandle form, const Inheritance &inheritance)
+/* The form is not painted here; what it covers on the page has to be drawn. */
+void leaveOut(Rewriter *rewriter, QPDFObjectHandle form)
+{
+    if (!rewriter->isPlaced)
+        return say(rewriter->document, Message::FormsLeftOut, rewriter->page->number);
+    const GraphicsState now = stateInForm(rewriter->state.now, form);
+    Box box = intersection(now.clip, boxOf(entryOf(*rewriter->page, "/MediaBox")));
+    rewriter->page->leftOut = unionOf(rewriter->page->leftOut, box);
+}
+
+/* The form's copy for this context. */
+FormCopy copyForm(Rewriter *rewriter, QPDFObjectHandle form, const Inheritance &inheritance)
 {
     RewriteMemo &memo = memoOf(rewriter);
     const GraphicsState &now = rewriter->state.now;
@@ -191,10 +203,11 @@ std::string copyForm(Rewriter *rewriter, QPDFObjectHandle form, const Inheritanc
     FormCopy copy = memo.copies[key];
     if (!copy.name.empty())
         putResource(rewriter, XOBJECT, copy.name, copy.form);
-    return copy.name;
+    return copy;
 }
 
-/* Rewrites what a Do paints; true when it is to be painted under another name. */
+/* Rewrites what a Do paints; true when it is to be painted under another name, or, where that is
+ * empty, not at all. */
 bool visitForm(Rewriter *rewriter, const Operation &operation, std::string *name)
 {
     if (operation.op->id != Op::PAINT_OBJECT || rewriter->depth >= MAX_FORM_DEPTH)
@@ -214,8 +227,11 @@ bool visitForm(Rewriter *rewriter, const Operation &operation, std::string *name
         rewriteFormInPlace(rewriter, form, inheritance);
         return false;
     }
-    *name = copyForm(rewriter, form, inheritance);
-    return !name->empty();
+    FormCopy copy = copyForm(rewriter, form, inheritance);
+    *name = copy.name;
+    if (copy.isLeftOut)
+        leaveOut(rewriter, form);
+    return copy.isLeftOut || !name->empty();
 }
 
 void rewriteGlyphs(Rewriter *rewriter, QPDFObjectHandle font)
@@ -257,7 +273,7 @@ void rewriteOperation(Rewriter *rewriter, const Operation &operation)
     if (visitForm(rewriter, operation, &name)) {
         rewriter->isRewritten = true;
         rewriter->stage = 0;
-        emit(rewriter, nameText(name) + " Do");
+        emit(rewriter, name.empty() ? "" : nameText(name) + " Do");
     } else {
         offer(rewriter, operation, 0);
     }
@@ -399,7 +415,14 @@ void rewritePage(Document *document, Page *page, const std::vector<const Content
     rewriteContent(&rewriter, page->content);
     if (!rewriter.isRewritten)
         return;
-    page->object.replaceKey("/Contents", newFlateStream(&document->source.pdf, rewriter.out));
+    if (document->options.isCanonical) { /* it is looked at again, and written in clear */
+        page->content = std::move(rewriter.out);
+        page->contentOf = QPDFObjectHandle::newStream(&document->source.pdf, page->content);
+        page->object.replaceKey("/Contents", page->contentOf);
+        page->isContentOurs = true;
+    } else {
+        page->object.replaceKey("/Contents", newFlateStream(&document->source.pdf, rewriter.out));
+    }
     if (!page->formsUseObjects) /* others have taken the place of some */
         page->usage.names[XOBJECT] = std::move(rewriter.painted);
 }

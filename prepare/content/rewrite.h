@@ -72,7 +72,8 @@ struct Rewriter {
     std::map<SpaceRef, std::string> spaceNames; /* here, of those that were asked for */
 };
 
-/* Forms of one page that are copied for what they inherit. */
+/* Forms of one page that are copied for what they inherit.  Those beyond are left out, and become
+ * part of page->leftOut. */
 constexpr int MAX_FORM_COPIES = 512;
 
 /* Writes content in place of the operation that the calling handler handles. */

@@ -51,13 +51,18 @@ struct Page {
     QPDFObjectHandle object;
     int number = 0; /* in the document, from 1 */
     uint32_t needs = 0;
+    std::string fault; /* what has gone wrong, so that no pass has a part in it any more */
     Usage usage;
     std::string content; /* decoded and joined, once the scan has read it */
     bool contentRead = false;
+    QPDFObjectHandle contentOf; /* the /Contents that `content` is of, and will be until another is
+                                 * put in its place */
+    bool isContentOurs = false; /* a pass has made it */
     bool formsUseObjects = false; /* forms without resources paint objects of the page's */
 
     std::vector<Box> regions; /* to become pixels, in points */
     std::set<std::string> regionReasons;
+    Box leftOut; /* of forms that are not painted, in points; becomes a region */
 };
 
 /* The file, and libqpdf's view of it. */

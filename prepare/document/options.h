@@ -21,6 +21,8 @@ struct Options {
     int resolution = 300;  /* pixels per inch of what becomes pixels, 36 to 2400 */
     bool rewrites = false; /* also a document that needs nothing */
     double programSeconds = 0; /* by the clock, that other programs may take together; 0: any */
+    bool isCanonical = false; /* nothing of the document is written but by the tables of
+                               * canonical/, which is what a job takes */
     std::string scratch;   /* path of a directory that does not exist, for the files of other
                             * programs; empty: each makes one of its own */
     volatile int *calledGroup = nullptr; /* where the process group of a called program stands

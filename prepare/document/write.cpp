@@ -56,7 +56,8 @@ void replaceTree(Document *document)
     pdf.getTrailer().replaceKey("/Root", pdf.makeIndirectObject(root));
     QPDFObjectHandle trailer = pdf.getTrailer();
     for (const std::string &key : trailer.getKeys()) {
-        bool isInfo = key == "/Info" && trailer.getKey(key).isDictionary();
+        bool isInfo = key == "/Info" && trailer.getKey(key).isDictionary() &&
+                      !document->options.isCanonical;
         if (!isInfo && key != "/Root" && key != "/Size" && key != "/ID" && key != "/Encrypt")
             trailer.removeKey(key);
     }

@@ -404,15 +404,13 @@ void writeSubfont(Document *document, const CompositeFont &font, Subfont *subfon
     dict.replaceKey("/FirstChar", QPDFObjectHandle::newInteger(0));
     dict.replaceKey("/LastChar", QPDFObjectHandle::newInteger(255));
     dict.replaceKey("/Widths", QPDFObjectHandle::newArray(widths));
-    dict.replaceKey("/Encoding", newEncoding(names));
     if (subfont->origin == GlyphOrigin::STANDARD) {
+        dict.replaceKey("/Encoding", newEncoding(names));
         dict.replaceKey("/BaseFont", QPDFObjectHandle::newName(standardFont(font.style)));
         return;
     }
     CompactFont program = buildProgram(document, font, *subfont);
-    dict.replaceKey("/BaseFont", QPDFObjectHandle::newName("/" + program.name));
-    dict.replaceKey("/FontDescriptor",
-                    newDescriptor(document, program, QPDFObjectHandle::newNull()));
+    embedFont(document, dict, program, names, QPDFObjectHandle::newNull());
 }
 
 } // namespace

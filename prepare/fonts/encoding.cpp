@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "prepare/model/plain.h"
 #include "prepare/model/tokens.h"
 #include "prepare/document/document.h"
 #include "prepare/fonts/compact.h"
@@ -401,11 +402,7 @@ std::string unicodeGlyphName(uint32_t unicode)
 bool isPlainName(const std::string &name)
 {
     constexpr size_t LONGEST = 100;
-    auto isPlain = [](char c) {
-        return (uint8_t)c > 32 && (uint8_t)c < 127 && !strchr("()<>[]{}/%#", c);
-    };
-    return !name.empty() && name.size() <= LONGEST &&
-           std::all_of(name.begin(), name.end(), isPlain);
+    return isPlain(name, LONGEST);
 }
 
 } // namespace prepare

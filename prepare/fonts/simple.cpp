@@ -17,6 +17,7 @@
 #include "prepare/fonts/encoding.h"
 #include "prepare/fonts/outline.h"
 #include "prepare/fonts/cmap.h"
+#include "prepare/model/plain.h"
 #include "prepare/fonts/type1.h"
 
 namespace prepare {
@@ -337,10 +338,7 @@ NewFont buildFont(Document *document, const FontUse &use, const GlyphSource &sou
 void installFont(Document *document, QPDFObjectHandle font, const NewFont &made)
 {
     QPDFObjectHandle descriptor = font.getKey("/FontDescriptor");
-    font.replaceKey("/Subtype", QPDFObjectHandle::newName("/Type1"));
-    font.replaceKey("/BaseFont", QPDFObjectHandle::newName("/" + made.font.name));
-    font.replaceKey("/Encoding", newEncoding(made.names));
-    font.replaceKey("/FontDescriptor", newDescriptor(document, made.font, descriptor));
+    embedFont(document, font, made.font, made.names, descriptor);
 }
 
 /* Leaves the font to be replaced by its name. */
@@ -381,8 +379,14 @@ bool isGoodCompact(Document *document, QPDFObjectHandle program)
     const char *name = FT_Get_Postscript_Name(face);
     if (!name || !isPlainName(name))
         return false;
+    auto isNamedPlainly = [face](FT_Long glyph) {
+        char glyphName[MAX_PLAIN_NAME + 2] = "";
+        return !FT_Get_Glyph_Name(face, (FT_UInt)glyph, glyphName, sizeof glyphName) &&
+               isPlain(glyphName, MAX_PLAIN_NAME);
+    };
     for (FT_Long glyph = 0; glyph < face->num_glyphs; glyph++)
-        if (FT_Load_Glyph(face, (FT_UInt)glyph,
+        if (!isNamedPlainly(glyph) ||
+            FT_Load_Glyph(face, (FT_UInt)glyph,
                           FT_LOAD_NO_SCALE | FT_LOAD_NO_HINTING | FT_LOAD_NO_BITMAP))
             return false;
     return true;

@@ -25,8 +25,9 @@ bool hasFilter(QPDFObjectHandle dict, const char *name)
 
 /* ---- one image ---- */
 
-/* An image in its place that leaves no mark. */
-void blank(QPDFObjectHandle image)
+} // namespace
+
+void blankImage(QPDFObjectHandle image)
 {
     PackedImage nothing;
     nothing.width = nothing.height = nothing.bits = 1;
@@ -38,6 +39,8 @@ void blank(QPDFObjectHandle image)
     dict.replaceKey("/ImageMask", QPDFObjectHandle::newBool(true));
     replaceImage(image, nothing, ImageCode::FLATE);
 }
+
+namespace {
 
 bool isWhollyOpaque(const std::vector<uint8_t> &alpha)
 {
@@ -133,7 +136,7 @@ void convert(Document *document, const Page &page, QPDFObjectHandle image)
     } catch (const std::bad_alloc &) {
         say(document, Message::PictureMissing, page.number, {"It needs too much memory."});
     }
-    blank(image);
+    blankImage(image);
 }
 
 /* ---- the walk ---- */
@@ -211,9 +214,10 @@ struct InlineImageHandler : Handler {
 
 bool InlineImageHandler::visit(Rewriter *rewriter, const Operation &operation)
 {
-    if (operation.name != "BI" || !inlineImageNeedsWork(operation))
-        return false;
     Document *document = rewriter->document;
+    bool isWanted = document->options.isCanonical || inlineImageNeedsWork(operation);
+    if (operation.name != "BI" || !isWanted)
+        return false;
     QPDFObjectHandle image = inlineImage(document, rewriter->scope, operation);
     if (!image.isStream())
         return true;
@@ -264,7 +268,7 @@ void watchImage(Walk *walk, int category, const std::string &, QPDFObjectHandle 
 
 void watchInlineImage(Walk *walk, const Operation &operation)
 {
-    if (inlineImageNeedsWork(operation))
+    if (walk->document->options.isCanonical || inlineImageNeedsWork(operation))
         addNeed(walk, NEED_INLINE_IMAGES);
 }
 

@@ -19,6 +19,9 @@ bool imageNeedsWork(QPDFObjectHandle image);
 /* The same of a "BI" operation. */
 bool inlineImageNeedsWork(const Operation &operation);
 
+/* Puts an image that leaves no mark in its place. */
+void blankImage(QPDFObjectHandle image);
+
 /* Converts all such images that the page uses, in forms, glyphs, patterns and soft masks too, once
  * a document.  One that cannot be read paints nothing, with a notice IMAGE.  Needs the page
  * scanned. */

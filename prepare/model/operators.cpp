@@ -3,7 +3,6 @@
  */
 #include "prepare/model/operators.h"
 
-#include <algorithm>
 #include <array>
 
 namespace prepare {
@@ -12,15 +11,20 @@ namespace {
 
 constexpr Operator unknown;
 
+constexpr uint8_t countOf(std::string_view types)
+{
+    return types == "*" ? 0 : (uint8_t)types.size();
+}
+
 constexpr Operator rows[] = {
-#define OPERATOR(id, name, operands, classes) {Op::id, name, operands, classes},
+#define OPERATOR(id, name, operands, classes) {Op::id, name, operands, countOf(operands), classes},
 #include "prepare/model/operators.def"
 #undef OPERATOR
 };
 
 constexpr size_t LONGEST = 3;
 
-/* The bytes of a name as one number. */
+/* The bytes of a name as one number, which is not 0. */
 constexpr uint32_t keyOf(std::string_view name)
 {
     uint32_t key = 0;
@@ -29,22 +33,32 @@ constexpr uint32_t keyOf(std::string_view name)
     return key;
 }
 
+/* A table by the keys' hashes, where one that finds its place taken stands behind it. */
+constexpr size_t SLOTS = 512;
+
+constexpr size_t placeOf(uint32_t key)
+{
+    return (key * 0x9E3779B1u) >> 23; /* the upper nine bits */
+}
+
 struct Slot {
     uint32_t key = 0;
-    const Operator *row = nullptr;
+    uint32_t row = 0;
 };
 
-constexpr std::array<Slot, std::size(rows)> sortedSlots()
+constexpr std::array<Slot, SLOTS> hashedSlots()
 {
-    std::array<Slot, std::size(rows)> slots;
-    for (size_t i = 0; i < slots.size(); i++)
-        slots[i] = {keyOf(rows[i].name), &rows[i]};
-    std::sort(slots.begin(), slots.end(),
-              [](const Slot &a, const Slot &b) { return a.key < b.key; });
+    std::array<Slot, SLOTS> slots;
+    for (uint32_t i = 0; i < std::size(rows); i++) {
+        size_t place = placeOf(keyOf(rows[i].name));
+        while (slots[place].key)
+            place = (place + 1) % SLOTS;
+        slots[place] = {keyOf(rows[i].name), i};
+    }
     return slots;
 }
 
-constexpr std::array<Slot, std::size(rows)> slots = sortedSlots();
+constexpr std::array<Slot, SLOTS> slots = hashedSlots();
 
 } // namespace
 
@@ -53,9 +67,10 @@ const Operator &operatorOf(std::string_view name)
     if (name.empty() || name.size() > LONGEST)
         return unknown;
     uint32_t key = keyOf(name);
-    auto at = std::lower_bound(slots.begin(), slots.end(), key,
-                               [](const Slot &slot, uint32_t wanted) { return slot.key < wanted; });
-    return at != slots.end() && at->key == key ? *at->row : unknown;
+    for (size_t place = placeOf(key); slots[place].key; place = (place + 1) % SLOTS)
+        if (slots[place].key == key)
+            return rows[slots[place].row];
+    return unknown;
 }
 
 } // namespace prepare

@@ -37,7 +37,8 @@ enum OperatorClass : uint16_t {
 struct Operator {
     Op id = Op::UNKNOWN;
     std::string_view name;
-    uint8_t operands = 0; /* at least so many */
+    std::string_view types; /* of its operands, by the letters of operators.def */
+    uint8_t operands = 0;   /* at least so many */
     uint16_t classes = 0; /* bits of OperatorClass */
 
     bool is(uint16_t bits) const { return (classes & bits) != 0; }

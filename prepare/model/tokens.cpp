@@ -88,6 +88,20 @@ bool looksNumeric(std::string_view word)
     return true;
 }
 
+/* "1.5e-3": no number by the rules, but one that producers write, and readers take. */
+bool looksExponential(std::string_view word)
+{
+    size_t mark = word.find_first_of("eE");
+    if (mark == word.npos || mark == 0 || !looksNumeric(word.substr(0, mark)))
+        return false;
+    bool hasDigits = word.find_first_of("0123456789") < mark;
+    std::string_view power = word.substr(mark + 1);
+    if (!power.empty() && (power[0] == '+' || power[0] == '-'))
+        power.remove_prefix(1);
+    return hasDigits && !power.empty() &&
+           power.find_first_not_of("0123456789") == power.npos;
+}
+
 TokenKind skipAngle(ContentReader *r)
 {
     std::string_view s = r->content;
@@ -134,10 +148,11 @@ TokenKind skipToken(ContentReader *r)
     case '}':
         return one(r, TokenKind::JUNK);
     default:
-        skipRegular(r);
-        return looksNumeric(r->content.substr(begin, r->at - begin)) ? TokenKind::NUMBER
-                                                                     : TokenKind::WORD;
+        break;
     }
+    skipRegular(r);
+    std::string_view word = r->content.substr(begin, r->at - begin);
+    return looksNumeric(word) || looksExponential(word) ? TokenKind::NUMBER : TokenKind::WORD;
 }
 
 /* Is this what may follow an inline image: white space, the end, or text? */
@@ -268,7 +283,9 @@ double numberValue(const Token &token)
     while (!s.empty() && (s[0] == '-' || s[0] == '+'))
         s.remove_prefix(1); /* some producers write "--5" */
     double value = 0;
-    std::from_chars(s.data(), s.data() + s.size(), value, std::chars_format::fixed);
+    auto read = std::from_chars(s.data(), s.data() + s.size(), value, std::chars_format::general);
+    if (read.ec == std::errc::result_out_of_range) /* too small, or too large: "1e99" */
+        value = s.find('-') == s.npos ? HUGE_VAL : 0;
     constexpr double LARGEST = 1e9;
     value = std::clamp(value, -LARGEST, LARGEST);
     return negative ? -value : value;

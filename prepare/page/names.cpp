@@ -3,7 +3,7 @@
  */
 #include "prepare/page/names.h"
 
-#include <algorithm>
+#include "prepare/model/plain.h"
 
 namespace prepare {
 
@@ -13,14 +13,6 @@ namespace {
 struct PlainNames {
     std::map<std::string, std::string> byOddOnes;
 };
-
-constexpr size_t MAX_NAME = 127; /* bytes of a PostScript name */
-
-bool isPlain(char c)
-{
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' ||
-           c == '.' || c == '-';
-}
 
 /* Where an operator names a resource: what kind, and how many operands stand behind the name. */
 struct Naming {
@@ -42,15 +34,6 @@ void forgetUse(Rewriter *rewriter, int category, const std::string &name)
         rewriter->page->usage.names[category].erase(name);
     else if (resources.isIndirect())
         usagesOfForms(rewriter->document)[resources.getObjGen()].names[category].erase(name);
-}
-
-/* The plain name that stands for an odd one all over the document. */
-std::string plainName(Document *document, const std::string &name)
-{
-    std::string &plain = document->memos.of<PlainNames>().byOddOnes[name];
-    if (plain.empty())
-        plain = newName(document, "/Pn");
-    return plain;
 }
 
 struct NameHandler : Handler {
@@ -90,8 +73,15 @@ struct NameHandler : Handler {
 
 bool isOddName(const std::string &name)
 {
-    return name.size() < 2 || name.size() > MAX_NAME ||
-           !std::all_of(name.begin() + 1, name.end(), isPlain);
+    return name.empty() || !isPlain(std::string_view(name).substr(1), MAX_RESOURCE_NAME);
+}
+
+std::string plainName(Document *document, const std::string &name)
+{
+    std::string &plain = document->memos.of<PlainNames>().byOddOnes[name];
+    if (plain.empty())
+        plain = newName(document, "/Pn");
+    return plain;
 }
 
 const ContentPass namePass = {"names", NEED_NAMES,
@@ -101,6 +91,8 @@ namespace {
 
 void watchName(Walk *walk, int category, const std::string &name, QPDFObjectHandle found)
 {
+    if (walk->document->options.isCanonical) /* the content is looked at again, and renamed then */
+        return;
     bool isWritten = category != PATTERN && category != SHADING && category != PROPERTIES;
     if (isWritten && !found.isNull() && isOddName(name))
         addNeed(walk, NEED_NAMES);

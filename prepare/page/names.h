@@ -12,9 +12,11 @@
 
 namespace prepare {
 
-/* Does the name (with its slash) hold anything but letters, digits, '_', '.' and '-', or more bytes
- * than a name may have in PostScript? */
+/* Is the name (with its slash) not plain, or too long for a resource (model/plain.h)? */
 bool isOddName(const std::string &name);
+
+/* The plain name that stands for an odd one all over the document. */
+std::string plainName(Document *document, const std::string &name);
 
 /* Gives resources with odd names plain ones.  Stands behind the passes that look names up. */
 extern const ContentPass namePass;

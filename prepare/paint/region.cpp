@@ -373,17 +373,19 @@ bool isInRegion(const Page &page, const Box &box)
                        [&](const Box &region) { return contains(region, box); });
 }
 
-void paintRegions(Document *document, Page *page)
+bool paintRegions(Document *document, Page *page)
 {
     if (page->regions.empty())
-        return;
+        return true;
     Page *source = pageOfOriginal(document, *page);
     if (!source)
         throw LimitReached{"The page cannot be read again to draw parts of it."};
     Rendering rendering{document, source->object, unitOf(*source)};
     size_t done = paintAll(&rendering, page);
     noticeRegions(document, *page, rendering, done);
+    bool isWhole = done == page->regions.size();
     page->regions.clear();
+    return isWhole;
 }
 
 } // namespace prepare

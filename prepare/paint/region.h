@@ -22,9 +22,9 @@ namespace prepare {
  * an empty box asks for nothing.  `reason` is a noun for the notice, such as "a blend mode". */
 void addRegion(Document *document, Page *page, const Box &box, const std::string &reason);
 
-/* Draws and paints the page's regions, with a notice REGION; NORENDERER when that cannot be done.
- * Needs the page's content in its last form. */
-void paintRegions(Document *document, Page *page);
+/* Draws and paints the page's regions, with a notice REGION; NORENDERER and false when that cannot
+ * be done.  Needs the page's content in its last form. */
+bool paintRegions(Document *document, Page *page);
 
 /* Are there regions that cover the box?  What lies in them need not be right otherwise. */
 bool isInRegion(const Page &page, const Box &box);

@@ -115,6 +115,9 @@ bool readOption(seam::Option option, const char *value, Arguments *arguments)
     case Option::REWRITE:
         options.rewrites = true;
         return true;
+    case Option::CANONICAL:
+        options.isCanonical = true;
+        return true;
     case Option::PAGE_MAP:
         arguments->pageMap = value;
         return true;

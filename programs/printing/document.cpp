@@ -29,7 +29,6 @@ struct Run {
     PrintRequest request;
     const PrintListener *listener;
     bool isIncomplete = false, hasError = false;
-    bool isAsItStands = false; /* the preparation has found nothing to do */
     bool isRewritten = false;  /* the input of the job is a prepared document */
 
     void remark(const seam::Notice &notice)
@@ -49,28 +48,22 @@ struct Run {
     bool isCancelled() const { return listener->cancel && *listener->cancel; }
 };
 
-/* Puts the prepared document in the place of the input where it needs that, or always. */
-bool prepare(Run &run, bool always = false)
+/* Puts the prepared document in the place of the input. */
+bool prepare(Run &run)
 {
     PrintRequest &request = run.request;
     std::string plain = privateFile("plain.pdf");
-    request.preparation.rewrites = always;
-    request.preparation.pageMap = privateFile(always ? "pages-again" : "pages");
+    request.preparation.pageMap = privateFile("pages");
     if (plain.empty())
         return run.fail(seam::Message::NoTemporaryFiles);
     auto hear = [&](const seam::Notice &notice) { run.remark(notice); };
     std::vector<int> pageNumbers;
     switch (prepareDocument(request.preparation, request.input, plain, &pageNumbers, hear)) {
-    case Preparation::UNNEEDED: /* then the list is the whole document, as it stands */
-        request.job.pages = {};
-        run.isAsItStands = true;
-        return true;
     case Preparation::DONE:
         request.input = plain;
         request.job.pages = {};
         request.job.pageNumbers = std::move(pageNumbers);
         run.isRewritten = true;
-        run.isAsItStands = false;
         return true;
     case Preparation::MISSING:
         if (run.listener->missingPreparation)
@@ -82,60 +75,18 @@ bool prepare(Run &run, bool always = false)
     return false;
 }
 
-/* What is said of a job until it has an output.  Then it is passed on. */
-struct HeldRemarks {
-    explicit HeldRemarks(Run &of) : run(of) {}
-
-    void hear(seam::Notice notice)
-    {
-        isOfRequest |= notice.key == rowOf(seam::Message::NotOnePage).key;
-        if (isHolding)
-            held.push_back(std::move(notice));
-        else
-            run.remark(notice);
-    }
-
-    void passOn()
-    {
-        isHolding = false;
-        for (const seam::Notice &notice : held)
-            run.remark(notice);
-        held.clear();
-    }
-
-    Run &run;
-    bool isHolding = false;
-    bool isOfRequest = false; /* another document would be refused, too */
-    std::vector<seam::Notice> held = {};
-};
-
-/* Writes the job.  True in `*isRefused`: the converter could not take a document that was left as
- * it stands; no output has been opened, and nothing said. */
-job::Result writeJob(Run &run, const std::function<ZFile *()> &openOutput, bool *isRefused)
+job::Result writeJob(Run &run, const std::function<ZFile *()> &openOutput)
 {
-    HeldRemarks remarks(run);
-    remarks.isHolding = run.isAsItStands;
     job::Callbacks callbacks;
     callbacks.message = [&](const job::Message &message) {
         if (run.isRewritten && message.key == "PDFVRSN") /* which is the prepared document's */
             return;
-        remarks.hear(seam::fromConverter((seam::Said)message.severity, message.key, message.page,
-                                         message.text));
+        run.remark(seam::fromConverter((seam::Said)message.severity, message.key, message.page,
+                                       message.text));
     };
     callbacks.progress = run.listener->progress;
     callbacks.cancel = run.listener->cancel;
-    auto open = [&] {
-        remarks.passOn();
-        return openOutput();
-    };
-    job::Result result = job::writeJob(run.request.input, open, run.request.job, callbacks);
-    /* A file that has become unreadable since is not the document's fault. */
-    bool isReadable = access(run.request.input.c_str(), R_OK) == 0;
-    *isRefused = remarks.isHolding && !remarks.isOfRequest && !result.isWritten &&
-                 !run.isCancelled() && isReadable;
-    if (!*isRefused)
-        remarks.passOn();
-    return result;
+    return job::writeJob(run.request.input, openOutput, run.request.job, callbacks);
 }
 
 Printed runStages(Run &run, const std::function<ZFile *()> &openOutput)
@@ -150,13 +101,7 @@ Printed runStages(Run &run, const std::function<ZFile *()> &openOutput)
         return Printed::NOTHING;
     if (run.isCancelled())
         return Printed::NOTHING;
-    bool isRefused = false;
-    job::Result result = writeJob(run, openOutput, &isRefused);
-    if (isRefused) { /* what looked plain was not: prepared, it is another document */
-        if (!prepare(run, true) || run.isCancelled())
-            return Printed::NOTHING;
-        result = writeJob(run, openOutput, &isRefused);
-    }
+    job::Result result = writeJob(run, openOutput);
     if (!result.isWritten || run.isCancelled())
         return Printed::NOTHING;
     if (listener.pageMap)

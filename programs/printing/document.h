@@ -1,5 +1,5 @@
 /*
- * document.h - a document through its stages: kept, prepared where it needs that, written as a job
+ * document.h - a document through its stages: kept, prepared, written as a job
  */
 #ifndef PRINTING_DOCUMENT_H
 #define PRINTING_DOCUMENT_H
@@ -17,7 +17,7 @@ struct PrintRequest {
     std::string input; /* "-": standard input */
     job::Options job;
     PreparationOptions preparation;
-    bool isPrepared = true; /* where it needs that; else it is taken as it stands */
+    bool isPrepared = true; /* else it is taken as it stands */
 };
 
 struct PrintListener {

@@ -11,11 +11,9 @@
 
 namespace {
 
-constexpr int STATUS_UNNEEDED = 4; /* of --if-needed */
-
 std::vector<std::string> commandLine(const PreparationOptions &options)
 {
-    std::vector<std::string> words = {ownProgram("pdf_prepare")};
+    std::vector<std::string> words = {ownProgram("pdf_prepare"), "--canonical"};
     for (const std::string &word : seam::pageWords(options.pages))
         words.push_back(word);
     if (!options.passwordFile.empty())
@@ -46,7 +44,6 @@ Preparation prepareDocument(const PreparationOptions &options, const std::string
 
     if (!options.resolution.empty())
         words.push_back("--resolution=" + options.resolution);
-    words.push_back(options.rewrites ? "--rewrite" : "--if-needed");
     words.insert(words.end(), {"--", input, plain});
     ProcessResult result =
         runProcess(words, [&](const std::string &line) { pass(seam::readLine(line)); });
@@ -58,8 +55,6 @@ Preparation prepareDocument(const PreparationOptions &options, const std::string
         pass(notice(seam::Message::PreparationNotStarted, 0, {strerror(errno)}));
         return Preparation::FAILED;
     }
-    if (result.status == STATUS_UNNEEDED && !options.rewrites)
-        return Preparation::UNNEEDED;
     if (result.status == 0 && seam::readPageMapFile(options.pageMap, pageNumbers))
         return Preparation::DONE;
     if (!hasError)

@@ -1,5 +1,5 @@
 /*
- * preparation.h - pdf_prepare as a process of its own, where a document needs it
+ * preparation.h - pdf_prepare as a process of its own
  */
 #ifndef PRINTING_PREPARATION_H
 #define PRINTING_PREPARATION_H
@@ -17,17 +17,15 @@ struct PreparationOptions {
     seam::PageRanges pages;
     std::string passwordFile, annotations, resolution, level, maxTime;
     std::string pageMap; /* a file that does not exist, for the page map */
-    bool rewrites = false; /* prepared whether or not it is needed */
 };
 
 enum class Preparation {
-    UNNEEDED, /* the document can be taken as it stands */
-    DONE,     /* `plain` holds it */
-    MISSING,  /* pdf_prepare is not installed, which has been said */
-    FAILED,   /* an error among the notices has said why */
+    DONE,    /* `plain` holds it */
+    MISSING, /* pdf_prepare is not installed, which has been said */
+    FAILED,  /* an error among the notices has said why */
 };
 
-/* Prepares the chosen pages of `input` into the file `plain` when that is needed.  When it is done,
+/* Prepares the chosen pages of `input` for a job, into the file `plain`.  When it is done,
  * `pageNumbers` has the number in `input` of each page of `plain`. */
 Preparation prepareDocument(const PreparationOptions &options, const std::string &input,
                             const std::string &plain, std::vector<int> *pageNumbers,

@@ -34,6 +34,7 @@ struct Raised {
     int status;
     Words lines; /* of standard error */
     bool isFilter = false;
+    bool isPreparation = false; /* pdf_prepare by itself, which does not tell by its status */
 };
 
 Words linesOf(const std::string &text)
@@ -61,6 +62,15 @@ Raised print(const std::string &bytes, const Words &options = {},
     all.insert(all.end(), options.begin(), options.end());
     PrintRun run = printPdf(bytes, all, settings);
     return {run.status, run.messages};
+}
+
+/* Prepares a document for nobody's job. */
+Raised prepare(const std::string &bytes)
+{
+    Preparation made = preparePdf(bytes);
+    Raised run = {made.status, made.messages};
+    run.isPreparation = true;
+    return run;
 }
 
 /* The same with an output of the test's own choice. */
@@ -276,6 +286,32 @@ std::string sharedForm(const std::string &content)
 std::string longPath()
 {
     return onePagePdf("0 0 m " + repeated("1 1 l ", 1000000) + "S");
+}
+
+/* A form that paints another one often, each time in another font around it. */
+std::string manyCopies()
+{
+    constexpr int FONTS = 600;
+    PdfBuilder pdf;
+    int glyphs = pdf.add("<< /Type /Font /Subtype /CIDFontType2 /BaseFont /Arial /CIDSystemInfo << "
+                         "/Registry (Adobe) /Ordering (Identity) /Supplement 0 >> >>");
+    int text = pdf.addForm("BT 10 10 Td <0041> Tj ET");
+    std::string fonts, content;
+    for (int i = 0; i < FONTS; i++) {
+        std::string name = "/F" + std::to_string(i);
+        fonts +=
+            name + " " +
+            ref(pdf.add("<< /Type /Font /Subtype /Type0 /BaseFont /Arial /Encoding /Identity-H "
+                        "/DescendantFonts [" +
+                        ref(glyphs) + "] >>")) +
+            " ";
+        content += "BT " + name + " 9 Tf ET /T Do\n";
+    }
+    int often = pdf.addForm(content, "/BBox [0 0 200 200] /Resources << /Font << " + fonts +
+                                         ">> /XObject << /T " + ref(text) + " >> >>");
+    pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(pdf.addStream("", "/X Do")) +
+                " /Resources << /XObject << /X " + ref(often) + " >> >>");
+    return pdf.build();
 }
 
 std::string annotated(PdfBuilder *pdf, const std::string &annotations)
@@ -551,8 +587,17 @@ const std::map<Message, std::function<Raised()>> &raisers()
         {Message::PictureCut, [] { return print(jbig2(jbig2Word().page, 64, 56)); }},
         {Message::ContentCut, [] { return print(brokenContents(1)); }},
         {Message::StreamCut, [] { return print(brokenForm()); }},
-        {Message::FormsTooDeep, [] { return print(deepForms()); }},
-        {Message::PageUndone, [] { return print(longContent(300000000)); }},
+        {Message::FormsTooDeep, [] { return prepare(deepForms()); }},
+        {Message::FormsCut, [] { return print(deepForms()); }},
+        {Message::FormsLeftOut, [] { return print(manyCopies()); }},
+        {Message::ContentLost, [] { return print(onePagePdf("/Nothing Tj 0 0 9 9 re f")); }},
+        {Message::ContentMended, [] { return print(onePagePdf("1 2 m 3 l S")); }},
+        {Message::PageUndone, [] { return prepare(longContent(300000000)); }},
+        {Message::PageDrawn, [] { return print(longContent(300000000)); }},
+        {Message::PageBlank,
+         [] {
+             return print(longContent(300000000), {}, {{"PATH", "/nonexistent"}});
+         }},
         {Message::PageCut, [] { return print(lostContent(), {"--no-prepare"}); }},
         {Message::PageRefused, [] { return print(onePagePdf("{ quit }"), {"--no-prepare"}); }},
         {Message::PageTooMuch, [] { return print(longPath(), {"--no-prepare"}); }},
@@ -582,7 +627,8 @@ const std::map<Message, std::function<Raised()>> &raisers()
          }},
         {Message::RendererFailed, [] { return printWithRenderer("exit 1"); }},
         {Message::LayoutMissing, [] { return filterBeside(""); }},
-        {Message::ForeignLine, [] { return printBeside("echo 'out of cheese' >&2; exit 4"); }},
+        {Message::ForeignLine,
+         [] { return printBeside("echo 'out of cheese' >&2; exec " + preparePath() + " \"$@\""); }},
         {Message::Damaged, [] { return print(damagedTable()); }},
         {Message::More, [] { return print(brokenContents(250)); }},
         {Message::RegionDrawn, [] { return print(patternPage(LINE_IN_PATTERN)); }},
@@ -621,7 +667,7 @@ int statusOf(const seam::MessageRow &row, const Raised &run)
 {
     if (row.severity == Severity::ERROR)
         return 1;
-    if (run.isFilter)
+    if (run.isFilter || run.isPreparation)
         return 0;
     return row.severity == Severity::LOSS || row.message == Message::More ? 3 : 0;
 }
@@ -647,9 +693,10 @@ TEST_P(EachMessage, IsRaisedByADocument)
     }
     ASSERT_TRUE(found) << row.sentence << "\nis not among\n" << said;
     EXPECT_EQ(run.status, statusOf(row, run)) << said;
-    bool hasPage = std::regex_search(*found, std::regex(": page [0-9]+: "));
+    bool hasPage = std::regex_search(*found, std::regex(": [Pp]age [0-9]+: "));
     EXPECT_EQ(hasPage, (row.severity == Severity::LOSS && !isOfDocument(row.message)) ||
-                           row.severity == Severity::DETAIL)
+                           row.severity == Severity::DETAIL ||
+                           row.message == Message::ContentMended)
         << *found;
 }
 

@@ -45,7 +45,23 @@ TEST(LevelTwo, PagesLookAsTheyDoOnLevelThree)
     ASSERT_EQ(printed.pages.size(), 1u);
     ASSERT_EQ(expected.pages.size(), 1u);
     EXPECT_FALSE(isBlank(printed.pages[0]));
-    EXPECT_TRUE(printed.pages[0].rgb == expected.pages[0].rgb);
+    EXPECT_TRUE(isRight(comparePictures(printed.pages[0], expected.pages[0])));
+}
+
+TEST(LevelTwo, FontsOfJobsHaveGlyphsOfContent)
+{
+    std::string pdf = compositePdf("BT /F1 20 Tf 10 50 Td " + codes("Ag") + " Tj ET");
+    Preparation made = preparePdf(pdf, {"--level=2", "--canonical"});
+    EXPECT_EQ(made.status, 0);
+    EXPECT_EQ(made.messages, Lines());
+    EXPECT_TRUE(holds(made.pdf, "/Subtype /Type3"));
+    for (const char *odd : {"/FlateDecode", "/FontFile", "eexec"})
+        EXPECT_FALSE(holds(made.pdf, odd)) << odd;
+    PrintedJob expected = printFile(convertForPrinting(preparePdf(pdf).pdf).output);
+    PrintedJob printed = printFile(convertForPrinting(made.pdf).output);
+    ASSERT_EQ(printed.pages.size(), 1u);
+    EXPECT_FALSE(isBlank(printed.pages[0]));
+    EXPECT_TRUE(isRight(comparePictures(printed.pages[0], expected.pages[0])));
 }
 
 TEST(LevelTwo, StreamsAreInClearAndFontsAreOfType1)

@@ -109,20 +109,23 @@ TEST(Load, APageListedTwiceInheritsFromEachOfItsNodes)
     EXPECT_EQ(countOf(clear, "    70\n"), 2u) << clear;
 }
 
-/* A preparation that finds nothing to do is wrong where the converter refuses the document: then
- * it is prepared after all, and nothing is said of the first attempt. */
-TEST(Load, WhatTheConverterRefusesIsPreparedAndTriedAgain)
+/* Nothing of a document goes into a job as it stands: one that needs nothing is prepared, too, and
+ * without its preparation there is no job. */
+TEST(Load, EveryDocumentIsPreparedForItsJob)
 {
     ScratchDirectory directory;
-    std::string plain = directory.write("plain.pdf", onePagePdf("0 0 50 50 re f"));
-    std::string packed = directory / "packed.pdf", wrapper = directory / "pdf_prepare";
-    ASSERT_EQ(runProgram({"qpdf", "--object-streams=generate", plain, packed}).status, 0);
-    std::filesystem::copy_file(printProgramPath(), directory / "pdf_print");
-    directory.write("pdf_prepare", "#!/bin/sh\ncase \" $* \" in *' --rewrite '*) exec " +
-                                       preparePath() + " \"$@\" ;; esac\nexit 4\n");
-    ASSERT_EQ(chmod(wrapper.c_str(), 0755), 0);
-    ProgramResult result = runProgram({directory / "pdf_print", "-o", "-", packed});
+    std::string plain = directory.write("plain.pdf", onePagePdf("% mark\n0 0 50 50 re f"));
+    ProgramResult result = runProgram({printProgramPath(), "-o", "-", plain});
     EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(result.err, "");
-    EXPECT_TRUE(holds(result.out, "%%Pages: 1\n"));
+    std::vector<std::string> pages = pageTextsOf(result.out);
+    ASSERT_EQ(pages.size(), 1u);
+    EXPECT_TRUE(holds(pages[0], "0 0 50 50 re f"));
+    EXPECT_FALSE(holds(pages[0], "% mark"));
+
+    std::filesystem::copy_file(printProgramPath(), directory / "pdf_print");
+    std::string wrapper = directory.write("pdf_prepare", "#!/bin/sh\nexit 4\n");
+    ASSERT_EQ(chmod(wrapper.c_str(), 0755), 0);
+    result = runProgram({directory / "pdf_print", "-o", "-", plain});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
 }
