@@ -146,20 +146,28 @@ void Account::keepPart(uint64_t part)
     parts[part] = definitions.empty() ? Definition{} : definitions.back();
 }
 
-void Account::useShared(std::string_view name, uint64_t part)
+bool Account::useShared(std::string_view name, uint64_t part)
 {
     auto found = parts.find(part);
-    if (found != parts.end() && found->second.kind != NOTHING && found->second.kind != CONTENTS)
-        define(name, found->second);
+    if (found == parts.end() || found->second.kind == NOTHING)
+        return true;
+    if (found->second.kind == CONTENTS)
+        return false;
+    define(name, found->second);
+    return true;
 }
 
-const Content *Account::useContents(uint64_t part)
+bool Account::useContents(uint64_t part, const Content **content)
 {
     auto found = parts.find(part);
-    if (found == parts.end() || found->second.kind != CONTENTS)
-        return nullptr;
-    found->second.content.addTo(&page);
-    return &found->second.content;
+    *content = nullptr;
+    if (found == parts.end() || found->second.kind == NOTHING)
+        return true;
+    if (found->second.kind != CONTENTS)
+        return false;
+    *content = &found->second.content;
+    (*content)->addTo(&page);
+    return true;
 }
 
 /* ---- adding up */

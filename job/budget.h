@@ -58,12 +58,13 @@ class Account {
     void defineImage(std::string_view name, uint64_t pixels, uint64_t bytes);
     void defineForm(std::string_view name, Content content);
     void defineFont(std::string_view name, Content glyphs);
-    void useShared(std::string_view name, uint64_t part);
+    /* False: it is content, and no resource.  A part that is not there defines nothing. */
+    bool useShared(std::string_view name, uint64_t part);
     /* What has been defined last is that part of what pages share. */
     void keepPart(uint64_t part);
     void defineContents(Content content);
-    /* Null: it is no content. */
-    const Content *useContents(uint64_t part);
+    /* What it is, or nothing where the part is not there.  False: it is no content. */
+    bool useContents(uint64_t part, const Content **content);
     void addContents(const Content &content) { content.addTo(&page); }
 
     /* Does anything of the page pass its limit?  What; null: nothing. */

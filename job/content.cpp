@@ -342,6 +342,8 @@ const char *ContentState::follow(const Content &piece)
     if (saved + piece.lowest < 0)
         return "Q stands without its q";
     saved += piece.net;
+    if (saved > MOST_SAVED)
+        return "states are saved too deep";
     fonts.resize((size_t)saved, font);
     if (!piece.fontAtEnd.empty())
         font = counted->callsOf(piece.fontAtEnd);

@@ -68,7 +68,7 @@ bool SectionReader::defineXObject(const std::string &key)
         keys = formKeys;
     if (!dictionary(keys, &entries))
         return false;
-    bool isOfContents = isContent && pending.name == "C" + key;
+    bool isOfContents = isContent && !isPage && pending.name == "C" + key;
     if (entries.name != pending.name || (pending.name != "d" + key && !isOfContents))
         return refuse("data belongs to another name");
     if (isOfContents) {
@@ -129,8 +129,9 @@ bool SectionReader::named()
         return stateOrFont(key);
     case TokenKind::INTEGER: {
         double part = valueOf(token);
-        account.useShared(key, (uint64_t)std::clamp(part, 0.0, 1e9));
-        return word("UseShared");
+        return (account.useShared(key, (uint64_t)std::clamp(part, 0.0, 1e9)) ||
+                refuse("a shared part is content")) &&
+               word("UseShared");
     }
     case TokenKind::OPEN_ARRAY:
     case TokenKind::NAME:
@@ -158,10 +159,10 @@ bool SectionReader::fontOrContents()
 
 bool SectionReader::useContents(double number)
 {
-    const Content *contents = account.useContents((uint64_t)std::clamp(number, 0.0, 1e9));
-    if (!contents) /* its part has been refused, and nothing is there */
-        return true;
-    const char *wrong = state.follow(*contents);
+    const Content *contents;
+    if (!account.useContents((uint64_t)std::clamp(number, 0.0, 1e9), &contents))
+        return refuse("a shared part is no content");
+    const char *wrong = contents ? state.follow(*contents) : nullptr;
     return !wrong || refuse(wrong);
 }
 

@@ -96,7 +96,7 @@ template <class Scan> bool accepts(std::string_view source, Scan scan)
     return !source.empty() && scan(&s) && s.atEnd();
 }
 
-std::string plainNumber(const Token &token)
+std::string numberInContent(const Token &token)
 {
     constexpr int PLACES = 9;
     return accepts(token.source, scanNumber) ? std::string(token.source)
@@ -127,7 +127,7 @@ bool putArray(const std::vector<Token> &tokens, const Operand &array, std::strin
         if (count++ > 0)
             *out += " ";
         if (isNumber)
-            *out += plainNumber(tokens[i]);
+            *out += numberInContent(tokens[i]);
         else
             isWhole &= putString(tokens[i], out);
     }
@@ -140,7 +140,7 @@ bool putSimple(const Token &token, std::string *out)
 {
     *out += " ";
     if (token.kind == TokenKind::NUMBER) {
-        *out += plainNumber(token);
+        *out += numberInContent(token);
         return true;
     }
     if (isText(token))
@@ -325,7 +325,7 @@ bool putOperands(ContentWalk *walk, const Operation &operation,
         const Token &token = tokens[operand.first];
         bool isGood = true;
         if (operand.kind == NUMBER)
-            *out += plainNumber(token);
+            *out += numberInContent(token);
         else if (operand.kind == NAME)
             *out += plainOperand(walk, *operation.op, token.source);
         else if (operand.kind == STRING)

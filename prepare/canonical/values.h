@@ -33,6 +33,12 @@ struct Field {
 
 constexpr double LARGEST_NUMBER = 1e9; /* of any sign; all integers up to it have 32 bits */
 
+/* What stands for no value. */
+inline QPDFObjectHandle none()
+{
+    return QPDFObjectHandle::newNull();
+}
+
 /* The value as the field has it, made anew; null: it is none. */
 QPDFObjectHandle plainValue(const Field &field, QPDFObjectHandle value);
 

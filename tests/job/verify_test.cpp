@@ -675,6 +675,21 @@ TEST(VerifierBudget, WhatPagesShareCountsOnThePageThatUsesIt)
         << "each page counts from nothing";
 }
 
+TEST(VerifierBudget, AFormIsNoContentOfAPage)
+{
+    job::Account account;
+    auto verdict = [&](const std::string &text, SectionKind kind) {
+        return job::verify(job::Bytes((const uint8_t *)text.data(), text.size()), kind, &account);
+    };
+    std::string part = form("q Q", "S0");
+    EXPECT_TRUE(verdict("0 " + std::to_string(part.size()) + "\n" + part, SectionKind::SHARED)
+                    .isAccepted());
+    EXPECT_TRUE(verdict("/X 0 UseShared\n" + std::string(PLACED), SectionKind::PAGE).isAccepted());
+    EXPECT_FALSE(verdict(PLACED + std::string("0 UseContents\n"), SectionKind::PAGE).isAccepted());
+    std::string own = counted("q Q", "/CX ReadContent") + "/X << /ExternName (CX)\n>> CallForm\n";
+    expectRefused(pageOf(own));
+}
+
 TEST(VerifierBudget, SharedContentsMayOpenWhatAnotherPieceCloses)
 {
     job::Account account;
@@ -699,9 +714,12 @@ TEST(VerifierBudget, SharedContentsMayOpenWhatAnotherPieceCloses)
     EXPECT_FALSE(isAccepted("1 UseContents\n0 UseContents\n"));
     EXPECT_FALSE(isAccepted("2 UseContents\n"));
     EXPECT_FALSE(isAccepted("0 UseContents\n"));
-    EXPECT_FALSE(
-        verdict("/X 0 UseShared\n" + placed + "0 UseContents\n", SectionKind::PAGE).isAccepted())
+    EXPECT_FALSE(verdict("/X 0 UseShared\n" + placed, SectionKind::PAGE).isAccepted())
         << "content is no resource";
+    std::string uses;
+    for (int i = 0; i < 501; i++)
+        uses += "0 UseContents\n";
+    EXPECT_EQ(verdict(placed + uses, SectionKind::PAGE).cause, "states are saved too deep");
 }
 
 TEST(VerifierBudget, AFactorScalesTheLimits)
