@@ -1,7 +1,8 @@
 /*
  * fuzz_prepare.cpp - whole documents
  *
- * Whatever comes in, what comes out is a document that needs nothing more.
+ * Whatever comes in, what comes out is a document that needs nothing more.  Every second one, by its
+ * size, is prepared for a job.
  */
 #include <cstdint>
 #include <cstdio>
@@ -18,7 +19,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::string in = base + ".in.pdf", out = base + ".out.pdf";
     std::ofstream(in, std::ios::binary).write(reinterpret_cast<const char *>(data), (long)size);
     seam::Notices notices;
-    prepare::Outcome outcome = prepare::prepareFile(in, out, {}, &notices);
+    prepare::Options options;
+    options.isCanonical = size % 2 == 1;
+    prepare::Outcome outcome = prepare::prepareFile(in, out, options, &notices);
     if (outcome == prepare::Outcome::REFUSED && !notices.hasAny(seam::Severity::ERROR))
         abort();
     unlink(in.c_str());

@@ -1,15 +1,26 @@
 /*
  * fuzz_prepare_content.cpp - the reader of page content, and the state behind its operators
  *
- * Whatever the bytes: the sources of all operations together are the content.
+ * Whatever the bytes: the sources of all operations together are the content, and what is canonical
+ * stays as it is.
  */
 #include <cstdint>
 #include <cstdlib>
 
+#include "prepare/canonical/content.h"
 #include "prepare/content/track.h"
 #include "prepare/model/tokens.h"
 
 using namespace prepare;
+
+static void checkCanonical(const std::string &content, bool isGlyph)
+{
+    auto namer = [](const std::string &name) { return "/Pn" + std::to_string(name.size()); };
+    PlainContent once = plainContent(content, isGlyph, namer);
+    const std::string &text = once.isChanged ? once.text : content;
+    if (plainContent(text, isGlyph, namer).isChanged)
+        abort();
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
@@ -35,5 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     if (sources + std::string(operation.source) != content)
         abort();
+    checkCanonical(content, false);
+    checkCanonical(content, true);
     return 0;
 }
