@@ -472,3 +472,19 @@ TEST(CanonicalDocuments, ADocumentThatNeedsNothingIsWrittenAllTheSame)
     EXPECT_NE(plain, pdf);
     EXPECT_EQ(preparePdf(pdf, {"--canonical", "--if-needed"}).pdf, plain);
 }
+
+/* More than stays in memory waits in a temporary file, and comes back as it was. */
+TEST(CanonicalDocuments, LargeContentIsWrittenWhole)
+{
+    PdfBuilder pdf;
+    std::string pieces[2];
+    for (int i = 0; i < 2; i++) {
+        while (pieces[i].size() < (18u << 20))
+            pieces[i] += std::to_string(pieces[i].size() + (size_t)i) + " 0 m\n";
+        pdf.addPage("/MediaBox [0 0 99 99] /Contents " +
+                    ref(pdf.addStream("/Filter /FlateDecode", encodeFlate(pieces[i], 1))));
+    }
+    std::string plain = canonical(pdf.build());
+    for (const std::string &piece : pieces)
+        EXPECT_TRUE(holds(plain, piece));
+}
