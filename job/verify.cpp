@@ -311,7 +311,6 @@ std::optional<AcceptedText> accept(Spool *text, SectionKind kind, Account *accou
                                    Verdict *verdict)
 {
     *verdict = verify(text, kind, account);
-    verdict->cause.clear(); /* documents are not canonical yet: none is refused for its grammar */
     if (!verdict->isAccepted() || text->failure() != 0)
         return std::nullopt;
     return AcceptedText(text);
