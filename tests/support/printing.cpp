@@ -101,7 +101,7 @@ PrintRun printPdf(const std::string &bytes, const std::vector<std::string> &opti
 
 std::string jobOf(const std::string &bytes, const std::vector<std::string> &options)
 {
-    std::vector<std::string> all = {"--no-prepare", "-q"};
+    std::vector<std::string> all = {"-q"};
     all.insert(all.end(), options.begin(), options.end());
     PrintRun run = printPdf(bytes, all);
     EXPECT_TRUE(run.hasOutput) << (run.messages.empty() ? "" : run.messages.front());
