@@ -63,10 +63,33 @@ bool SectionReader::halftone(int depth)
         return true;
     if (token.kind != TokenKind::OPEN_DICT || depth > DEEPEST)
         return refuse("a halftone is no dictionary, or too deep");
-    while (in.next().kind != TokenKind::CLOSE_DICT)
-        if (in.last().kind != TokenKind::NAME || !halftoneEntry(depth))
+    while (in.next().kind != TokenKind::CLOSE_DICT) {
+        bool isGood = in.last().kind == TokenKind::NAME      ? halftoneEntry(depth)
+                      : in.last().kind == TokenKind::INTEGER ? thresholds()
+                                                             : false;
+        if (!isGood)
             return refuse("a halftone holds what is not known");
+    }
     return true;
+}
+
+/* Their data, which stands in the middle of the dictionary, and the key that it is the value of. */
+bool SectionReader::thresholds()
+{
+    constexpr int64_t MOST_THRESHOLDS = 1 << 20;
+    int64_t count;
+    std::string file;
+    in.again();
+    if (!whole(&count, 0, MOST_THRESHOLDS) || !name(&file, LONGEST_NAME) ||
+        !words("AddCreatedFile ReadCount") || !literal("\n"))
+        return false;
+    if (!in.skip((uint64_t)count))
+        return refuse("data is shorter than its count");
+    if (!literal("\n") || !words("/Thresholds"))
+        return false;
+    if (!in.next().is("(" + file + ")"))
+        return refuse("data belongs to another name");
+    return words("(r) file << >> begin SetFilter end");
 }
 
 /* ---- colour spaces */

@@ -82,6 +82,7 @@ class SectionReader {
     bool functionText();
     bool halftone(int depth);
     bool halftoneEntry(int depth);
+    bool thresholds();
 
     bool resource(const Token &first);
     bool named();

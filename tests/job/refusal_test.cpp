@@ -89,6 +89,8 @@ std::string plainDocument()
         sampledFunction(&pdf, 2, 1, 8) +
         " >> >> /G2 << /HT /Default >> /G3 << /HT << /HalftoneType "
         "5 /Default << /HalftoneType 1 /Frequency 60 /Angle 0 /SpotFunction /Round >> >> >> ";
+    states +=
+        "/G4 << /HT " + ref(pdf.addStream("/HalftoneType 6 /Width 2 /Height 2", "(>%\n")) + " >> ";
     std::string table = ref(pdf.addStream("", std::string("\0\r\n(>>", 6)));
     std::string spaces =
         "/C0 [/Indexed /DeviceRGB 1 " + table +

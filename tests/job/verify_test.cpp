@@ -504,6 +504,24 @@ TEST(Verifier, OnlyTheWordsOfPageDescriptionsAreCalled)
         expectRefused(pageOf(text));
 }
 
+TEST(Verifier, ThresholdsAreDataOfTheirHalftone)
+{
+    auto state = [](const std::string &data) {
+        return pageOf("/G <<\n/HT << /HalftoneType 6 \n/Width 2 \n/Height 2 \n" + data +
+                      ">> \n>> /ExtGState defineRes pop\n");
+    };
+    const std::string data = counted("(>%{", "/GHalftone AddCreatedFile ReadCount");
+    const std::string ending = "(r) file <<\n>> begin SetFilter end\n";
+    expectAccepted(state(data + "/Thresholds (GHalftone) " + ending));
+    expectRefused(state(data + "/Thresholds (Other) " + ending));
+    expectRefused(state(data + "/Thresholds (GHalftone) (w) file <<\n>> begin SetFilter end\n"));
+    expectRefused(state(data +
+                        "/Thresholds (GHalftone) (r) file <<\n/Filter /FlateDecode\n>> begin "
+                        "SetFilter end\n"));
+    expectRefused(state(data));
+    expectRefused(state("/Thresholds (%stdin) " + ending));
+}
+
 /* ---- data */
 
 TEST(Verifier, CountedDataIsNotReadAndItsCountDoesNotLie)
