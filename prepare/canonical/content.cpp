@@ -96,7 +96,7 @@ template <class Scan> bool accepts(std::string_view source, Scan scan)
     return !source.empty() && scan(&s) && s.atEnd();
 }
 
-std::string numberTextOf(const Token &token)
+std::string plainNumber(const Token &token)
 {
     constexpr int PLACES = 9;
     return accepts(token.source, scanNumber) ? std::string(token.source)
@@ -127,7 +127,7 @@ bool putArray(const std::vector<Token> &tokens, const Operand &array, std::strin
         if (count++ > 0)
             *out += " ";
         if (isNumber)
-            *out += numberTextOf(tokens[i]);
+            *out += plainNumber(tokens[i]);
         else
             isWhole &= putString(tokens[i], out);
     }
@@ -140,7 +140,7 @@ bool putSimple(const Token &token, std::string *out)
 {
     *out += " ";
     if (token.kind == TokenKind::NUMBER) {
-        *out += numberTextOf(token);
+        *out += plainNumber(token);
         return true;
     }
     if (isText(token))
@@ -165,7 +165,7 @@ bool putMarkValue(const std::vector<Token> &tokens, size_t *at, size_t end, std:
 }
 
 /* The dictionary, or nothing where it holds other than simple values and arrays of them. */
-std::string propertiesText(const std::vector<Token> &tokens, const Operand &dictionary)
+std::string plainDictionary(const std::vector<Token> &tokens, const Operand &dictionary)
 {
     std::string text = "<<";
     size_t end = dictionary.first + dictionary.count - 1, count = 0;
@@ -325,7 +325,7 @@ bool putOperands(ContentWalk *walk, const Operation &operation,
         const Token &token = tokens[operand.first];
         bool isGood = true;
         if (operand.kind == NUMBER)
-            *out += numberTextOf(token);
+            *out += plainNumber(token);
         else if (operand.kind == NAME)
             *out += plainOperand(walk, *operation.op, token.source);
         else if (operand.kind == STRING)
@@ -349,7 +349,7 @@ std::string plainMark(const Operation &operation, const std::vector<Operand> &op
     };
     std::string text = nameText(tag).empty() ? "/Odd" : nameText(tag);
     std::string more = properties.kind == NAME ? nameText(properties)
-                                               : propertiesText(operation.operands, properties);
+                                               : plainDictionary(operation.operands, properties);
     bool isPoint = operation.op->id == Op::MARK_POINT_PROPERTIES;
     if (more.empty())
         return text + (isPoint ? " MP" : " BMC");

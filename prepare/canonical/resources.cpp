@@ -56,6 +56,11 @@ struct PlainWalk {
 QPDFObjectHandle makeResources(PlainWalk *walk, QPDFObjectHandle resources, Names names,
                                Names *leaked);
 
+QPDFObjectHandle none()
+{
+    return QPDFObjectHandle::newNull();
+}
+
 PlainContent makePlain(Document *document, std::string_view content, bool isGlyph,
                        double glyphWidth, LeftOut *leftOut)
 {

@@ -39,6 +39,11 @@ constexpr Field labFields[] = {
     {"/Range", ValueKind::NUMBERS, -MOST_OF_LAB, MOST_OF_LAB, 4},
 };
 
+QPDFObjectHandle none()
+{
+    return QPDFObjectHandle::newNull();
+}
+
 /* A white that PostScript takes: its Y is 1, and the others are more than nothing. */
 bool isWhite(QPDFObjectHandle point)
 {
@@ -91,10 +96,10 @@ QPDFObjectHandle indexedSpace(Document *document, QPDFObjectHandle space)
 /* The colours of the space as its device space has them, in a table. */
 QPDFObjectHandle tintTable(Document *document, const ColourSpace &space)
 {
-    constexpr int TINTS = 256;
+    constexpr int STEPS = 256;
     std::string samples;
-    for (int i = 0; i < TINTS; i++) {
-        double tint = (double)i / (TINTS - 1);
+    for (int i = 0; i < STEPS; i++) {
+        double tint = (double)i / (STEPS - 1);
         DeviceColour colour = toDevice(space, {&tint, 1});
         for (size_t c = 0; c < colour.components; c++)
             samples.push_back((char)std::lround(colour.values[c] * 255));

@@ -55,6 +55,11 @@ constexpr Field defaultName = {"", ValueKind::WORD, 0, 0, 0, "Default"};
 constexpr const char *colorants[] = {"/Red",    "/Green", "/Blue", "/Cyan",   "/Magenta",
                                      "/Yellow", "/Black", "/Gray", "/Default"};
 
+QPDFObjectHandle none()
+{
+    return QPDFObjectHandle::newNull();
+}
+
 /* A function of one output, or one of the field's names. */
 QPDFObjectHandle functionOr(Document *document, const Field &names, QPDFObjectHandle value,
                             size_t inputs)

@@ -102,11 +102,6 @@ QPDFObjectHandle plainDictionary(std::span<const Field> fields, QPDFObjectHandle
     return plain;
 }
 
-QPDFObjectHandle none()
-{
-    return QPDFObjectHandle::newNull();
-}
-
 QPDFObjectHandle newNumbers(std::initializer_list<double> numbers)
 {
     QPDFObjectHandle array = QPDFObjectHandle::newArray();

@@ -42,9 +42,6 @@ QPDFObjectHandle plainDictionary(std::span<const Field> fields, QPDFObjectHandle
 /* A number between two bounds, as an object; integers stay such. */
 QPDFObjectHandle plainNumber(QPDFObjectHandle number, double low, double high);
 
-/* What is not written. */
-QPDFObjectHandle none();
-
 QPDFObjectHandle newNumbers(std::initializer_list<double> numbers);
 
 } // namespace prepare
