@@ -98,8 +98,7 @@ bool looksExponential(std::string_view word)
     std::string_view power = word.substr(mark + 1);
     if (!power.empty() && (power[0] == '+' || power[0] == '-'))
         power.remove_prefix(1);
-    return hasDigits && !power.empty() &&
-           power.find_first_not_of("0123456789") == power.npos;
+    return hasDigits && !power.empty() && power.find_first_not_of("0123456789") == power.npos;
 }
 
 TokenKind skipAngle(ContentReader *r)
@@ -167,12 +166,74 @@ bool endsImage(std::string_view s, size_t at)
     return true;
 }
 
+/* Components of a space by its name or the first of its array; 0: that takes more to tell. */
+size_t inlineComponents(std::string_view space)
+{
+    if (space == "/G" || space == "/DeviceGray" || space == "/I" || space == "/Indexed")
+        return 1;
+    return space == "/RGB" || space == "/DeviceRGB"     ? 3
+           : space == "/CMYK" || space == "/DeviceCMYK" ? 4
+                                                        : 0;
+}
+
+/* The bytes of an inline image's data by its entries; 0: they do not tell, as where a filter has
+ * been over it. */
+size_t inlineLength(const std::vector<Token> &entries)
+{
+    constexpr double LARGEST = 1 << 20;
+    double width = 0, height = 0, bits = 8;
+    size_t components = 0;
+    bool isMask = false;
+    for (size_t i = 0; i + 1 < entries.size(); i++) {
+        std::string_view key = entries[i].source, value = entries[i + 1].source;
+        if (key == "/F" || key == "/Filter")
+            return 0;
+        if (key == "/W" || key == "/Width")
+            width = numberValue(entries[i + 1]);
+        else if (key == "/H" || key == "/Height")
+            height = numberValue(entries[i + 1]);
+        else if (key == "/BPC" || key == "/BitsPerComponent")
+            bits = numberValue(entries[i + 1]);
+        else if (key == "/IM" || key == "/ImageMask")
+            isMask = value == "true";
+        else if (key == "/CS" || key == "/ColorSpace")
+            components = inlineComponents(
+                value == "[" && i + 2 < entries.size() ? entries[i + 2].source : value);
+    }
+    if (isMask) {
+        bits = 1;
+        components = 1;
+    }
+    if (!(width >= 1 && width <= LARGEST && height >= 1 && height <= LARGEST && bits >= 1 &&
+          bits <= 16))
+        return 0;
+    return ((size_t)width * (size_t)bits * components + 7) / 8 * (size_t)height;
+}
+
+/* Behind data of that length, and behind its "EI"; nothing where that does not stand there. */
+bool skipKnownData(ContentReader *r, size_t length, Token *data)
+{
+    std::string_view s = r->content;
+    size_t begin = r->at, at = begin + length;
+    if (length == 0 || length > s.size() - begin)
+        return false;
+    while (at < s.size() && isWhite(s[at]))
+        at++;
+    if (s.substr(at, 2) != "EI" || (at + 2 < s.size() && isRegular(s[at + 2])))
+        return false;
+    *data = {TokenKind::INLINE_DATA, s.substr(begin, at - begin)};
+    r->at = at + 2;
+    return true;
+}
+
 /* Behind "ID": the data up to its "EI", and behind that. */
-Token skipInlineData(ContentReader *r)
+Token skipInlineData(ContentReader *r, const std::vector<Token> &entries)
 {
     std::string_view s = r->content;
     if (r->at < s.size() && isWhite(s[r->at]))
         r->at++;
+    if (Token data; skipKnownData(r, inlineLength(entries), &data))
+        return data;
     size_t begin = r->at;
     for (size_t at = s.find("EI", begin); at != s.npos; at = s.find("EI", at + 1)) {
         if ((at > begin && !isWhite(s[at - 1])) || !endsImage(s, at + 2))
@@ -194,7 +255,7 @@ void readInlineImage(ContentReader *r, Operation *operation)
         if (token.kind == TokenKind::WORD && token.source == "EI")
             return;
         if (token.kind == TokenKind::WORD && token.source == "ID") {
-            operation->operands.push_back(skipInlineData(r));
+            operation->operands.push_back(skipInlineData(r, operation->operands));
             return;
         }
         operation->operands.push_back(token);

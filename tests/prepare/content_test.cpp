@@ -57,6 +57,19 @@ TEST(Content, InlineImageIsOneOperation)
               (Lines{"q", "/W 2 /H 1 /BPC 8 " + data + "\n BI", "Q"}));
 }
 
+/* Bytes behind the end that are no text do not hide it where the data's length is known. */
+TEST(Content, InlineImagesEndWhereTheirSizeSaysSo)
+{
+    const std::string nul("\0\0", 2), data = "\x10 EI Q\xff";
+    for (const char *entries : {"/W 8 /H 1 /CS /G", "/W 4 /H 2 /BPC 8 /CS [/I /G 1 <0001>]",
+                                "/W 8 /H 8 /IM true", "/W 2 /H 1 /BPC 8 /CS /CMYK"}) {
+        std::string content = "BI " + std::string(entries) + " ID " + data + "\nEI" + nul + "Q";
+        Lines found = operations(content);
+        ASSERT_EQ(found.size(), 2u) << entries;
+        EXPECT_TRUE(found[0].ends_with(data + "\n BI")) << found[0];
+    }
+}
+
 TEST(Content, DamageEndsWithTheContent)
 {
     EXPECT_EQ(operations("1 w (open \\( string"), (Lines{"1 w"}));
