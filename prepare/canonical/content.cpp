@@ -207,6 +207,9 @@ struct ContentWalk {
     size_t copied = 0; /* bytes of the content that are in made.text, or left out of it */
     size_t saves = 0, savesBeyond = 0, compatible = 0;
     bool inText = false;
+    bool hasPath = false, isPathCut = false; /* there are lines; and text has come behind them */
+    bool isClipping = false;                 /* the path is to become a clip */
+    bool isTextCut = false;                  /* a path has come behind text */
     size_t operations = 0;
     bool beginsWithWidth = false;
     std::string width = {}; /* of a glyph that does not begin with it: its d0 or d1 */
@@ -265,10 +268,33 @@ bool fits(ContentWalk *walk, const Operator &op)
     }
 }
 
+/* Looks for text within a path and paths within text. */
+void watchPaths(ContentWalk *walk, const Operator &op)
+{
+    if (op.is(SHOWS_TEXT | MOVES_TEXT)) {
+        walk->made.mixesPaths |= walk->isTextCut && !op.is(MOVES_TEXT);
+        walk->isTextCut = false;
+        walk->isPathCut |= walk->hasPath;
+    } else if (op.is(MAKES_PATH)) {
+        walk->isTextCut = walk->inText;
+        walk->hasPath |= op.id != Op::MOVE;
+    } else if (op.is(CLIPS)) {
+        walk->isClipping = true;
+    } else if (op.is(ENDS_PATH)) {
+        walk->made.mixesPaths |= walk->isPathCut && (op.paintsPath() || walk->isClipping);
+        walk->hasPath = walk->isPathCut = walk->isClipping = false;
+    } else if (op.id == Op::BEGIN_TEXT) {
+        walk->isPathCut |= walk->hasPath;
+        walk->isTextCut = false;
+    }
+}
+
 /* Takes an operation with the right operands into account; false: it must not stand here. */
 bool apply(ContentWalk *walk, const Operator &op)
 {
     bool isGood = fits(walk, op);
+    if (isGood)
+        watchPaths(walk, op);
     if (isGood && walk->operations++ == 0 && isWidth(op))
         walk->beginsWithWidth = true;
     return isGood;

@@ -25,6 +25,8 @@ struct PlainContent {
     std::set<std::string> names[CATEGORIES]; /* of resources, as they were, with their slash */
     size_t dropped = 0;     /* operations left out; those in patterns are not counted */
     bool lostPaint = false; /* one of them would have painted */
+    bool mixesPaths = false; /* text stands within a path, or a path within text: printers keep the
+                              * place of both at the current point */
 };
 
 /* Gives a plain name for an odd one, both with their slash. */

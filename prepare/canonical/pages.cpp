@@ -43,6 +43,8 @@ std::shared_ptr<SettledContent> settle(Document *document, Page *page, QPDFObjec
     bool isOurs = page->isContentOurs && contents.isSameObjectAs(page->contentOf);
     std::string text = textOf(page, contents);
     PlainContent plain = plainContentOf(document, text, &settled->leftOut);
+    if (plain.mixesPaths)
+        throw LimitReached{"Text stands within a path, or a path within text."};
     std::move(std::begin(plain.names), std::end(plain.names), std::begin(settled->names));
     settled->stream = isOurs ? contents : QPDFObjectHandle::newStream(&document->source.pdf);
     replaceWithClear(document, settled->stream, plain.isChanged ? plain.text : text);

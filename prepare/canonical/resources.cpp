@@ -61,8 +61,8 @@ PlainContent makePlain(Document *document, std::string_view content, bool isGlyp
 {
     auto namer = [&](const std::string &name) { return plainName(document, name); };
     PlainContent plain = plainContent(content, isGlyph, namer, glyphWidth);
-    leftOut->operations += plain.dropped;
-    leftOut->lostPaint |= plain.lostPaint;
+    leftOut->operations += plain.dropped + plain.mixesPaths;
+    leftOut->lostPaint |= plain.lostPaint || plain.mixesPaths;
     return plain;
 }
 
@@ -271,6 +271,20 @@ QPDFObjectHandle makeResources(PlainWalk *walk, QPDFObjectHandle resources, Name
     return made;
 }
 
+/* A font that is used and that nobody has: text in it is text all the same. */
+void addMissingFonts(Document *document, const std::set<std::string> &names,
+                     QPDFObjectHandle resources)
+{
+    for (const std::string &name : names) {
+        QPDFObjectHandle fonts = resources.getKey("/Font");
+        if (!fonts.isDictionary())
+            fonts = resources.replaceKeyAndGetNew("/Font", QPDFObjectHandle::newDictionary());
+        fonts.replaceKey(isOddName(name) ? plainName(document, name) : name,
+                         QPDFObjectHandle::parse("<< /Type /Font /Subtype /Type1 /BaseFont "
+                                                 "/Helvetica >>"));
+    }
+}
+
 } // namespace
 
 PlainContent plainContentOf(Document *document, std::string_view content, LeftOut *leftOut)
@@ -284,7 +298,9 @@ QPDFObjectHandle plainResources(Document *document, int page, QPDFObjectHandle r
     PlainWalk walk{document, page, leftOut};
     Names wanted, leaked;
     std::copy(std::begin(names), std::end(names), std::begin(wanted.of));
-    return makeResources(&walk, resources, std::move(wanted), &leaked);
+    QPDFObjectHandle made = makeResources(&walk, resources, std::move(wanted), &leaked);
+    addMissingFonts(document, leaked.of[FONT], made);
+    return made;
 }
 
 } // namespace prepare

@@ -82,16 +82,17 @@ TEST(JobPages, AFormInItselfIsPaintedOnce)
     EXPECT_FALSE(isBlank(printed.pages[0]));
 }
 
-TEST(JobPages, LookAsTheyDoInTheExactForm)
+TEST(JobPages, LookTheSameInEveryFormOfAJob)
 {
+    PrintedJob first = printFile(preparedJobOf(sampleDocument()), 72);
+    EXPECT_FALSE(first.pages.empty());
     for (const Lines &options :
-         {Lines{}, Lines{"--binary"}, Lines{"--no-compress"}, Lines{"--no-compress", "--binary"}}) {
-        PrintedJob printed = printFile(jobOf(sampleDocument(), options), 72);
-        PrintedJob exact = printFile(convertForPrinting(sampleDocument()).output, 72);
-        EXPECT_EQ(faultsOf(printed), faultsOf(exact));
-        ASSERT_EQ(printed.pages.size(), exact.pages.size());
+         {Lines{"--binary"}, Lines{"--no-compress"}, Lines{"--no-compress", "--binary"}}) {
+        PrintedJob printed = printFile(preparedJobOf(sampleDocument(), options), 72);
+        EXPECT_EQ(faultsOf(printed), faultsOf(first));
+        ASSERT_EQ(printed.pages.size(), first.pages.size());
         for (size_t i = 0; i < printed.pages.size(); i++)
-            EXPECT_TRUE(printed.pages[i].rgb == exact.pages[i].rgb) << "page " << i + 1;
+            EXPECT_TRUE(printed.pages[i].rgb == first.pages[i].rgb) << "page " << i + 1;
     }
 }
 
@@ -168,8 +169,7 @@ TEST(JobPages, NoDataOfADocumentEndsTheJob)
                                                                  {"--binary", "--no-compress"},
                                                                  {"--binary", "--level=2"},
                                                                  {"--no-compress"},
-                                                                 {"--binary", "--eps"},
-                                                                 {"--binary", "--no-prepare"}}) {
+                                                                 {"--binary", "--eps"}}) {
         PrintRun run = printPdf(document, options);
         EXPECT_EQ(run.status, 0);
         EXPECT_EQ(run.output.find(exit), std::string::npos) << testing::PrintToString(options);
@@ -180,4 +180,7 @@ TEST(JobPages, NoDataOfADocumentEndsTheJob)
         bool isWholePage = options.empty() || options.back() != "--eps";
         EXPECT_TRUE(page == first || !isWholePage) << testing::PrintToString(options);
     }
+    PrintRun asItStands = printPdf(document, {"--binary", "--no-prepare"});
+    EXPECT_EQ(asItStands.status, 3) << "a comment in content is refused";
+    EXPECT_EQ(asItStands.output.find(exit), std::string::npos);
 }

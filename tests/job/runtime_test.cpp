@@ -109,7 +109,7 @@ TEST(JobContent, AnErrorInAFormCostsTheFormOneOperator)
     };
     Picture right = pageOf(document(""));
     for (const Lines &mode : MODES)
-        EXPECT_TRUE(pageOf(document("q q 5 5 l"), mode, faultCount(1)).rgb == right.rgb);
+        EXPECT_TRUE(pageOf(document("q q 5 5 l Q Q"), mode, faultCount(1)).rgb == right.rgb);
 }
 
 TEST(JobContent, AnErrorInAGlyphCostsThatGlyphItsRest)
@@ -129,7 +129,7 @@ TEST(JobContent, AnErrorInAGlyphCostsThatGlyphItsRest)
     };
     Picture right = pageOf(document(""));
     for (const Lines &mode : MODES)
-        EXPECT_TRUE(pageOf(document("q 5 5 l 500 500 400 400 re f"), mode, faultCount(2)).rgb ==
+        EXPECT_TRUE(pageOf(document("q 5 5 l 500 500 400 400 re f Q"), mode, faultCount(2)).rgb ==
                     right.rgb);
 }
 

@@ -84,6 +84,7 @@ std::string faxRows(bool endOfBlock)
 TEST(Images, ColourSpacesAndDepths)
 {
     PageSet set;
+    set.hasJob = false; /* what is damaged or missing is another matter when prepared */
     set.add("8-bit gray", DRAW, image(&set, GRAYS, GRAY_DATA));
     set.add("8-bit RGB", DRAW, image(&set, COLOURS + "/ColorSpace /DeviceRGB", COLOUR_DATA));
     set.add("8-bit CMYK", DRAW,
@@ -244,6 +245,7 @@ TEST(Images, EveryFilter)
 TEST(Images, MissingSpacesFollowFromTheData)
 {
     PageSet set;
+    set.hasJob = false; /* what is damaged or missing is another matter when prepared */
     const std::string missing = "/ColorSpace [/ICCBased 99 0 R] ";
     auto add = [&](const std::string &name, const std::string &entries, const std::string &space,
                    const std::string &data) {
@@ -422,6 +424,7 @@ TEST(Images, AreReadInPieces)
 TEST(InlineImages, TheShortKeysCountWhereBothAreGiven)
 {
     PageSet set;
+    set.hasJob = false; /* what is damaged or missing is another matter when prepared */
     const std::string data = " ID \x20\xC0\x60\xA0 EI Q";
     const std::string place = "q 160 0 0 160 20 20 cm BI ";
     const std::string right = "/W 2 /H 2 /BPC 8 /CS /G";

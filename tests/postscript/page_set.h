@@ -47,7 +47,8 @@ class PageSet {
         std::string referenceContent, referenceEntries;
     };
     std::string document(bool reference);
-    void expectSameJob(const PrintedJob &exact, const std::vector<std::string> &names);
+    void expectSameJob(const PrintedJob &exact, const std::vector<Picture> &reference,
+                       const std::vector<std::string> &names);
     std::vector<Page> pages;
 };
 

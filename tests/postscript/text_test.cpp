@@ -90,6 +90,7 @@ TEST(Text, AllRenderModes)
 TEST(Text, APathSurvivesTheTextThatComesBeforeItsPainting)
 {
     PageSet set;
+    set.hasJob = false; /* prepared, such pages are pictures: another renderer's */
     set.dpi = 216;
     const std::string text = " BT /F1 24 Tf 20 150 Td (Text) Tj 0 -30 Td [(wo) 20 (rd)] TJ ET ";
     set.add("closed behind the text", "8 w 20 20 m 180 20 l 100 90 l" + text + "s", FONTS);

@@ -49,6 +49,20 @@ std::string repeated(const std::string &text, size_t times)
 
 } // namespace
 
+/* The runtime of jobs keeps a path and the place of text at the current point, as printers do. */
+TEST(CanonicalContent, TextWithinAPathAndPathsWithinTextAreNoticed)
+{
+    for (const char *content :
+         {"0 0 m 9 9 l BT (a) Tj ET h f", "0 0 9 9 re BT (a) Tj ET S", "0 0 9 9 re W BT ET n",
+          "BT (a) Tj 0 0 9 9 re f (b) Tj ET", "BT 0 0 m 9 9 l (a) Tj ET S"})
+        EXPECT_TRUE(plain(content).mixesPaths) << content;
+    for (const char *content :
+         {"0 0 m BT (a) Tj ET 0 0 9 9 re f", "0 0 9 9 re n BT (a) Tj ET 0 0 9 9 re f",
+          "0 0 9 9 re BT (a) Tj ET n", "BT (a) Tj 0 0 9 9 re f 1 0 Td (b) Tj ET",
+          "BT (a) Tj ET 0 0 9 9 re f BT (b) Tj ET", "0 0 9 9 re W n BT (a) Tj ET"})
+        EXPECT_FALSE(plain(content).mixesPaths) << content;
+}
+
 TEST(CanonicalContent, OperatorsWithTheirOperandsStayByteForByte)
 {
     for (const char *content :

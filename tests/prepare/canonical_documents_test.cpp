@@ -4,6 +4,8 @@
  */
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "prepare/images/codecs.h"
 #include "tests/compress/zlib_encoder.h"
 #include "tests/postscript/print_job.h"
@@ -97,6 +99,25 @@ std::string jpegOf(int width, int height, int components)
 const char HELVETICA[] = "/Font << /F << /Type /Font /Subtype /Type1 /BaseFont /Helvetica >> >>";
 
 } // namespace
+
+TEST(CanonicalDocuments, TextInAFontThatIsNotThereIsPrinted)
+{
+    Preparation made =
+        preparePdf(onePagePdf("BT /Nobody 20 Tf 10 10 Td (Hello) Tj ET"), {"--canonical"});
+    EXPECT_EQ(made.status, 0);
+    EXPECT_TRUE(holds(inClear(made.pdf), "/BaseFont /Helvetica\n"));
+    EXPECT_TRUE(holds(textOf(made.pdf), "Hello"));
+}
+
+TEST(CanonicalDocuments, APageWithTextWithinAPathIsAPicture)
+{
+    Preparation made = preparePdf(onePagePdf("0 0 m 9 0 l 9 9 l BT ET h f"), {"--canonical"});
+    EXPECT_EQ(std::count_if(made.messages.begin(), made.messages.end(),
+                            [](const std::string &line) {
+                                return line.starts_with("PREPARE-L-PAGEPIXELS: Page 1: ");
+                            }),
+              1);
+}
 
 TEST(CanonicalDocuments, ContentKeepsItsBytesAndStandsInClear)
 {

@@ -101,6 +101,13 @@ PrintRun printPdf(const std::string &bytes, const std::vector<std::string> &opti
 
 std::string jobOf(const std::string &bytes, const std::vector<std::string> &options)
 {
+    std::vector<std::string> all = {"--no-prepare"};
+    all.insert(all.end(), options.begin(), options.end());
+    return preparedJobOf(bytes, all);
+}
+
+std::string preparedJobOf(const std::string &bytes, const std::vector<std::string> &options)
+{
     std::vector<std::string> all = {"-q"};
     all.insert(all.end(), options.begin(), options.end());
     PrintRun run = printPdf(bytes, all);

@@ -27,6 +27,9 @@ PrintRun printPdf(const std::string &bytes, const std::vector<std::string> &opti
 /* The job of a document, taken as it stands; the test fails when there is none. */
 std::string jobOf(const std::string &bytes, const std::vector<std::string> &options = {});
 
+/* The same of a document that is prepared first, as users have it. */
+std::string preparedJobOf(const std::string &bytes, const std::vector<std::string> &options = {});
+
 /* The sections of a job, their encoding undone, in order: runtime, shared parts, pages. */
 struct Section {
     std::string procedure; /* "PdfPage", "PdfShared"; "exec": the runtime */
