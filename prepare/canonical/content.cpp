@@ -181,24 +181,6 @@ std::string plainDictionary(const std::vector<Token> &tokens, const Operand &dic
 
 /* ---- the walk */
 
-/* What kind of resource an operator names, and where; CATEGORIES: none. */
-int categoryOf(Op op)
-{
-    switch (op) {
-    case Op::PAINT_OBJECT:
-        return XOBJECT;
-    case Op::FONT_SIZE:
-        return FONT;
-    case Op::GRAPHICS_STATE:
-        return EXTGSTATE;
-    case Op::FILL_SPACE:
-    case Op::STROKE_SPACE:
-        return COLORSPACE;
-    default:
-        return CATEGORIES;
-    }
-}
-
 struct ContentWalk {
     std::string_view content;
     bool isGlyph;

@@ -306,4 +306,21 @@ const Operator *scanOperation(Scanner *s)
     }
 }
 
+int categoryOf(Op op)
+{
+    switch (op) {
+    case Op::PAINT_OBJECT:
+        return XOBJECT;
+    case Op::FONT_SIZE:
+        return FONT;
+    case Op::GRAPHICS_STATE:
+        return EXTGSTATE;
+    case Op::FILL_SPACE:
+    case Op::STROKE_SPACE:
+        return COLORSPACE;
+    default:
+        return CATEGORIES;
+    }
+}
+
 } // namespace prepare

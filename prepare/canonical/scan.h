@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "prepare/model/operators.h"
+#include "prepare/model/scope.h"
 
 namespace prepare {
 
@@ -53,6 +54,9 @@ bool takes(const Operator &op, std::string_view kinds);
 
 /* Goes over one operation; null: it is not canonical, or the content ends in it. */
 const Operator *scanOperation(Scanner *scanner);
+
+/* What kind of resource an operator names; CATEGORIES: none. */
+int categoryOf(Op op);
 
 } // namespace prepare
 
