@@ -6,10 +6,9 @@
  */
 #include "prepare/canonical/spaces.h"
 
-#include <cmath>
-
 #include "prepare/canonical/functions.h"
 #include "prepare/canonical/values.h"
+#include "prepare/colour/convert.h"
 #include "prepare/document/spool.h"
 #include "prepare/images/decode.h"
 #include "prepare/images/filters.h"
@@ -88,20 +87,6 @@ QPDFObjectHandle indexedSpace(Document *document, QPDFObjectHandle space)
                                        newClearStream(document, table)});
 }
 
-/* The colours of the space as its device space has them, in a table. */
-QPDFObjectHandle tintTable(Document *document, const ColourSpace &space)
-{
-    constexpr int TINTS = 256;
-    std::string samples;
-    for (int i = 0; i < TINTS; i++) {
-        double tint = (double)i / (TINTS - 1);
-        DeviceColour colour = toDevice(space, {&tint, 1});
-        for (size_t c = 0; c < colour.components; c++)
-            samples.push_back((char)std::lround(colour.values[c] * 255));
-    }
-    return newTable(document, samples, deviceComponents(space));
-}
-
 QPDFObjectHandle separationSpace(Document *document, QPDFObjectHandle space)
 {
     std::string colorant = nameOr(itemOf(space, 1), "/Spot").substr(1);
@@ -115,7 +100,7 @@ QPDFObjectHandle separationSpace(Document *document, QPDFObjectHandle space)
         if (!read || read->components != 1)
             return none();
         alternate = deviceSpaceName((int)deviceComponents(*read));
-        tint = tintTable(document, *read);
+        tint = plainFunction(document, sampledSpace(document, *read), 1, deviceComponents(*read));
     }
     return QPDFObjectHandle::newArray({QPDFObjectHandle::newName("/Separation"),
                                        QPDFObjectHandle::newName("/" + colorant), alternate, tint});
