@@ -57,12 +57,15 @@ inline void expectPrintsAsItLooks(const std::string &bytes, size_t pages,
         references.expectAlike(printed[i], i + 1);
 }
 
-/* The same for one page, selected with PAGE; pages count from 1. */
-inline void expectPageAlonePrintsAsItLooks(const std::string &bytes, int page)
+/* The same for each page alone, selected with PAGE; pages count from 1. */
+inline void expectPagesAlonePrintAsTheyLook(const std::string &bytes, size_t pages)
 {
-    std::vector<Picture> printed = printDocument(bytes, {"-PAGE=" + std::to_string(page)});
-    ASSERT_EQ(printed.size(), 1U);
-    References(bytes).expectAlike(printed[0], (size_t)page);
+    References references(bytes);
+    for (size_t page = 1; page <= pages; page++) {
+        std::vector<Picture> printed = printDocument(bytes, {"-PAGE=" + std::to_string(page)});
+        ASSERT_EQ(printed.size(), 1U);
+        references.expectAlike(printed[0], page);
+    }
 }
 
 #endif

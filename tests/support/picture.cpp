@@ -179,8 +179,9 @@ Picture readPicture(const std::string &path)
         ADD_FAILURE() << path << " is not complete";
         return {};
     }
+    picture.rgb.resize(pixels * 3);
     for (size_t i = 0; i < pixels * 3; i++)
-        picture.rgb.push_back((uint8_t)file[position + (channels == 3 ? i : i / 3)]);
+        picture.rgb[i] = (uint8_t)file[position + (channels == 3 ? i : i / 3)];
     return picture;
 }
 

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <gtest/gtest.h>
 #include <iterator>
 
@@ -44,7 +45,9 @@ std::string readFile(const std::string &path)
 {
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file) << "cannot read " << path;
-    return std::string(std::istreambuf_iterator<char>(file), {});
+    std::ostringstream all; /* in blocks: pictures are read here by the gigabyte */
+    all << file.rdbuf();
+    return all.str();
 }
 
 bool fileExists(const std::string &path)
