@@ -41,6 +41,7 @@ _pdf_prepare() {
             --page-set=
             --reverse
             --annotations=
+            --booklet
             --level=
             --resolution=
             --max-time=

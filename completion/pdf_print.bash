@@ -42,6 +42,28 @@ _pdf_print() {
         COMPREPLY=($(compgen -W "match a3 a4 a5 a6 b4 b5 letter legal tabloid ledger executive statement folio" -- "$word"))
         return
         ;;
+    --n-up)
+        COMPREPLY=($(compgen -W "1 2 4 6 9 16" -- "$word"))
+        return
+        ;;
+    --n-up-order)
+        COMPREPLY=($(compgen -W "right-down right-up left-down left-up down-right down-left up-right up-left" -- "$word"))
+        return
+        ;;
+    --poster)
+        COMPREPLY=($(compgen -W "2x2 1x2 2x1 2x3 3x2 3x3 4x4" -- "$word"))
+        return
+        ;;
+    --scale)
+        return
+        ;;
+    --margins)
+        return
+        ;;
+    --rotate)
+        COMPREPLY=($(compgen -W "90 180 270" -- "$word"))
+        return
+        ;;
     --level)
         COMPREPLY=($(compgen -W "2 3" -- "$word"))
         return
@@ -87,6 +109,15 @@ _pdf_print() {
             --shrink
             --actual
             --no-centre
+            --n-up=
+            --n-up-order=
+            --borders
+            --booklet
+            --poster=
+            --scale=
+            --margins=
+            --rotate=
+            --mirror
             --ascii
             --binary
             --no-compress

@@ -15,25 +15,15 @@ namespace {
 constexpr size_t LONGEST_TEXT = 200;
 constexpr size_t LONGEST_LINE = 240;
 
-struct Box {
-    int64_t left = 0, bottom = 0, right = 0, top = 0;
-};
-
-Placement placed(const Options &options, const PlannedPage &page)
+/* What the pages of a side cover. */
+PointBox boundingBox(const PlacedSide &side)
 {
-    return placePage(page.width(), page.height(), options.paper);
-}
-
-/* What all pages cover. */
-Box boundingBox(const Options &options, const Plan &plan)
-{
-    Box all;
+    PointBox all = {};
     bool isFirst = true;
-    for (const PlannedPage &page : plan.pages) {
-        if (page.isEmpty())
+    for (const PlacedPage &page : side.pages) {
+        if (page.page->isEmpty() && side.pages.size() > 1)
             continue;
-        Placement at = placed(options, page);
-        Box box = {at.left, at.bottom, at.right, at.top};
+        PointBox box = boxAround(page.at.covered);
         if (isFirst)
             all = box;
         all = {std::min(all.left, box.left), std::min(all.bottom, box.bottom),
@@ -43,7 +33,37 @@ Box boundingBox(const Options &options, const Plan &plan)
     return all;
 }
 
-void writeBox(ZFile *job, const char *comment, const Box &box)
+/* What the header says of all sides. */
+struct Summary {
+    PointBox box = {};
+    std::vector<std::pair<int64_t, int64_t>> media; /* the sizes of paper, each once */
+};
+
+Summary summaryOf(const Options &options, const Plan &plan)
+{
+    Summary summary;
+    std::set<std::pair<int64_t, int64_t>> seen;
+    bool isFirst = true;
+    for (size_t i = 0; i < sideCount(options, plan); i++) {
+        PlacedSide side = placedSide(options, plan, i);
+        if (std::all_of(side.pages.begin(), side.pages.end(),
+                        [](const PlacedPage &page) { return page.page->isEmpty(); }))
+            continue;
+        std::pair<int64_t, int64_t> size = {side.side.width, side.side.height};
+        if (seen.insert(size).second)
+            summary.media.push_back(size);
+        PointBox box = boundingBox(side);
+        PointBox &all = summary.box;
+        if (isFirst)
+            all = box;
+        all = {std::min(all.left, box.left), std::min(all.bottom, box.bottom),
+               std::max(all.right, box.right), std::max(all.top, box.top)};
+        isFirst = false;
+    }
+    return summary;
+}
+
+void writeBox(ZFile *job, const char *comment, const PointBox &box)
 {
     fputstr_arg(job, "%%%%%s: %lld %lld %lld %lld", comment, (long long)box.left,
                 (long long)box.bottom, (long long)box.right, (long long)box.top);
@@ -54,17 +74,13 @@ std::string mediaName(int64_t width, int64_t height)
     return std::to_string(width) + "x" + std::to_string(height);
 }
 
-/* The sizes of paper, each once. */
-void writeMedia(ZFile *job, const Options &options, const Plan &plan)
+void writeMedia(ZFile *job, const Summary &summary)
 {
-    std::set<std::pair<int64_t, int64_t>> seen;
-    for (const PlannedPage &page : plan.pages) {
-        Placement at = placed(options, page);
-        if (page.isEmpty() || !seen.emplace(at.paperWidth, at.paperHeight).second)
-            continue;
-        fputstr_arg(job, "%%%%%s %s %lld %lld 0 () ()", seen.size() == 1 ? "DocumentMedia:" : "+",
-                    mediaName(at.paperWidth, at.paperHeight).c_str(), (long long)at.paperWidth,
-                    (long long)at.paperHeight);
+    const char *comment = "DocumentMedia:";
+    for (auto [width, height] : summary.media) {
+        fputstr_arg(job, "%%%%%s %s %lld %lld 0 () ()", comment, mediaName(width, height).c_str(),
+                    (long long)width, (long long)height);
+        comment = "+";
     }
 }
 
@@ -131,11 +147,12 @@ void writeHeader(ZFile *job, const Options &options, const Plan &plan)
     fputstr(job, "%%Creator: (pdf_print " PDF_PRINT_VERSION ")");
     fputstr_arg(job, "%%%%LanguageLevel: %d", options.level);
     fputstr_arg(job, "%%%%DocumentData: %s", options.isBinary ? "Binary" : "Clean7Bit");
-    fputstr_arg(job, "%%%%Pages: %zu", plan.pages.size());
+    fputstr_arg(job, "%%%%Pages: %zu", sideCount(options, plan));
     fputstr(job, "%%PageOrder: Ascend");
-    writeBox(job, "BoundingBox", boundingBox(options, plan));
+    Summary summary = summaryOf(options, plan);
+    writeBox(job, "BoundingBox", summary.box);
     if (!options.isEncapsulated) {
-        writeMedia(job, options, plan);
+        writeMedia(job, summary);
         writeRequirements(job, options);
     }
     writeNeededFonts(job, plan);
@@ -159,16 +176,20 @@ void writeDeviceSettings(ZFile *job, const Options &options)
         writeSetting(job, "Duplex DuplexTumble", "/Duplex true /Tumble true");
 }
 
-void writePageComments(ZFile *job, const Options &options, const PlannedPage &page, int ordinal)
+void writeSideComments(ZFile *job, const Options &options, const PlacedSide &side, size_t ordinal)
 {
-    Placement at = placed(options, page);
-    fputstr_arg(job, "%%%%Page: %s %d", commentText(page.label).c_str(), ordinal);
-    writeBox(job, "PageBoundingBox", {at.left, at.bottom, at.right, at.top});
+    std::string label;
+    for (const PlacedPage &page : side.pages)
+        if (!page.page->label.empty())
+            label.append(label.empty() ? "" : ",").append(page.page->label);
+    fputstr_arg(job, "%%%%Page: %s %zu", commentText(label).c_str(), ordinal);
+    writeBox(job, "PageBoundingBox", boundingBox(side));
     if (options.isEncapsulated)
         return;
-    fputstr_arg(job, "%%%%PageMedia: %s", mediaName(at.paperWidth, at.paperHeight).c_str());
+    int64_t width = side.side.width, height = side.side.height;
+    fputstr_arg(job, "%%%%PageMedia: %s", mediaName(width, height).c_str());
     fputstr(job, "%%BeginPageSetup");
-    fputstr_arg(job, "%lld %lld PdfSize", (long long)at.paperWidth, (long long)at.paperHeight);
+    fputstr_arg(job, "%lld %lld PdfSize", (long long)width, (long long)height);
     fputstr(job, "%%EndPageSetup");
 }
 

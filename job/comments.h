@@ -4,8 +4,7 @@
 #ifndef JOB_COMMENTS_H
 #define JOB_COMMENTS_H
 
-#include "job/place.h"
-#include "job/plan.h"
+#include "job/sides.h"
 
 namespace job {
 
@@ -18,8 +17,8 @@ void writeHeader(ZFile *job, const Options &options, const Plan &plan);
 /* Device settings: copies and duplex. */
 void writeDeviceSettings(ZFile *job, const Options &options);
 
-/* The comments in front of a page, up to the end of its setup.  `ordinal` counts from 1. */
-void writePageComments(ZFile *job, const Options &options, const PlannedPage &page, int ordinal);
+/* The comments in front of a side, up to the end of its setup.  `ordinal` counts from 1. */
+void writeSideComments(ZFile *job, const Options &options, const PlacedSide &side, size_t ordinal);
 
 } // namespace job
 

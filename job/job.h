@@ -34,6 +34,24 @@ struct Paper {
     int width = 0, height = 0;
     Scaling scaling = Scaling::SHRINK;
     bool isCentred = true; /* else in the lower left corner */
+    double factor = 0;     /* of the page's own size, whatever `scaling` is; 0: as that says */
+    double top = 0, right = 0, bottom = 0, left = 0; /* margins, points */
+};
+
+/* How pages lie on the sides of the paper. */
+struct Arrangement {
+    int perSide = 1;          /* pages on a side: 1, 2, 4, 6, 9 or 16 */
+    bool isBooklet = false;   /* the two of a side stand beside each other */
+    bool isLeftwards = false; /* in a row the next one stands on the left */
+    bool isUpwards = false;   /* the next row stands above */
+    bool isByColumns = false; /* columns are filled before the next one is begun */
+    bool hasBorders = false;
+    int tilesAcross = 1, tilesDown = 1; /* sides of which each page covers one after the other; it
+                                         * comes so often in the document */
+    int rotation = 0;                   /* of each page, clockwise: 0, 90, 180 or 270 */
+    bool isMirrored = false;
+
+    int tiles() const { return tilesAcross * tilesDown; }
 };
 
 struct Options {
@@ -46,6 +64,7 @@ struct Options {
     bool isCollated = false;
     Duplex duplex = Duplex::UNSET;
     Paper paper;
+    Arrangement arrangement;
 
     bool isBinary = false;       /* bytes of 8 bits; else ASCII alone */
     bool isCompressed = true;    /* by Flate, at level 2 by LZW or run lengths */

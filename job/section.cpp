@@ -391,8 +391,9 @@ bool encodeSection(ZFile *job, const Encoding &encoding, const char *procedure,
 
 /* ---- the section */
 
-SectionWriter::SectionWriter(ZFile *to, const Encoding &how, SectionKind what, Account *counts)
-    : job(to), encoding(how), kind(what), account(counts),
+SectionWriter::SectionWriter(ZFile *to, const Encoding &how, SectionKind what, const char *name,
+                             Account *counts)
+    : job(to), encoding(how), kind(what), procedure(name), account(counts),
       text(std::min(counts->most(DECODED_BYTES), LARGEST_SECTION)), input(fopensink({keep, this}))
 {
     if (!input)
@@ -425,7 +426,6 @@ bool SectionWriter::finish(Verdict *verdict)
         errno = text.failure();
         return false;
     }
-    const char *procedure = kind == SectionKind::PAGE ? "PdfPage" : "PdfShared";
     std::optional<AcceptedText> accepted = accept(&text, kind, account, verdict);
     if (!accepted) {
         errno = text.failure();

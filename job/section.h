@@ -34,14 +34,15 @@ bool encodeSection(ZFile *job, const Encoding &encoding, const char *procedure,
 
 /* A section of a document, which is in the job when it has been accepted, as a whole or not at all.
  *
- *     SectionWriter section(job, encoding, SectionKind::PAGE, account);
+ *     SectionWriter section(job, encoding, SectionKind::PAGE, "PdfPage", account);
  *     { OutputRedirect redirect(run, section.file()); ... }
  *     section.finish(&verdict);
  */
 class SectionWriter {
   public:
-    /* All of them stay the caller's. */
-    SectionWriter(ZFile *job, const Encoding &encoding, SectionKind kind, Account *account);
+    /* `procedure` is the name in front of it.  All of them stay the caller's. */
+    SectionWriter(ZFile *job, const Encoding &encoding, SectionKind kind, const char *procedure,
+                  Account *account);
     ~SectionWriter();
     SectionWriter(const SectionWriter &) = delete;
     SectionWriter &operator=(const SectionWriter &) = delete;
@@ -62,6 +63,7 @@ class SectionWriter {
     ZFile *job;
     Encoding encoding;
     SectionKind kind;
+    const char *procedure;
     Account *account;
     Spool text;
     std::vector<CompressionSwitch> switches = {};

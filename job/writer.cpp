@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <optional>
 
@@ -23,12 +24,14 @@ namespace {
 
 constexpr size_t SAMPLE_BYTES = 4096;
 constexpr size_t LEAST_PASSED_BYTES = 2048; /* less is not worth another block */
+constexpr double MOST_WHOLE = 1e9;          /* what is written as a whole number */
 
 /* While it lives, what the run writes goes into a section of its own. */
 class PageSection {
   public:
-    PageSection(PageWriter *pageWriter, SectionKind kind)
-        : writer(pageWriter), section(writer->job, writer->encoding, kind, &writer->account)
+    PageSection(PageWriter *pageWriter, SectionKind kind, const char *procedure)
+        : writer(pageWriter),
+          section(writer->job, writer->encoding, kind, procedure, &writer->account)
     {
         writer->section = &section;
         redirect.emplace(writer->run, section.file());
@@ -61,9 +64,18 @@ struct JobPages : PageSink {
 
     const PlannedPage &page() const { return writer->plan->pages[writer->written - 1]; }
 
+    /* Does the section of a page show it?  Else something comes behind it on the same side. */
+    bool isShownBySection() const
+    {
+        const Arrangement &arrangement = writer->options->arrangement;
+        return arrangement.perSide == 1 && !arrangement.hasBorders;
+    }
+
     PageWriter *writer;
     std::optional<PageSection> section; /* of the page that has begun */
     std::string content;                /* of it, not written yet: its streams are one content */
+    PlacedSide side = {};               /* that it lies on */
+    Placement placement = {};
 };
 
 /* ---- data that passes through */
@@ -172,16 +184,53 @@ void JobPages::resources(ConversionRun *run, const PdfDict *resources)
 
 /* ---- a page */
 
-void writePlacement(ConversionRun *run, const Options &options, const PlannedPage &page)
+void writeNumbers(ConversionRun *run, std::initializer_list<double> numbers)
 {
-    Placement placed = placePage(page.width(), page.height(), options.paper);
-    if (!placed.isIdentity()) {
+    for (double number : numbers) {
+        if (number == std::floor(number) && std::fabs(number) < MOST_WHOLE)
+            fputstr_arg_noeol(run->output, "%lld ", (long long)number);
+        else
+            fputstr_arg_noeol(run->output, "%.6f ", number);
+    }
+}
+
+void writePlacement(ConversionRun *run, const Placement &placed)
+{
+    if (placed.matrix != IDENTITY) {
         for (double number : placed.matrix)
             fputstr_arg_noeol(run->output, "%.6f ", number);
         fputstr(run->output, "Place");
     }
-    fputstr_arg(run->output, "0 0 %lld %lld PageClip", (long long)page.width(),
-                (long long)page.height());
+    const Area &seen = placed.seen;
+    writeNumbers(run, {seen.left, seen.bottom, seen.width(), seen.height()});
+    fputstr(run->output, "PageClip");
+}
+
+/* A thin line around each page of a side. */
+void writeBorders(ZFile *job, const PlacedSide &side)
+{
+    fputstr(job, "gsave 0 setgray 0.5 setlinewidth 0 setlinejoin [ ] 0 setdash");
+    for (const PlacedPage &page : side.pages) {
+        const Area &box = page.at.covered;
+        if (!page.page->isEmpty())
+            fputstr_arg(job, "%.3f %.3f %.3f %.3f rectstroke", box.left, box.bottom, box.width(),
+                        box.height());
+    }
+    fputstr(job, "grestore");
+}
+
+/* Ends the side of which a page has been written or left out, where it is the last one. */
+void endSide(PageWriter &writer, const PlacedSide &side, bool isShown)
+{
+    const Options &options = *writer.options;
+    size_t perSide = (size_t)options.arrangement.perSide;
+    if (writer.written % perSide != 0 && writer.written < writer.plan->pages.size())
+        return;
+    if (options.arrangement.hasBorders)
+        writeBorders(writer.job, side);
+    if (!isShown)
+        fputstr(writer.job, "showpage");
+    fputstr(writer.job, "%%PageTrailer");
 }
 
 /* Failures that are not the page's: nothing more can be written, or it shall not be. */
@@ -231,17 +280,22 @@ bool JobPages::beginPage(ConversionRun *run, const PageAttributes &)
     const std::vector<PlannedPage> &pages = writer->plan->pages;
     if (writer->written >= pages.size() || pages[writer->written].inDocument != run->currentPage)
         return false;
+    const Options &options = *writer->options;
+    size_t perSide = (size_t)options.arrangement.perSide, place = writer->written % perSide;
+    size_t number = writer->written / perSide;
     int ordinal = (int)++writer->written;
     if (writer->callbacks->progress)
         writer->callbacks->progress(ordinal, (int)pages.size());
     errno = 0; /* the reader takes it for its own */
-    writePageComments(writer->job, *writer->options, page(), ordinal);
+    side = placedSide(options, *writer->plan, number);
+    placement = side.pages[place].at;
+    if (place == 0)
+        writeSideComments(writer->job, options, side, number + 1);
     if (page().isEmpty()) {
-        fputstr(writer->job, "showpage");
-        fputstr(writer->job, "%%PageTrailer");
+        endSide(*writer, side, false);
         return false;
     }
-    section.emplace(writer, SectionKind::PAGE);
+    section.emplace(writer, SectionKind::PAGE, isShownBySection() ? "PdfPage" : "PdfCell");
     run->written.resourceEntries = 0;
     writer->lines = 0;
     content.clear();
@@ -250,7 +304,7 @@ bool JobPages::beginPage(ConversionRun *run, const PageAttributes &)
 
 void JobPages::beginContents(ConversionRun *run, const PageAttributes &attributes)
 {
-    writePlacement(run, *writer->options, page());
+    writePlacement(run, placement);
     fputstr_arg(run->output, "%lld %lld translate", (long long)-page().rectangle.x1,
                 (long long)-page().rectangle.y1);
     fputstr_arg(run->output, "%lld rotate", (long long)attributes.rotation);
@@ -259,12 +313,10 @@ void JobPages::beginContents(ConversionRun *run, const PageAttributes &attribute
 void JobPages::endPage(ConversionRun *run, const PageAttributes &, bool)
 {
     writeContent(run);
-    if (!section->finish()) {
-        writer->isWhole = false;
-        fputstr(writer->job, "showpage"); /* it keeps its place, and is blank */
-    }
+    bool isThere = section->finish(); /* else it keeps its place, and is blank */
+    writer->isWhole &= isThere;
     section.reset();
-    fputstr(writer->job, "%%PageTrailer");
+    endSide(*writer, side, isThere && isShownBySection());
 }
 
 /* ---- shared parts */
@@ -326,7 +378,7 @@ void writeShared(PageWriter *writer)
     if (writer->plan->shared.empty())
         return;
     ConversionRun *run = writer->run;
-    PageSection section(writer, SectionKind::SHARED);
+    PageSection section(writer, SectionKind::SHARED, "PdfShared");
     for (size_t i = 0; i < writer->plan->shared.size() && !run->errorFlag; i++)
         writePart(*writer, i);
     section.finish();

@@ -169,6 +169,8 @@ void refuseOverwriting(Program program, const CommandLine &files)
         misuse(program, fault);
 }
 
+constexpr int MOST_TIMES = 100; /* of each page */
+
 bool choosePagesBy(Program program, Option option, const char *value, PageRanges *pages)
 {
     std::string fault;
@@ -183,6 +185,12 @@ bool choosePagesBy(Program program, Option option, const char *value, PageRanges
         return true;
     case Option::REVERSE:
         pages->isReversed = true;
+        return true;
+    case Option::BOOKLET:
+        pages->isBooklet = true;
+        return true;
+    case Option::EACH_PAGE:
+        pages->times = (int)readNumber(program, value, "The times", 1, MOST_TIMES);
         return true;
     default:
         return false;
@@ -201,6 +209,10 @@ std::vector<std::string> pageWords(const PageRanges &pages)
         words.push_back(pages.set == PageSet::ODD ? "--page-set=odd" : "--page-set=even");
     if (pages.isReversed)
         words.push_back("--reverse");
+    if (pages.isBooklet)
+        words.push_back("--booklet");
+    if (pages.times > 1)
+        words.push_back("--each-page=" + std::to_string(pages.times));
     return words;
 }
 

@@ -8,8 +8,8 @@
 #include <charconv>
 #include <cstdint>
 #include <fstream>
-#include <iterator>
 #include <set>
+#include <sstream>
 
 namespace seam {
 
@@ -161,6 +161,29 @@ void applyToWhole(const PageRanges &ranges, std::vector<int> *numbers)
         std::reverse(numbers->begin(), numbers->end());
 }
 
+/* The pages two by two, as they lie on the sheets of a booklet: on the front of the first one the
+ * last page beside the first, on its back the second beside the last but one, and so on.  Sheets
+ * have four pages: the booklet ends with blank ones. */
+std::vector<int> asBooklet(std::vector<int> pages)
+{
+    pages.resize((pages.size() + 3) / 4 * 4, BLANK_PAGE);
+    std::vector<int> folded;
+    folded.reserve(pages.size());
+    for (size_t front = 0, back = pages.size(); front < back; front += 2, back -= 2)
+        folded.insert(folded.end(),
+                      {pages[back - 1], pages[front], pages[front + 1], pages[back - 2]});
+    return folded;
+}
+
+std::vector<int> repeated(const std::vector<int> &pages, int times)
+{
+    std::vector<int> all;
+    all.reserve(pages.size() * (size_t)times);
+    for (int page : pages)
+        all.insert(all.end(), (size_t)times, page);
+    return all;
+}
+
 } // namespace
 
 bool readPageRanges(std::string_view text, PageRanges *ranges, std::string *fault)
@@ -183,7 +206,7 @@ bool readPageRanges(std::string_view text, PageRanges *ranges, std::string *faul
 
 bool isRising(const PageRanges &ranges)
 {
-    if (ranges.isReversed)
+    if (ranges.isReversed || ranges.isBooklet || ranges.times > 1)
         return false;
     /* So long that nothing counted from the beginning meets what is counted from the end. */
     constexpr int64_t LONG_DOCUMENT = 4 * (int64_t)HIGHEST_PAGE;
@@ -217,8 +240,8 @@ ChosenPages choosePages(const PageRanges &ranges, int pageCount)
         }
     }
     if (missing.size() > MOST_WARNINGS)
-        chosen.warnings.push_back(notice(Message::PartsNotThere, 0,
-                                         {std::to_string(missing.size() - MOST_WARNINGS)}));
+        chosen.warnings.push_back(
+            notice(Message::PartsNotThere, 0, {std::to_string(missing.size() - MOST_WARNINGS)}));
     if (pageCount == 0)
         return {{}, {}, notice(Message::NoPages, 0)};
     if (chosen.numbers.empty())
@@ -226,6 +249,12 @@ ChosenPages choosePages(const PageRanges &ranges, int pageCount)
     applyToWhole(ranges, &chosen.numbers);
     if (chosen.numbers.empty())
         return {{}, {}, notice(Message::NoEvenPage, 0)};
+    if (ranges.isBooklet)
+        chosen.numbers = asBooklet(std::move(chosen.numbers));
+    if (ranges.times > 1 && chosen.numbers.size() > most / (size_t)ranges.times)
+        return {{}, {}, notice(Message::PagesTooMany, 0, {std::to_string(most)})};
+    if (ranges.times > 1)
+        chosen.numbers = repeated(chosen.numbers, ranges.times);
     return chosen;
 }
 
@@ -261,7 +290,7 @@ bool readPageMap(std::string_view text, std::vector<int> *numbers)
         text.remove_prefix(end + 1);
         if (count < 0)
             count = number;
-        else if (number < 1)
+        else if (number < 0)
             return false;
         else
             numbers->push_back(number);
@@ -282,7 +311,9 @@ bool readPageMapFile(const std::string &path, std::vector<int> *numbers)
 {
     errno = 0;
     std::ifstream file(path, std::ios::binary);
-    std::string text(std::istreambuf_iterator<char>(file), {});
+    std::ostringstream all;
+    all << file.rdbuf();
+    std::string text = std::move(all).str();
     if (readPageMap(text, numbers))
         return true;
     errno = errno ? errno : EINVAL;

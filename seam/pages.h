@@ -44,9 +44,17 @@ struct PageRanges {
     std::vector<PageRange> parts;
     PageSet set = PageSet::ALL; /* by places in the list: the first, the third, ... are odd */
     bool isReversed = false;    /* the whole list, last page first */
+    bool isBooklet = false; /* two a side, in the order of sheets that are folded in the middle */
+    int times = 1;          /* each page so often, one after the other */
 
-    bool isWholeDocument() const { return parts.empty() && set == PageSet::ALL && !isReversed; }
+    bool isWholeDocument() const
+    {
+        return parts.empty() && set == PageSet::ALL && !isReversed && !isBooklet && times == 1;
+    }
 };
+
+/* Stands in a list of chosen pages for one that is blank. */
+constexpr int BLANK_PAGE = 0;
 
 /* Reads a list: parts with commas between them, each a page or a range of pages, with ":odd" or
  * ":even" behind it if wanted, or one of these two words alone.  A page is a number from 1, "last"
@@ -59,7 +67,8 @@ bool isRising(const PageRanges &ranges);
 
 /* What a list comes to in a document. */
 struct ChosenPages {
-    std::vector<int> numbers;     /* in the order of the list; empty: `fault` says why */
+    std::vector<int> numbers;     /* in the order of the list; empty: `fault` says why.  Those of a
+                                   * booklet may be BLANK_PAGE. */
     std::vector<Notice> warnings; /* one for each part that names no page, once */
     std::optional<Notice> fault;  /* an error */
 };
@@ -70,7 +79,8 @@ ChosenPages choosePages(const PageRanges &ranges, int pageCount);
 /* Are the numbers in the document's order, each once? */
 bool isRising(const std::vector<int> &numbers);
 
-/* A page map as a text for another program: the n-th page here is page numbers[n - 1] there. */
+/* A page map as a text for another program: the n-th page here is page numbers[n - 1] there, or
+ * BLANK_PAGE. */
 std::string pageMapText(const std::vector<int> &numbers);
 
 /* Reads such a text; false when it is none, or not whole. */

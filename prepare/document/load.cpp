@@ -148,6 +148,21 @@ std::vector<QPDFObjectHandle> allPages(Document *document)
     return std::move(tree.pages);
 }
 
+/* A page with nothing on it, as large as that one. */
+Page blankPage(Document *document, QPDFObjectHandle like)
+{
+    QPDFObjectHandle blank = QPDFObjectHandle::newDictionary();
+    blank.replaceKey("/Type", QPDFObjectHandle::newName("/Page"));
+    for (const char *key : {"/MediaBox", "/CropBox", "/Rotate", "/UserUnit"})
+        if (like.hasKey(key)) /* the inherited ones, too, see pagesOfTree */
+            blank.replaceKey(key, like.getKey(key));
+    blank.replaceKey("/Resources", QPDFObjectHandle::newDictionary());
+    Page page;
+    page.object = document->source.pdf.makeIndirectObject(blank);
+    page.number = seam::BLANK_PAGE;
+    return page;
+}
+
 /* Keeps the pages that are chosen: each once into `pages`, whatever is done to it is done once, and
  * all of them in their order into `order`. */
 void selectPages(Document *document, std::vector<QPDFObjectHandle> &all,
@@ -156,7 +171,8 @@ void selectPages(Document *document, std::vector<QPDFObjectHandle> &all,
     constexpr size_t NOT_CHOSEN = SIZE_MAX;
     std::vector<size_t> places(all.size(), NOT_CHOSEN);
     for (int number : chosen)
-        places[(size_t)number - 1] = 0;
+        if (number != seam::BLANK_PAGE)
+            places[(size_t)number - 1] = 0;
     for (size_t i = 0; i < all.size(); i++) {
         if (places[i] == NOT_CHOSEN || !all[i].isDictionary()) {
             places[i] = NOT_CHOSEN;
@@ -168,9 +184,14 @@ void selectPages(Document *document, std::vector<QPDFObjectHandle> &all,
         page.number = (int)i + 1;
         document->pages.push_back(std::move(page));
     }
-    for (int number : chosen)
-        if (size_t place = places[(size_t)number - 1]; place != NOT_CHOSEN)
+    const size_t blank = document->pages.size();
+    if (blank > 0 && std::find(chosen.begin(), chosen.end(), seam::BLANK_PAGE) != chosen.end())
+        document->pages.push_back(blankPage(document, document->pages[0].object));
+    for (int number : chosen) {
+        size_t place = number == seam::BLANK_PAGE ? blank : places[(size_t)number - 1];
+        if (place < document->pages.size())
             document->order.push_back(place);
+    }
 }
 
 } // namespace

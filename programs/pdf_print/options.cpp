@@ -9,6 +9,7 @@
 
 #include <strings.h>
 
+#include "programs/pdf_print/arrangement.h"
 #include "programs/printing/values.h"
 #include "seam/options.h"
 
@@ -80,15 +81,6 @@ bool readJobOption(seam::Option option, const char *value, job::Options *job)
     case Option::PAPER:
         readPaper(value, &job->paper);
         return true;
-    case Option::FIT:
-        job->paper.scaling = job::Scaling::FIT;
-        return true;
-    case Option::SHRINK:
-        job->paper.scaling = job::Scaling::SHRINK;
-        return true;
-    case Option::ACTUAL:
-        job->paper.scaling = job::Scaling::ACTUAL;
-        return true;
     case Option::NO_CENTRE:
     case Option::NO_CENTER:
         job->paper.isCentred = false;
@@ -121,7 +113,8 @@ bool readOption(seam::Option option, const char *value, Arguments *arguments)
 {
     using seam::Option;
     constexpr Progress times[] = {Progress::AUTO, Progress::ALWAYS, Progress::NEVER};
-    if (seam::choosePagesBy(PROGRAM, option, value, &arguments->job.pages))
+    if (readArrangement(option, value, arguments) ||
+        seam::choosePagesBy(PROGRAM, option, value, &arguments->job.pages))
         return true;
     switch (option) {
     case Option::OUTPUT:
@@ -195,6 +188,7 @@ void complete(Arguments *arguments)
         misuse("The job goes to a file or to a printer, not to both.");
     if (arguments->printer.size() > 0 && arguments->printer[0] == '-')
         misuse("Not a printer: " + arguments->printer);
+    completeArrangement(arguments);
     if (!arguments->prepares && !seam::isRising(arguments->job.pages))
         misuse("With --no-prepare pages come in the document's order, each once.");
     bool isStandardInput = arguments->input == "-";

@@ -8,6 +8,7 @@
 
 #include "job/job.h"
 #include "programs/printing/preparation.h"
+#include "seam/options.h"
 
 enum Status {
     STATUS_DONE = 0,
@@ -26,6 +27,7 @@ struct Arguments {
     std::string pageMap; /* a file for the numbers of the job's pages; empty: none is wanted */
     PreparationOptions preparation;
     bool prepares = true;
+    bool isScalingGiven = false; /* --fit, --shrink, --actual or --scale */
     bool isStrict = false;
     bool isQuiet = false, isVerbose = false;
     Progress progress = Progress::AUTO;

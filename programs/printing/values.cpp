@@ -1,5 +1,5 @@
 /*
- * values.cpp - sizes of paper
+ * values.cpp - lengths and sizes of paper
  */
 #include "programs/printing/values.h"
 
@@ -62,4 +62,16 @@ bool readPaperSize(const std::string &name, const char *unit, int *width, int *h
             return true;
         }
     return readSize(name, unit, width, height);
+}
+
+bool readLength(const std::string &text, double *points)
+{
+    constexpr double LONGEST = 100000;
+    char unit[8] = "pt"; /* as in "0" */
+    double number = 0;
+    int used = 0;
+    sscanf(text.c_str(), "%lf%n%7s%n", &number, &used, unit, &used);
+    *points = number * pointsOf(unit);
+    bool isRead = used == (int)text.size() && used > 0;
+    return isRead && pointsOf(unit) > 0 && *points >= 0 && *points <= LONGEST;
 }

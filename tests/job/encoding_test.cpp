@@ -7,7 +7,6 @@
 
 #include "job/labels.h"
 #include "job/lzw.h"
-#include "job/place.h"
 #include "job/section.h"
 #include "tests/job/random_bytes.h"
 #include "tests/support/pdf_builder.h"
@@ -189,50 +188,6 @@ TEST(JobEncoding, NumbersOfPageLabels)
     EXPECT_EQ(job::styledNumber("a", 0), "");
     EXPECT_LE(job::styledNumber("r", INT32_MAX).size(), 210u) << "bounded";
     EXPECT_LE(job::styledNumber("a", INT32_MAX).size(), 200u) << "bounded";
-}
-
-using Numbers = std::vector<double>;
-
-Numbers matrixOf(const job::Placement &placed)
-{
-    return Numbers(placed.matrix, placed.matrix + 6);
-}
-
-TEST(JobPlacement, EachPagesOwnPaper)
-{
-    job::Placement placed = job::placePage(300, 400, {});
-    EXPECT_TRUE(placed.isIdentity());
-    EXPECT_EQ(placed.paperWidth, 300);
-    EXPECT_EQ(placed.paperHeight, 400);
-}
-
-TEST(JobPlacement, APageWithoutAreaIsNotScaled)
-{
-    for (int64_t size : {0, -7})
-        EXPECT_TRUE(job::placePage(size, 5, {600, 800, job::Scaling::FIT, true}).isIdentity());
-}
-
-TEST(JobPlacement, ScalesAndCentres)
-{
-    job::Paper paper = {600, 800, job::Scaling::FIT, true};
-    EXPECT_EQ(matrixOf(job::placePage(300, 200, {600, 400, job::Scaling::FIT, true})),
-              (Numbers{2, 0, 0, 2, 0, 0}));
-    EXPECT_EQ(matrixOf(job::placePage(300, 500, paper)), (Numbers{1.6, 0, 0, 1.6, 60, 0}));
-    paper.scaling = job::Scaling::SHRINK;
-    EXPECT_EQ(matrixOf(job::placePage(300, 500, paper)), (Numbers{1, 0, 0, 1, 150, 150}));
-    EXPECT_EQ(matrixOf(job::placePage(1200, 1600, paper)), (Numbers{0.5, 0, 0, 0.5, 0, 0}));
-    paper.scaling = job::Scaling::ACTUAL;
-    EXPECT_EQ(matrixOf(job::placePage(1200, 1600, paper)), (Numbers{1, 0, 0, 1, -300, -400}));
-    paper.isCentred = false;
-    EXPECT_EQ(matrixOf(job::placePage(300, 500, paper)), (Numbers{1, 0, 0, 1, 0, 0}));
-}
-
-TEST(JobPlacement, AWidePageOnTallPaperIsTurned)
-{
-    job::Placement placed = job::placePage(800, 600, {600, 800, job::Scaling::ACTUAL, true});
-    EXPECT_EQ(matrixOf(placed), (Numbers{0, 1, -1, 0, 600, 0}));
-    placed = job::placePage(500, 500, {600, 800, job::Scaling::ACTUAL, false});
-    EXPECT_EQ(matrixOf(placed), (Numbers{1, 0, 0, 1, 0, 0})) << "a square needs no turn";
 }
 
 } // namespace

@@ -147,7 +147,8 @@ TEST(PageRanges, SetAndOrderOfTheWholeList)
     EXPECT_EQ(seam::choosePages(ranges, 9).numbers, (Numbers{5, 3}));
     ranges = rangesOf("4");
     ranges.set = seam::PageSet::EVEN;
-    EXPECT_EQ(seam::choosePages(ranges, 9).fault->text, "One page is chosen; there is no even one.");
+    EXPECT_EQ(seam::choosePages(ranges, 9).fault->text,
+              "One page is chosen; there is no even one.");
 }
 
 TEST(PageRanges, RisingIsKnownFromTheList)
@@ -202,8 +203,42 @@ TEST(PageMap, IsReadWholeOrNotAtAll)
     Numbers numbers;
     for (const char *text :
          {"", "pages ", "pages 2\n", "pages 2\n3\n", "pages 2\n3\n1", "pages 1\n3\n1\n",
-          "pages 1\n0\n", "pages 1\n-3\n", "pages 1\nx\n", "pages x\n", "3\n1\n"})
+          "pages 1\n-1\n", "pages 1\n-3\n", "pages 1\nx\n", "pages x\n", "3\n1\n"})
         EXPECT_FALSE(seam::readPageMap(text, &numbers)) << text;
+}
+
+TEST(PageRanges, ABookletEndsWithBlankPages)
+{
+    auto booklet = [](const std::string &text, int pageCount) {
+        seam::PageRanges ranges;
+        if (!text.empty())
+            ranges = rangesOf(text);
+        ranges.isBooklet = true;
+        EXPECT_FALSE(seam::isRising(ranges));
+        EXPECT_FALSE(ranges.isWholeDocument());
+        return seam::choosePages(ranges, pageCount).numbers;
+    };
+    EXPECT_EQ(booklet("", 8), (Numbers{8, 1, 2, 7, 6, 3, 4, 5}));
+    EXPECT_EQ(booklet("", 1), (Numbers{0, 1, 0, 0}));
+    EXPECT_EQ(booklet("3-7", 9), (Numbers{0, 3, 4, 0, 0, 5, 6, 7}));
+}
+
+TEST(PageRanges, EachPageSeveralTimes)
+{
+    seam::PageRanges ranges = rangesOf("2,1");
+    ranges.times = 3;
+    EXPECT_EQ(seam::choosePages(ranges, 2).numbers, (Numbers{2, 2, 2, 1, 1, 1}));
+    seam::PageRanges large;
+    large.times = 100;
+    EXPECT_TRUE(seam::choosePages(large, 20000).fault) << "no more than a million pages";
+}
+
+TEST(PageRanges, APageMapKnowsBlankPages)
+{
+    Numbers numbers;
+    EXPECT_TRUE(seam::readPageMap(seam::pageMapText({0, 1, 2, 0}), &numbers));
+    EXPECT_EQ(numbers, (Numbers{0, 1, 2, 0}));
+    EXPECT_FALSE(seam::readPageMap("pages 1\n-1\n", &numbers));
 }
 
 } // namespace

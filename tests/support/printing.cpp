@@ -123,7 +123,8 @@ std::vector<Section> sectionsOf(const std::string &job)
         std::string line = job.substr(at, end - at);
         at = end + 1;
         std::string procedure = lastWord(line);
-        bool isCall = procedure == "PdfPage" || procedure == "PdfShared" ||
+        bool isCall = procedure == "PdfPage" || procedure == "PdfCell" ||
+                      procedure == "PdfShared" ||
                       (procedure == "exec" && line.find("currentfile") != std::string::npos);
         if (!isCall)
             continue;
