@@ -20,6 +20,9 @@ _pdf_print() {
     --title)
         return
         ;;
+    --user)
+        return
+        ;;
     --pages)
         return
         ;;
@@ -40,6 +43,25 @@ _pdf_print() {
         ;;
     --paper)
         COMPREPLY=($(compgen -W "match a3 a4 a5 a6 b4 b5 letter legal tabloid ledger executive statement folio" -- "$word"))
+        return
+        ;;
+    --ppd)
+        COMPREPLY=($(compgen -f -- "$word"))
+        return
+        ;;
+    --tray)
+        return
+        ;;
+    --media-type)
+        return
+        ;;
+    --output-bin)
+        return
+        ;;
+    --staple)
+        return
+        ;;
+    --option)
         return
         ;;
     --n-up)
@@ -97,6 +119,8 @@ _pdf_print() {
         COMPREPLY=($(compgen -W "--output=
             --printer=
             --title=
+            --user=
+            --pjl
             --pages=
             --page-set=
             --reverse
@@ -109,6 +133,12 @@ _pdf_print() {
             --shrink
             --actual
             --no-centre
+            --ppd=
+            --tray=
+            --media-type=
+            --output-bin=
+            --staple=
+            --option=
             --n-up=
             --n-up-order=
             --borders

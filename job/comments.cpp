@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <set>
 
+#include "job/ascii.h"
 #include "zelkov/format.h"
 
 namespace job {
@@ -14,6 +15,7 @@ namespace {
 
 constexpr size_t LONGEST_TEXT = 200;
 constexpr size_t LONGEST_LINE = 240;
+constexpr char PJL_LANGUAGE_EXIT[] = "\033%-12345X";
 
 /* What the pages of a side cover. */
 PointBox boundingBox(const PlacedSide &side)
@@ -129,13 +131,13 @@ void writeSetting(ZFile *job, const char *feature, const std::string &entries)
 std::string commentText(const std::string &text)
 {
     std::string out = "(";
-    for (char c : text) {
+    for (char c : asAscii(text)) {
         bool isSpecial = c == '(' || c == ')' || c == '\\';
         if (out.size() + (isSpecial ? 2 : 1) >= LONGEST_TEXT)
             break;
         if (isSpecial)
             out += '\\';
-        out += c >= ' ' && c <= '~' ? c : '?';
+        out += c;
     }
     return out + ")";
 }
@@ -144,6 +146,8 @@ void writeHeader(ZFile *job, const Options &options, const Plan &plan)
 {
     fputstr(job, options.isEncapsulated ? "%!PS-Adobe-3.0 EPSF-3.0" : "%!PS-Adobe-3.0");
     fputstr_arg(job, "%%%%Title: %s", commentText(options.title).c_str());
+    if (!options.user.empty())
+        fputstr_arg(job, "%%%%For: %s", commentText(options.user).c_str());
     fputstr(job, "%%Creator: (pdf_print " PDF_PRINT_VERSION ")");
     fputstr_arg(job, "%%%%LanguageLevel: %d", options.level);
     fputstr_arg(job, "%%%%DocumentData: %s", options.isBinary ? "Binary" : "Clean7Bit");
@@ -174,6 +178,40 @@ void writeDeviceSettings(ZFile *job, const Options &options)
         writeSetting(job, "Duplex DuplexNoTumble", "/Duplex true /Tumble false");
     if (options.duplex == Duplex::SHORT_EDGE)
         writeSetting(job, "Duplex DuplexTumble", "/Duplex true /Tumble true");
+    for (const DeviceSetting &setting : options.settings)
+        writeSetting(job, setting.feature.c_str(), setting.entries);
+    if (!options.features.empty())
+        fputm(job, options.features.data(), options.features.size());
+}
+
+/* ---- PJL */
+
+/* A value between quotation marks: printable, and none of them inside. */
+std::string pjlText(const std::string &text)
+{
+    constexpr size_t LONGEST_VALUE = 80;
+    std::string out = "\"";
+    for (char c : asAscii(text).substr(0, LONGEST_VALUE))
+        out += c == '"' ? '\'' : c;
+    return out + "\"";
+}
+
+void writePjlBegin(ZFile *job, const Options &options)
+{
+    std::string text = PJL_LANGUAGE_EXIT;
+    text += "@PJL JOB NAME = " + pjlText(options.title) + "\r\n";
+    text += "@PJL SET JOBNAME = " + pjlText(options.title) + "\r\n";
+    if (!options.user.empty())
+        text += "@PJL SET USERNAME = " + pjlText(options.user) + "\r\n";
+    text += "@PJL ENTER LANGUAGE = POSTSCRIPT\r\n";
+    fputm(job, text.data(), text.size());
+}
+
+void writePjlEnd(ZFile *job, const Options &options)
+{
+    std::string text = PJL_LANGUAGE_EXIT;
+    text += "@PJL EOJ NAME = " + pjlText(options.title) + "\r\n" + PJL_LANGUAGE_EXIT;
+    fputm(job, text.data(), text.size());
 }
 
 void writeSideComments(ZFile *job, const Options &options, const PlacedSide &side, size_t ordinal)

@@ -168,13 +168,18 @@ void writeSetup(PageWriter *writer)
 
 void writeDocument(PageWriter *writer)
 {
-    writeHeader(writer->job, *writer->options, *writer->plan);
+    const Options &options = *writer->options;
+    if (options.hasPjl)
+        writePjlBegin(writer->job, options);
+    writeHeader(writer->job, options, *writer->plan);
     writeRuntime(writer->job, writer->encoding, *writer->plan);
     writeSetup(writer);
     writePages(writer);
     fputstr(writer->job, "%%Trailer");
     fputstr(writer->job, "PdfEnd");
     fputstr(writer->job, "%%EOF");
+    if (options.hasPjl)
+        writePjlEnd(writer->job, options);
 }
 
 /* ---- one job */

@@ -54,12 +54,21 @@ struct Arrangement {
     int tiles() const { return tilesAcross * tilesDown; }
 };
 
+/* A setting of the device: entries of the dictionary for `setpagedevice`. */
+struct DeviceSetting {
+    std::string feature; /* as comments call it */
+    std::string entries;
+};
+
 struct Options {
     seam::PageRanges pages; /* wanted: in the document's order, each once; see isRising */
     /* What page n of the input is called in messages and comments: entry n - 1; n beyond them. */
     std::vector<int> pageNumbers;
 
-    std::string title;
+    std::string title, user; /* `user` may be empty */
+    bool hasPjl = false;     /* the job stands between commands of PJL */
+    std::vector<DeviceSetting> settings;
+    std::string features; /* PostScript for the setup, from the printer's description */
     int copies = 1;
     bool isCollated = false;
     Duplex duplex = Duplex::UNSET;

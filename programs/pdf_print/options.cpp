@@ -10,6 +10,7 @@
 #include <strings.h>
 
 #include "programs/pdf_print/arrangement.h"
+#include "programs/pdf_print/features.h"
 #include "programs/printing/values.h"
 #include "seam/options.h"
 
@@ -113,7 +114,7 @@ bool readOption(seam::Option option, const char *value, Arguments *arguments)
 {
     using seam::Option;
     constexpr Progress times[] = {Progress::AUTO, Progress::ALWAYS, Progress::NEVER};
-    if (readArrangement(option, value, arguments) ||
+    if (readArrangement(option, value, arguments) || readFeature(option, value, arguments) ||
         seam::choosePagesBy(PROGRAM, option, value, &arguments->job.pages))
         return true;
     switch (option) {
@@ -217,5 +218,6 @@ Arguments readArguments(int argc, char **argv)
     line.inputs.push_back(arguments.input);
     line.outputs.push_back(arguments.output);
     seam::refuseOverwriting(PROGRAM, line);
+    completeFeatures(&arguments);
     return arguments;
 }

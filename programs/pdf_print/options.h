@@ -5,6 +5,7 @@
 #define PDF_PRINT_OPTIONS_H
 
 #include <string>
+#include <vector>
 
 #include "job/job.h"
 #include "programs/printing/preparation.h"
@@ -25,6 +26,8 @@ struct Arguments {
     std::string output;  /* "-": standard output; empty: beside the input, or the printer's */
     std::string printer; /* empty: none */
     std::string pageMap; /* a file for the numbers of the job's pages; empty: none is wanted */
+    std::string ppd;     /* the printer's description; empty: none */
+    std::vector<std::string> features; /* of it: "NAME=VALUE", NAME may be "A|B" */
     PreparationOptions preparation;
     bool prepares = true;
     bool isScalingGiven = false; /* --fit, --shrink, --actual or --scale */

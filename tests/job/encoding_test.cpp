@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "job/ascii.h"
 #include "job/labels.h"
 #include "job/lzw.h"
 #include "job/section.h"
@@ -188,6 +189,17 @@ TEST(JobEncoding, NumbersOfPageLabels)
     EXPECT_EQ(job::styledNumber("a", 0), "");
     EXPECT_LE(job::styledNumber("r", INT32_MAX).size(), 210u) << "bounded";
     EXPECT_LE(job::styledNumber("a", INT32_MAX).size(), 200u) << "bounded";
+}
+
+TEST(JobTexts, AreWrittenInAscii)
+{
+    EXPECT_EQ(job::asAscii("plain ~"), "plain ~");
+    EXPECT_EQ(job::asAscii("Größe Ærø Čapek ŒUVRE Łódź"), "Grosse AEro Capek OEUVRE Lodz");
+    EXPECT_EQ(job::asAscii("“a” – ‘b’… 5 €"), "\"a\" - 'b'... 5 EUR");
+    EXPECT_EQ(job::asAscii("日本\t\x7f"), "????");
+    EXPECT_EQ(job::asAscii("\xff\xc3"), "??");
+    EXPECT_EQ(job::asAscii("\xe2\x80"), "??");
+    EXPECT_EQ(job::asAscii(""), "");
 }
 
 } // namespace
