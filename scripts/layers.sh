@@ -31,6 +31,7 @@ prepare                          seam prepare/model prepare/document prepare/con
 job                              seam zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer tools/zolak1_3/pdf_to_ps/frame
 programs/printing                seam zelkov job
 programs/pdf_print               seam zelkov job programs/printing
+programs/pdf_print-ppd           -
 programs/pdf_print-preview       seam zelkov programs/printing
 programs/pdf_to_ps-cups          seam zelkov job programs/printing
 '
