@@ -20,11 +20,12 @@ constexpr size_t SLOTS = 64;
 enum SlotState : int { SLOT_FREE_TO_TAKE, SLOT_BEING_FILLED, SLOT_FILE, SLOT_DIRECTORY };
 
 struct Slot {
-    std::atomic<int> state;
-    char path[PATH_MAX]; /* valid in the states FILE and DIRECTORY */
+    std::atomic<int> state = SLOT_FREE_TO_TAKE;
+    char path[PATH_MAX] = {}; /* valid in the states FILE and DIRECTORY */
 };
 
-Slot slots[SLOTS];
+/* 64 pages of memory, of which a run touches one or two. */
+constinit Slot slots[SLOTS];
 
 /* For the threads that change the list; the signal handler never takes it. */
 std::mutex changing;
@@ -70,6 +71,13 @@ void cleanup_forget(const std::string &path)
     std::lock_guard lock(changing);
     for (Slot &slot : slots)
         if (holds(slot, path))
+            slot.state.store(SLOT_FREE_TO_TAKE);
+}
+
+void cleanup_forgetAll()
+{
+    for (Slot &slot : slots)
+        if (slot.state.load() != SLOT_FREE_TO_TAKE)
             slot.state.store(SLOT_FREE_TO_TAKE);
 }
 

@@ -1,5 +1,7 @@
 /*
  * main.cpp - the command pdf_print: a document through its stages, to a file or a printer
+ *
+ * Called by its other name it is the command pdf_prepare.
  */
 #include <atomic>
 #include <cstdio>
@@ -11,6 +13,9 @@
 #include <unistd.h>
 
 #include "programs/pdf_print/options.h"
+#if defined(HAS_PREPARATION)
+#include "programs/preparing/command.h"
+#endif
 #include "programs/printing/document.h"
 #include "programs/printing/process.h"
 #include "seam/pages.h"
@@ -144,13 +149,33 @@ int printOne(Teller &teller)
     return printed == Printed::INCOMPLETE ? STATUS_INCOMPLETE : STATUS_DONE;
 }
 
+/* The command pdf_prepare of this program; null when it was built without. */
+PrepareCommand ownPreparation()
+{
+#if defined(HAS_PREPARATION)
+    return prepareCommand;
+#else
+    return nullptr;
+#endif
+}
+
+bool isCalled(const char *name, const char *path)
+{
+    const char *slash = strrchr(path, '/');
+    return strcmp(slash ? slash + 1 : path, name) == 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+    PrepareCommand preparation = ownPreparation();
+    if (preparation && argc > 0 && isCalled("pdf_prepare", argv[0]))
+        return preparation(argc, argv);
     process_begin();
     host().listener = nullptr; /* the reason stands in our own messages */
     Arguments arguments = readArguments(argc, argv);
+    arguments.preparation.command = preparation;
     Teller teller;
     teller.arguments = &arguments;
     int status;

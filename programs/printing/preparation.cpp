@@ -1,5 +1,8 @@
 /*
  * preparation.cpp - pdf_prepare as a process of its own
+ *
+ * What stands in its place is called as it is.  Where that is this program under its other name,
+ * the process goes on with it as it stands in memory, which saves the start of a program.
  */
 #include "programs/printing/preparation.h"
 
@@ -29,6 +32,21 @@ std::vector<std::string> commandLine(const PreparationOptions &options)
     return words;
 }
 
+ProcessResult runPreparation(std::vector<std::string> words, PrepareCommand command,
+                             const std::function<void(const std::string &)> &line)
+{
+    if (!command || !isThisProgram(words[0]))
+        return runProcess(words, line);
+    auto work = [&] {
+        std::vector<char *> arguments;
+        for (std::string &word : words)
+            arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        return command((int)words.size(), arguments.data());
+    };
+    return runInChild(work, line);
+}
+
 } // namespace
 
 Preparation prepareDocument(const PreparationOptions &options, const std::string &input,
@@ -46,7 +64,8 @@ Preparation prepareDocument(const PreparationOptions &options, const std::string
         words.push_back("--resolution=" + options.resolution);
     words.insert(words.end(), {"--", input, plain});
     ProcessResult result =
-        runProcess(words, [&](const std::string &line) { pass(seam::readLine(line)); });
+        runPreparation(std::move(words), options.command,
+                       [&](const std::string &line) { pass(seam::readLine(line)); });
     if (!result.isStarted && (errno == ENOENT || errno == EACCES)) {
         pass(notice(seam::Message::NoPreparation, 0));
         return Preparation::MISSING;

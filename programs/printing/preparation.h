@@ -12,11 +12,16 @@
 
 #include "seam/messages.h"
 
+/* What pdf_prepare does, for a program that has it in itself: takes its arguments, the first of
+ * which is its name, and answers the exit status. */
+using PrepareCommand = int (*)(int argc, char **argv);
+
 /* What it is told; empty: its own defaults. */
 struct PreparationOptions {
     seam::PageRanges pages;
     std::string passwordFile, annotations, resolution, level, maxTime;
-    std::string pageMap; /* a file that does not exist, for the page map */
+    std::string pageMap;              /* a file that does not exist, for the page map */
+    PrepareCommand command = nullptr; /* of this program, if pdf_prepare is another name of it */
 };
 
 enum class Preparation {

@@ -7,13 +7,18 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdio>
+#include <exception>
 #include <iterator>
 #include <string_view>
 
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "zelkov/process.h"
 
 namespace {
 
@@ -48,6 +53,12 @@ class SignalsGoToChild {
             if (before[i].sa_handler != SIG_IGN)
                 sigaction(ENDING_SIGNALS[i], &action, nullptr);
         }
+        /* A child gets none before it has begun: here it would be this process's handler. */
+        sigset_t held;
+        sigemptyset(&held);
+        for (int number : ENDING_SIGNALS)
+            sigaddset(&held, number);
+        sigprocmask(SIG_BLOCK, &held, &mask);
     }
     ~SignalsGoToChild()
     {
@@ -60,21 +71,37 @@ class SignalsGoToChild {
     SignalsGoToChild(const SignalsGoToChild &) = delete;
     SignalsGoToChild &operator=(const SignalsGoToChild &) = delete;
 
-    /* From here on there is a child; a signal that came before it was known reaches it, too. */
+    /* From here on there is a child, or none; a signal that came before that has its effect now. */
     void setChild(pid_t child)
     {
         runningChild = child;
-        if (receivedSignal)
-            kill(child, SIGTERM);
+        sigprocmask(SIG_SETMASK, &mask, nullptr);
+    }
+
+    /* In the child: signals have the effect that they had before this program began. */
+    void leaveToChild() const
+    {
+        for (int number : ENDING_SIGNALS) {
+            struct sigaction action = {};
+            if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+                signal(number, SIG_DFL);
+        }
+        sigprocmask(SIG_SETMASK, &mask, nullptr);
     }
 
   private:
+    sigset_t mask;
     struct sigaction before[SIGNAL_COUNT];
 };
 
-/* The child's side, up to the other program.  Tells through the pipe why it could not begin. */
-[[noreturn]] void become(const std::vector<std::string> &arguments, int output, int errors,
-                         int started)
+/* The descriptors that a child begins with. */
+struct Ends {
+    int output, errors; /* standard output and standard error */
+    int started;        /* for the reason why it could not begin; closed by its beginning */
+};
+
+/* What every child has: an end when this process ends, and three files. */
+void beginChild(const Ends &ends)
 {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     signal(SIGPIPE, SIG_DFL);
@@ -82,16 +109,38 @@ class SignalsGoToChild {
     int nothing = open("/dev/null", O_RDONLY);
     if (nothing >= 0)
         dup2(nothing, STDIN_FILENO);
-    dup2(output, STDOUT_FILENO);
-    dup2(errors, STDERR_FILENO);
+    dup2(ends.output, STDOUT_FILENO);
+    dup2(ends.errors, STDERR_FILENO);
+}
+
+/* The child's side, up to the other program.  Tells through the pipe why it could not begin. */
+[[noreturn]] void become(const std::vector<std::string> &arguments, const Ends &ends)
+{
+    beginChild(ends);
     std::vector<char *> words;
     for (const std::string &argument : arguments)
         words.push_back(const_cast<char *>(argument.c_str()));
     words.push_back(nullptr);
     execvp(words[0], words.data());
     int reason = errno;
-    [[maybe_unused]] ssize_t told = write(started, &reason, sizeof reason);
+    [[maybe_unused]] ssize_t told = write(ends.started, &reason, sizeof reason);
     _exit(CANNOT_START);
+}
+
+/* The child's side when it goes on with this program. */
+[[noreturn]] void workOn(const std::function<int()> &work, const Ends &ends)
+{
+    process_forked();
+    beginChild(ends);
+    close_range(STDERR_FILENO + 1, UINT_MAX, 0);
+    int status = CANNOT_START;
+    try {
+        status = work();
+    } catch (const std::exception &error) {
+        fprintf(stderr, "%s\n", error.what());
+    }
+    fflush(nullptr);
+    _exit(status);
 }
 
 void readLines(int from, const std::function<void(const std::string &)> &line)
@@ -170,9 +219,12 @@ std::string ownProgram(const std::string &name)
     return name;
 }
 
-ProcessResult runProcess(const std::vector<std::string> &arguments,
-                         const std::function<void(const std::string &)> &line,
-                         const std::string &output)
+namespace {
+
+/* Forks, and follows the child that `begin` has become. */
+ProcessResult runChild(const std::function<void(const Ends &)> &begin,
+                       const std::function<void(const std::string &)> &line,
+                       const std::string &output)
 {
     int receiver = output.empty()
                        ? open("/dev/null", O_WRONLY | O_CLOEXEC)
@@ -184,14 +236,18 @@ ProcessResult runProcess(const std::vector<std::string> &arguments,
         reason = errno;
     } else {
         SignalsGoToChild signals;
+        fflush(nullptr);
         pid_t child = fork();
-        if (child == 0)
-            become(arguments, receiver, errors[1], started[1]);
+        if (child == 0) {
+            signals.leaveToChild();
+            begin({receiver, errors[1], started[1]});
+            _exit(CANNOT_START);
+        }
         reason = child < 0 ? errno : 0;
         closeOnce(&errors[1]);
         closeOnce(&started[1]);
+        signals.setChild(child);
         if (child > 0) {
-            signals.setChild(child);
             result = follow(child, errors[0], started[0], line, &reason);
         }
     }
@@ -200,4 +256,26 @@ ProcessResult runProcess(const std::vector<std::string> &arguments,
     result.isStarted = reason == 0;
     errno = reason;
     return result;
+}
+
+} // namespace
+
+ProcessResult runProcess(const std::vector<std::string> &arguments,
+                         const std::function<void(const std::string &)> &line,
+                         const std::string &output)
+{
+    return runChild([&](const Ends &ends) { become(arguments, ends); }, line, output);
+}
+
+ProcessResult runInChild(const std::function<int()> &work,
+                         const std::function<void(const std::string &)> &line)
+{
+    return runChild([&](const Ends &ends) { workOn(work, ends); }, line, "");
+}
+
+bool isThisProgram(const std::string &path)
+{
+    struct stat own, other;
+    return stat("/proc/self/exe", &own) == 0 && stat(path.c_str(), &other) == 0 &&
+           own.st_dev == other.st_dev && own.st_ino == other.st_ino;
 }

@@ -12,6 +12,9 @@
  * name, by which the environment finds it. */
 std::string ownProgram(const std::string &name);
 
+/* Is this file the program that is running? */
+bool isThisProgram(const std::string &path);
+
 struct ProcessResult {
     bool isStarted = false; /* false: errno says why */
     int status = 0;         /* exit status; 128 and more: ended by a signal */
@@ -23,5 +26,12 @@ struct ProcessResult {
 ProcessResult runProcess(const std::vector<std::string> &arguments,
                          const std::function<void(const std::string &)> &line,
                          const std::string &output = "");
+
+/* The same with work of this program in the place of another one: a child, which starts as a called
+ * program does, with no files of this process open and nothing to remove at its end but what the
+ * work makes.  The work answers the exit status; what it writes on standard output is thrown away.
+ */
+ProcessResult runInChild(const std::function<int()> &work,
+                         const std::function<void(const std::string &)> &line);
 
 #endif

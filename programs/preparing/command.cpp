@@ -1,5 +1,5 @@
 /*
- * main.cpp - the command pdf_prepare: options, limits, one document, an exit status
+ * command.cpp - the command pdf_prepare: options, limits, one document, an exit status
  *
  * The work is done in a child process with limits on memory, time and output, because what a
  * document asks for is not known beforehand.  When the child ends by one of them, or by a fault of
@@ -8,6 +8,8 @@
  * Status 1 always has an error on standard error: whoever answers it has called `fail`, and the
  * child's own one counts only when it comes as STATUS_TOLD.
  */
+#include "programs/preparing/command.h"
+
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -106,8 +108,7 @@ bool readOption(seam::Option option, const char *value, Arguments *arguments)
         options.password = readPassword(value);
         return true;
     case Option::MAX_TIME:
-        arguments->mostSeconds =
-            (int)seam::readNumber(PROGRAM, value, "The time", 1, MOST_SECONDS);
+        arguments->mostSeconds = (int)seam::readNumber(PROGRAM, value, "The time", 1, MOST_SECONDS);
         return true;
     case Option::IF_NEEDED:
         arguments->ifNeeded = true;
@@ -279,8 +280,8 @@ void endCalled()
 /* A number that the child shares with this process; null where there is no room. */
 volatile int *newSharedNumber()
 {
-    void *page = mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1,
-                      0);
+    void *page =
+        mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     return page == MAP_FAILED ? nullptr : static_cast<volatile int *>(page);
 }
 char temporaryPath[PATH_MAX], scratchPath[PATH_MAX];
@@ -417,7 +418,7 @@ std::string scratchPrefix()
 
 } // namespace
 
-int main(int argc, char **argv)
+int prepareCommand(int argc, char **argv)
 {
     Arguments arguments = readArguments(argc, argv);
     struct stat info;

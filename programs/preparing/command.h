@@ -1,0 +1,12 @@
+/*
+ * command.h - the command pdf_prepare, for the program that is called so
+ */
+#ifndef PREPARING_COMMAND_H
+#define PREPARING_COMMAND_H
+
+/* Does what `pdf_prepare` is asked for by these arguments, the first of which is its name; answers
+ * the exit status.  The document is read in a process of its own, with limits; wrong arguments and
+ * --help end this process. */
+int prepareCommand(int argc, char **argv);
+
+#endif
