@@ -23,14 +23,18 @@ constexpr size_t PIECE = 64 << 10;       /* bytes of zlib's output */
 constexpr int ZLIB_LEVEL = 6, WHOLE_LEVEL = 6;
 constexpr uint8_t HEADER[] = {0x78, 0x9C}; /* of a zlib stream: a window of 32 KB */
 
-/* Is it mostly digits, as of a drawing?  In what has few different bytes zlib finds more to refer
- * to: there the other would be larger by a tenth. */
-bool isMostlyDigits(Bytes text)
+/* Is it text as of a page?  In what is mostly digits, as a drawing is, and in text with programs of
+ * fonts in between zlib finds more to refer to: there the other would be larger by up to a tenth.
+ */
+bool isPlainText(Bytes text)
 {
     constexpr size_t SAMPLE = 16 << 10;
-    constexpr double MOST_BITS = 4.0;
+    constexpr double LEAST_BITS = 4.0, MOST_BITS = 5.8;
     size_t count = std::min(text.size(), SAMPLE);
-    return count > 0 && bitsPerByte(text.subspan((text.size() - count) / 2, count)) < MOST_BITS;
+    if (count == 0)
+        return true;
+    double bits = bitsPerByte(text.subspan((text.size() - count) / 2, count));
+    return bits >= LEAST_BITS && bits <= MOST_BITS;
 }
 
 } // namespace
@@ -84,7 +88,7 @@ void Deflater::passThrough(bool isCompressedAlready)
 
 void Deflater::finish()
 {
-    if (isMostlyDigits(waiting))
+    if (!isPlainText(waiting))
         startStreaming();
     if (waiting.size() >= LEAST_WHOLE || !isStreaming) {
         endStreaming();
