@@ -19,6 +19,7 @@
 #include <qpdf/Pipeline.hh>
 #include <unistd.h>
 
+#include "prepare/model/objects.h"
 #include "seam/files.h"
 
 namespace prepare {
@@ -33,9 +34,10 @@ constexpr size_t OUTPUT_PART = 256u << 10; /* bytes that are written at once */
                              strerror(errno) + ".");
 }
 
-/* The file, and how much of it there is. */
+/* The file, and how much of it there is; without a file all of it stays in memory. */
 class Output {
   public:
+    Output() = default;
     explicit Output(const std::string &path)
         : file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666))
     {
@@ -54,14 +56,17 @@ class Output {
 
     Output &operator<<(std::string_view text)
     {
-        if (waiting.size() + text.size() > OUTPUT_PART)
+        bool isKept = file < 0;
+        if (!isKept && waiting.size() + text.size() > OUTPUT_PART)
             flush();
-        if (text.size() > OUTPUT_PART)
+        if (!isKept && text.size() > OUTPUT_PART)
             put(text);
         else
             waiting.append(text);
         return *this;
     }
+
+    std::string takeText() { return std::move(waiting); }
 
     void finish()
     {
@@ -86,7 +91,7 @@ class Output {
         waiting.clear();
     }
 
-    int file;
+    int file = -1;
     uint64_t written = 0;
     std::string waiting;
 };
@@ -104,9 +109,11 @@ struct Gather : Pipeline {
 };
 
 struct Writing {
+    Writing() = default;
     explicit Writing(const std::string &path) : out(path) {}
 
     Output out;
+    bool leavesPages = false; /* pages, and nodes of trees of pages, that have no number are null */
     std::vector<QPDFObjectHandle> objects; /* in the order of their new numbers, from 1 */
     std::map<QPDFObjGen, size_t> numbers;  /* of the objects that have one */
     std::vector<uint64_t> offsets;         /* of those that are written */
@@ -156,10 +163,20 @@ void addDirect(Writing *writing, QPDFObjectHandle value)
     }
 }
 
+bool isPageNode(QPDFObjectHandle value)
+{
+    std::string type = value.isDictionary() ? nameOr(value.getKey("/Type")) : "";
+    return type == "/Page" || type == "/Pages";
+}
+
 /* The value, or what it is referred to by. */
 void addValue(Writing *writing, QPDFObjectHandle value)
 {
-    if (value.isIndirect())
+    bool isLeft = writing->leavesPages && value.isIndirect() &&
+                  !writing->numbers.count(value.getObjGen()) && isPageNode(value);
+    if (isLeft)
+        writing->text += "null";
+    else if (value.isIndirect())
         writing->text += std::to_string(numberOf(writing, value)) + " 0 R";
     else
         addDirect(writing, value);
@@ -170,7 +187,8 @@ void addStream(Writing *writing, QPDFObjectHandle stream)
     writing->data.clear();
     Gather gather(&writing->data);
     bool isDecoded = false;
-    if (!stream.pipeStreamData(&gather, &isDecoded, 0, qpdf_dl_none, true, false))
+    bool isWhole = stream.pipeStreamData(&gather, &isDecoded, 0, qpdf_dl_none, true, false);
+    if (!isWhole && !writing->leavesPages) /* a renderer takes what there is */
         throw std::runtime_error("Data of a stream cannot be read.");
     writing->text += "<< ";
     addEntries(writing, stream.getDict(), true);
@@ -206,19 +224,46 @@ void writeTable(Writing *writing)
         << std::to_string(begin) << "\n%%EOF\n";
 }
 
+/* All that is numbered, and what is come to from there; the table. */
+void writeObjects(Writing *writing)
+{
+    writing->out << "%PDF-1.2\n%\xBF\xF7\xA2\xFE\n";
+    for (size_t i = 0; i < writing->objects.size(); i++) {
+        QPDFObjectHandle object = writing->objects[i];
+        writeObject(writing, object);
+    }
+    writeTable(writing);
+}
+
 } // namespace
 
 void writeCanonicalFile(QPDFObjectHandle root, const std::string &path)
 {
     Writing writing(path);
-    writing.out << "%PDF-1.2\n%\xBF\xF7\xA2\xFE\n";
     numberOf(&writing, root);
-    for (size_t i = 0; i < writing.objects.size(); i++) {
-        QPDFObjectHandle object = writing.objects[i];
-        writeObject(&writing, object);
-    }
-    writeTable(&writing);
+    writeObjects(&writing);
     writing.out.finish();
+}
+
+std::string singlePageFile(QPDFObjectHandle page)
+{
+    QPDF *pdf = page.getOwningQPDF();
+    QPDFObjectHandle only = page.isIndirect() ? page : pdf->makeIndirectObject(page);
+    QPDFObjectHandle tree = QPDFObjectHandle::newDictionary();
+    tree.replaceKey("/Type", QPDFObjectHandle::newName("/Pages"));
+    tree.replaceKey("/Count", QPDFObjectHandle::newInteger(1));
+    tree.replaceKey("/Kids", QPDFObjectHandle::newArray({only}));
+    tree = pdf->makeIndirectObject(tree);
+    only.replaceKey("/Parent", tree);
+    QPDFObjectHandle root = QPDFObjectHandle::newDictionary();
+    root.replaceKey("/Type", QPDFObjectHandle::newName("/Catalog"));
+    root.replaceKey("/Pages", tree);
+    Writing writing;
+    for (QPDFObjectHandle object : {pdf->makeIndirectObject(root), tree, only})
+        numberOf(&writing, object);
+    writing.leavesPages = true;
+    writeObjects(&writing);
+    return writing.out.takeText();
 }
 
 } // namespace prepare
