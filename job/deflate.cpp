@@ -18,7 +18,7 @@ namespace {
 
 constexpr size_t MOST_WAITING = 8 << 20; /* bytes of text that are compressed at once */
 constexpr size_t WINDOW = 32 << 10;      /* how far back compressed text refers */
-constexpr size_t LEAST_WHOLE = 16 << 10; /* bytes of text that need none in front of them */
+constexpr size_t LEAST_WHOLE = 64 << 10; /* bytes of text that need none in front of them */
 constexpr size_t PIECE = 64 << 10;       /* bytes of zlib's output */
 constexpr int ZLIB_LEVEL = 6, WHOLE_LEVEL = 6;
 constexpr uint8_t HEADER[] = {0x78, 0x9C}; /* of a zlib stream: a window of 32 KB */
@@ -28,11 +28,11 @@ constexpr uint8_t HEADER[] = {0x78, 0x9C}; /* of a zlib stream: a window of 32 K
  */
 bool isPlainText(Bytes text)
 {
-    constexpr size_t SAMPLE = 16 << 10;
+    constexpr size_t LEAST = 256, SAMPLE = 64 << 10; /* bytes */
     constexpr double LEAST_BITS = 4.0, MOST_BITS = 5.8;
     size_t count = std::min(text.size(), SAMPLE);
-    if (count == 0)
-        return true;
+    if (count < LEAST) /* of which only zlib makes less */
+        return count == 0;
     double bits = bitsPerByte(text.subspan((text.size() - count) / 2, count));
     return bits >= LEAST_BITS && bits <= MOST_BITS;
 }
