@@ -27,7 +27,7 @@ prepare/page                     seam prepare/model prepare/document prepare/con
 prepare/paint                    seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page
 prepare/canonical                seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page
 prepare/cryptography
-programs/preparing               seam prepare prepare/document prepare/paint
+programs/preparing               seam prepare prepare/document prepare/paint programs/printing
 prepare                          seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page prepare/paint prepare/canonical tools/zolak1_3/pdf_to_ps/reader
 job                              seam zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer tools/zolak1_3/pdf_to_ps/frame
 programs/printing                seam zelkov job

@@ -149,17 +149,7 @@ int printOne(Teller &teller)
     return printed == Printed::INCOMPLETE ? STATUS_INCOMPLETE : STATUS_DONE;
 }
 
-/* The command pdf_prepare of this program; null when it was built without. */
-PrepareCommand ownPreparation()
-{
-#if defined(HAS_PREPARATION)
-    return prepareCommand;
-#else
-    return nullptr;
-#endif
-}
-
-bool isCalled(const char *name, const char *path)
+[[maybe_unused]] bool isCalled(const char *name, const char *path)
 {
     const char *slash = strrchr(path, '/');
     return strcmp(slash ? slash + 1 : path, name) == 0;
@@ -169,13 +159,16 @@ bool isCalled(const char *name, const char *path)
 
 int main(int argc, char **argv)
 {
-    PrepareCommand preparation = ownPreparation();
-    if (preparation && argc > 0 && isCalled("pdf_prepare", argv[0]))
-        return preparation(argc, argv);
+#if defined(HAS_PREPARATION)
+    if (argc > 0 && isCalled("pdf_prepare", argv[0]))
+        return prepareCommand(argc, argv);
+#endif
     process_begin();
     host().listener = nullptr; /* the reason stands in our own messages */
     Arguments arguments = readArguments(argc, argv);
-    arguments.preparation.command = preparation;
+#if defined(HAS_PREPARATION)
+    arguments.preparation.own = makePreparation;
+#endif
     Teller teller;
     teller.arguments = &arguments;
     int status;

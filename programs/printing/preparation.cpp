@@ -2,7 +2,8 @@
  * preparation.cpp - pdf_prepare as a process of its own
  *
  * What stands in its place is called as it is.  Where that is this program under its other name,
- * the process goes on with it as it stands in memory, which saves the start of a program.
+ * the work is done by a fork of it, with the limits that it has there, and this process watches
+ * over it: that saves the start of a program, and a process in between.
  */
 #include "programs/printing/preparation.h"
 
@@ -32,19 +33,17 @@ std::vector<std::string> commandLine(const PreparationOptions &options)
     return words;
 }
 
-ProcessResult runPreparation(std::vector<std::string> words, PrepareCommand command,
-                             const std::function<void(const std::string &)> &line)
+ProcessResult runPreparation(const std::vector<std::string> &words, MakePreparation make,
+                             const std::function<void(const seam::Notice &)> &hear)
 {
-    if (!command || !isThisProgram(words[0]))
+    auto line = [&](const std::string &text) { hear(seam::readLine(text)); };
+    if (!make || !isThisProgram(words[0]))
         return runProcess(words, line);
-    auto work = [&] {
-        std::vector<char *> arguments;
-        for (std::string &word : words)
-            arguments.push_back(word.data());
-        arguments.push_back(nullptr);
-        return command((int)words.size(), arguments.data());
-    };
-    return runInChild(work, line);
+    std::unique_ptr<OwnPreparation> own = make(words);
+    ProcessResult result = runInChild([&] { return own->work(); }, line, own->deadline);
+    if (result.isStarted)
+        result.status = own->conclude(result.status, hear);
+    return result;
 }
 
 } // namespace
@@ -63,9 +62,7 @@ Preparation prepareDocument(const PreparationOptions &options, const std::string
     if (!options.resolution.empty())
         words.push_back("--resolution=" + options.resolution);
     words.insert(words.end(), {"--", input, plain});
-    ProcessResult result =
-        runPreparation(std::move(words), options.command,
-                       [&](const std::string &line) { pass(seam::readLine(line)); });
+    ProcessResult result = runPreparation(words, options.own, pass);
     if (!result.isStarted && (errno == ENOENT || errno == EACCES)) {
         pass(notice(seam::Message::NoPreparation, 0));
         return Preparation::MISSING;

@@ -11,10 +11,13 @@
 #include <exception>
 #include <iterator>
 #include <string_view>
+#include <thread>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -143,8 +146,28 @@ void beginChild(const Ends &ends)
     _exit(status);
 }
 
-void readLines(int from, const std::function<void(const std::string &)> &line)
+/* Waits until there is something to be read, or at the end; false: the deadline has come first, or
+ * a signal that ends this process. */
+bool waitFor(int descriptor, Deadline deadline)
 {
+    using std::chrono::milliseconds;
+    constexpr milliseconds LONG(60000);
+    while (!receivedSignal) {
+        auto left = deadline - std::chrono::steady_clock::now();
+        if (left <= Deadline::duration::zero())
+            return false;
+        auto pause = left < LONG ? std::chrono::ceil<milliseconds>(left) : LONG;
+        pollfd event = {descriptor, POLLIN, 0};
+        if (poll(&event, 1, (int)pause.count()) > 0)
+            return true;
+    }
+    return false;
+}
+
+/* The lines that come until the other end is closed; false: the deadline has come first. */
+bool readLines(int from, const std::function<void(const std::string &)> &line, Deadline deadline)
+{
+    bool isInTime = true;
     constexpr size_t LONGEST = 64 * 1024; /* of a line; what is more of it is left out */
     std::string text;
     auto append = [&](std::string_view part) {
@@ -152,6 +175,8 @@ void readLines(int from, const std::function<void(const std::string &)> &line)
     };
     char buffer[4096];
     while (!receivedSignal) {
+        if (deadline != NEVER && !(isInTime = waitFor(from, deadline)))
+            break;
         ssize_t got = read(from, buffer, sizeof buffer);
         if (got < 0 && errno == EINTR)
             continue;
@@ -168,6 +193,28 @@ void readLines(int from, const std::function<void(const std::string &)> &line)
     }
     if (!text.empty())
         line(text);
+    return isInTime || receivedSignal;
+}
+
+/* Has the child ended by then?  Where the system has no handle of processes, it is asked for its
+ * end again and again. */
+bool endsBy(pid_t child, Deadline deadline)
+{
+    constexpr auto SHORT = std::chrono::milliseconds(5);
+    int handle = (int)syscall(SYS_pidfd_open, child, 0);
+    bool isOver = false;
+    for (bool isInTime = true; isInTime && !isOver && !receivedSignal;) {
+        isInTime =
+            handle >= 0 ? waitFor(handle, deadline) : std::chrono::steady_clock::now() < deadline;
+        siginfo_t ended = {};
+        isOver = waitid(P_PID, (id_t)child, &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+                 ended.si_pid == child;
+        if (handle < 0 && !isOver)
+            std::this_thread::sleep_for(SHORT);
+    }
+    if (handle >= 0)
+        close(handle);
+    return isOver || receivedSignal;
 }
 
 void closeOnce(int *descriptor)
@@ -179,14 +226,17 @@ void closeOnce(int *descriptor)
 
 /* Hears a child out and waits for its end; `reason` becomes the one for which it has not begun. */
 ProcessResult follow(pid_t child, int errors, int started,
-                     const std::function<void(const std::string &)> &line, int *reason)
+                     const std::function<void(const std::string &)> &line, Deadline deadline,
+                     int *reason)
 {
     ssize_t got;
     while ((got = read(started, reason, sizeof *reason)) < 0 && errno == EINTR) {
     }
     if (got != (ssize_t)sizeof *reason)
         *reason = 0;
-    readLines(errors, line);
+    bool isInTime = readLines(errors, line, deadline);
+    if (deadline != NEVER && !(isInTime && endsBy(child, deadline)))
+        kill(child, SIGKILL);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
@@ -224,7 +274,7 @@ namespace {
 /* Forks, and follows the child that `begin` has become. */
 ProcessResult runChild(const std::function<void(const Ends &)> &begin,
                        const std::function<void(const std::string &)> &line,
-                       const std::string &output)
+                       const std::string &output, Deadline deadline)
 {
     int receiver = output.empty()
                        ? open("/dev/null", O_WRONLY | O_CLOEXEC)
@@ -248,7 +298,7 @@ ProcessResult runChild(const std::function<void(const Ends &)> &begin,
         closeOnce(&started[1]);
         signals.setChild(child);
         if (child > 0) {
-            result = follow(child, errors[0], started[0], line, &reason);
+            result = follow(child, errors[0], started[0], line, deadline, &reason);
         }
     }
     for (int *descriptor : {&receiver, &errors[0], &errors[1], &started[0], &started[1]})
@@ -264,13 +314,13 @@ ProcessResult runProcess(const std::vector<std::string> &arguments,
                          const std::function<void(const std::string &)> &line,
                          const std::string &output)
 {
-    return runChild([&](const Ends &ends) { become(arguments, ends); }, line, output);
+    return runChild([&](const Ends &ends) { become(arguments, ends); }, line, output, NEVER);
 }
 
 ProcessResult runInChild(const std::function<int()> &work,
-                         const std::function<void(const std::string &)> &line)
+                         const std::function<void(const std::string &)> &line, Deadline deadline)
 {
-    return runChild([&](const Ends &ends) { workOn(work, ends); }, line, "");
+    return runChild([&](const Ends &ends) { workOn(work, ends); }, line, "", deadline);
 }
 
 bool isThisProgram(const std::string &path)
