@@ -41,8 +41,11 @@ ProcessResult runPreparation(const std::vector<std::string> &words, MakePreparat
         return runProcess(words, line);
     std::unique_ptr<OwnPreparation> own = make(words);
     ProcessResult result = runInChild([&] { return own->work(); }, line, own->deadline);
+    int reason = errno;
     if (result.isStarted)
         result.status = own->conclude(result.status, hear);
+    own.reset();
+    errno = reason;
     return result;
 }
 
