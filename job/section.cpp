@@ -6,12 +6,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <cstring>
 #include <memory>
 #include <vector>
-
-#include <zlib.h>
 
 #include "job/lzw.h"
 #include "zelkov/format.h"
@@ -22,7 +19,6 @@ namespace {
 
 constexpr size_t LINE_LENGTH = 100;            /* of ASCII85; far below what any printer takes */
 constexpr uint64_t LARGEST_SECTION = 2u << 30; /* bytes of text, which a temporary file holds */
-constexpr int TEXT_LEVEL = 6;                  /* of Flate */
 
 /* ---- ASCII85 */
 
@@ -34,11 +30,17 @@ class Ascii85 : public ByteSink {
 
     void write(Bytes bytes) override
     {
-        for (uint8_t byte : bytes) {
-            group = group << 8 | byte;
-            if (++inGroup == 4)
-                writeGroup();
+        while (inGroup != 0 && !bytes.empty()) {
+            putByte(bytes[0]);
+            bytes = bytes.subspan(1);
         }
+        for (; bytes.size() >= 4; bytes = bytes.subspan(4)) {
+            group = (uint32_t)bytes[0] << 24 | (uint32_t)bytes[1] << 16 | (uint32_t)bytes[2] << 8 |
+                    bytes[3];
+            writeGroup();
+        }
+        for (uint8_t byte : bytes)
+            putByte(byte);
     }
 
     void finish()
@@ -63,10 +65,20 @@ class Ascii85 : public ByteSink {
             text[i] = (char)('!' + rest % 85);
     }
 
+    void putByte(uint8_t byte)
+    {
+        group = group << 8 | byte;
+        if (++inGroup == 4)
+            writeGroup();
+    }
+
     void writeGroup()
     {
         if (group == 0) {
             put('z');
+        } else if (filled > 0 && filled + 5 < LINE_LENGTH) {
+            digitsOf(line + filled);
+            filled += 5;
         } else {
             char text[5];
             digitsOf(text);
@@ -161,67 +173,16 @@ class Plain : public Compressor {
 
 class Flate : public Compressor {
   public:
-    explicit Flate(ByteSink &to) : next(to), buffer(64 * 1024)
-    {
-        if (deflateInit(&stream, TEXT_LEVEL) != Z_OK)
-            throw std::bad_alloc();
-        restart();
-    }
-    ~Flate() override { deflateEnd(&stream); }
-
-    void write(Bytes bytes) override
-    {
-        while (!bytes.empty()) {
-            Bytes part = bytes.first(std::min<size_t>(bytes.size(), 1 << 30));
-            stream.next_in = const_cast<uint8_t *>(part.data());
-            stream.avail_in = (uInt)part.size();
-            run(Z_NO_FLUSH);
-            bytes = bytes.subspan(part.size());
-        }
-    }
-
-    /* Stored blocks for what is compressed already. */
+    Flate(Deflater *by, ByteSink &to) : deflater(by) { deflater->begin(&to); }
+    void write(Bytes bytes) override { deflater->write(bytes); }
     void passThrough(bool isCompressedAlready) override
     {
-        int wanted = isCompressedAlready ? 0 : TEXT_LEVEL;
-        while (deflateParams(&stream, wanted, Z_DEFAULT_STRATEGY) == Z_BUF_ERROR)
-            flushBuffer();
+        deflater->passThrough(isCompressedAlready);
     }
-
-    void finish() override
-    {
-        run(Z_FINISH);
-        flushBuffer();
-    }
+    void finish() override { deflater->finish(); }
 
   private:
-    void restart()
-    {
-        stream.next_out = buffer.data();
-        stream.avail_out = (uInt)buffer.size();
-    }
-
-    void flushBuffer()
-    {
-        next.write(Bytes(buffer).first(buffer.size() - stream.avail_out));
-        restart();
-    }
-
-    void run(int flush)
-    {
-        for (;;) {
-            int result = deflate(&stream, flush);
-            bool isFull = stream.avail_out == 0;
-            if (isFull)
-                flushBuffer();
-            if (result == Z_STREAM_END || (!isFull && stream.avail_in == 0 && flush == Z_NO_FLUSH))
-                return;
-        }
-    }
-
-    ByteSink &next;
-    z_stream stream = {};
-    std::vector<uint8_t> buffer;
+    Deflater *deflater;
 };
 
 /* What Level 2 has: everything is kept, and then LZW or run lengths written, what is shorter. */
@@ -293,7 +254,7 @@ struct Stages {
         if (!encoding.isCompressed) {
             compressor = std::make_unique<Plain>(next);
         } else if (encoding.level >= 3) {
-            compressor = std::make_unique<Flate>(next);
+            compressor = std::make_unique<Flate>(encoding.deflater.get(), next);
         } else {
             auto made = std::make_unique<LevelTwo>(next);
             levelTwo = made.get();
@@ -439,14 +400,7 @@ bool looksCompressed(Bytes bytes)
     constexpr double MOST_BITS = 7.2; /* a byte of text has 4 or 5, of an image some 6 */
     if (bytes.size() < 256)
         return false;
-    size_t counts[256] = {};
-    for (uint8_t byte : bytes)
-        counts[byte]++;
-    double bits = 0;
-    for (size_t count : counts)
-        if (count > 0)
-            bits -= (double)count * std::log2((double)count / (double)bytes.size());
-    return bits / (double)bytes.size() > MOST_BITS;
+    return bitsPerByte(bytes) > MOST_BITS;
 }
 
 } // namespace job

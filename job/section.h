@@ -7,8 +7,10 @@
 #define JOB_SECTION_H
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
+#include "job/deflate.h"
 #include "job/verify.h"
 #include "zelkov/file.h"
 
@@ -19,6 +21,8 @@ struct Encoding {
     bool isBinary = false;
     bool isCompressed = true;
     int level = 3;
+    std::shared_ptr<Deflater> deflater =
+        std::make_shared<Deflater>(); /* of one section at a time */
 };
 
 /* Where in a text bytes begin that are compressed already, or end. */

@@ -1,7 +1,9 @@
 # packages.cmake - what cpack makes: Debian packages, one for each component, and an archive of all
 #
-#   cmake --preset release && cmake --build --preset release
-#   cpack --config build/release/CPackConfig.cmake -B build/packages
+#   cmake --preset package && cmake --build --preset package
+#   cpack --config build/package/CPackConfig.cmake -B build/packages
+#
+# The libraries are shared there (PDF_TO_PS_STATIC=OFF), as a distribution wants its packages.
 
 set(CPACK_GENERATOR DEB TGZ)
 set(CPACK_PACKAGE_NAME pdf-to-ps)

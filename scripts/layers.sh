@@ -26,11 +26,12 @@ prepare/images                   seam prepare/model prepare/document prepare/con
 prepare/page                     seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images
 prepare/paint                    seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page
 prepare/canonical                seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page
-programs/pdf_prepare             seam prepare prepare/document prepare/paint
+prepare/cryptography
+programs/preparing               seam prepare prepare/document prepare/paint programs/printing
 prepare                          seam prepare/model prepare/document prepare/content prepare/fonts prepare/colour prepare/images prepare/page prepare/paint prepare/canonical tools/zolak1_3/pdf_to_ps/reader
 job                              seam zelkov tools/zolak1_3/pdf_to_ps/reader tools/zolak1_3/pdf_to_ps/writer tools/zolak1_3/pdf_to_ps/frame
 programs/printing                seam zelkov job
-programs/pdf_print               seam zelkov job programs/printing
+programs/pdf_print               seam zelkov job programs/printing programs/preparing
 programs/pdf_print-ppd           -
 programs/pdf_print-preview       seam zelkov programs/printing
 programs/pdf_to_ps-cups          seam zelkov job programs/printing

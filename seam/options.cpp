@@ -136,6 +136,7 @@ CommandLine readCommandLine(Program program, int argc, char **argv,
     }
     names.push_back({nullptr, 0, nullptr, 0});
     CommandLine line;
+    optind = 0; /* from the beginning: a program may read a second command line */
     for (int found;
          (found = getopt_long(argc, argv, letters.c_str(), names.data(), nullptr)) != -1;) {
         if (found == '?')

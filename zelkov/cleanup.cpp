@@ -19,12 +19,10 @@ constexpr size_t SLOTS = 64;
 
 enum SlotState : int { SLOT_FREE_TO_TAKE, SLOT_BEING_FILLED, SLOT_FILE, SLOT_DIRECTORY };
 
-struct Slot {
-    std::atomic<int> state;
-    char path[PATH_MAX]; /* valid in the states FILE and DIRECTORY */
-};
-
-Slot slots[SLOTS];
+/* The states stand together, so that a look at all of them touches one page of memory and not one
+ * for each slot. */
+constinit std::atomic<int> states[SLOTS];
+char paths[SLOTS][PATH_MAX]; /* valid in the states FILE and DIRECTORY */
 
 /* For the threads that change the list; the signal handler never takes it. */
 std::mutex changing;
@@ -33,24 +31,24 @@ static_assert(std::atomic<int>::is_always_lock_free, "the signal handler reads t
 
 bool add(const std::string &path, SlotState kind)
 {
-    if (path.size() >= sizeof slots[0].path)
+    if (path.size() >= sizeof paths[0])
         return false;
     std::lock_guard lock(changing);
-    for (Slot &slot : slots) {
+    for (size_t slot = 0; slot < SLOTS; slot++) {
         int expected = SLOT_FREE_TO_TAKE;
-        if (!slot.state.compare_exchange_strong(expected, SLOT_BEING_FILLED))
+        if (!states[slot].compare_exchange_strong(expected, SLOT_BEING_FILLED))
             continue;
-        memcpy(slot.path, path.c_str(), path.size() + 1);
-        slot.state.store(kind);
+        memcpy(paths[slot], path.c_str(), path.size() + 1);
+        states[slot].store(kind);
         return true;
     }
     return false;
 }
 
-bool holds(const Slot &slot, const std::string &path)
+bool holds(size_t slot, const std::string &path)
 {
-    int state = slot.state.load();
-    return (state == SLOT_FILE || state == SLOT_DIRECTORY) && path == slot.path;
+    int state = states[slot].load();
+    return (state == SLOT_FILE || state == SLOT_DIRECTORY) && path == paths[slot];
 }
 
 } // namespace
@@ -68,17 +66,23 @@ bool cleanup_addDirectory(const std::string &path)
 void cleanup_forget(const std::string &path)
 {
     std::lock_guard lock(changing);
-    for (Slot &slot : slots)
+    for (size_t slot = 0; slot < SLOTS; slot++)
         if (holds(slot, path))
-            slot.state.store(SLOT_FREE_TO_TAKE);
+            states[slot].store(SLOT_FREE_TO_TAKE);
+}
+
+void cleanup_forgetAll()
+{
+    for (std::atomic<int> &state : states)
+        state.store(SLOT_FREE_TO_TAKE);
 }
 
 void cleanup_removeAll()
 {
     for (SlotState kind : {SLOT_FILE, SLOT_DIRECTORY})
-        for (Slot &slot : slots)
-            if (slot.state.load() == kind) {
-                kind == SLOT_FILE ? unlink(slot.path) : rmdir(slot.path);
-                slot.state.store(SLOT_FREE_TO_TAKE);
+        for (size_t slot = 0; slot < SLOTS; slot++)
+            if (states[slot].load() == kind) {
+                kind == SLOT_FILE ? unlink(paths[slot]) : rmdir(paths[slot]);
+                states[slot].store(SLOT_FREE_TO_TAKE);
             }
 }

@@ -18,6 +18,9 @@ bool cleanup_addDirectory(const std::string &path);
 /* Takes a path off the list; the file itself is left alone. */
 void cleanup_forget(const std::string &path);
 
+/* Takes everything off the list: for a child of the process, whose files they are not. */
+void cleanup_forgetAll();
+
 /* Removes everything on the list, files first.  May be called by a signal handler. */
 void cleanup_removeAll();
 

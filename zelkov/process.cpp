@@ -102,6 +102,17 @@ void process_begin()
     atexit(removeTemporaries);
 }
 
+void process_forked()
+{
+    cleanup_forgetAll();
+    host().privateDirectory.clear();
+    for (int signal : ENDING_SIGNALS) {
+        struct sigaction action = {};
+        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+            std::signal(signal, SIG_DFL);
+    }
+}
+
 void process_readEnvironment()
 {
     Host &own = host();

@@ -20,6 +20,11 @@ void process_begin();
  * ZELKOV_TRACE (source lines in messages), KV_MAX_OUTPUT (bytes of output; 0: no bound). */
 void process_readEnvironment();
 
+/* First call of a child that goes on with this program: what its parent has to remove is not the
+ * child's business, and signals have the effect that they had before process_begin.  One that was
+ * ignored stays ignored. */
+void process_forked();
+
 /* Ends the process, its temporary files removed. */
 [[noreturn]] void process_exit(int status);
 

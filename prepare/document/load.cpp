@@ -14,6 +14,7 @@
 #include <qpdf/QPDFExc.hh>
 #include <qpdf/QPDFLogger.hh>
 
+#include "prepare/document/fileinput.h"
 #include "prepare/document/tree.h"
 
 namespace prepare {
@@ -59,7 +60,7 @@ void process(Document *document, const std::string &path)
     const char *password = document->options.password.c_str();
     document->source.repaired = withTrailer(path);
     if (document->source.repaired.empty())
-        document->source.pdf.processFile(path.c_str(), password);
+        document->source.pdf.processInputSource(openFileInput(path), password);
     else
         document->source.pdf.processMemoryFile(path.c_str(), document->source.repaired.data(),
                                                document->source.repaired.size(), password);

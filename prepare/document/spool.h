@@ -20,7 +20,7 @@ QPDFObjectHandle newClearStream(Document *document, std::string_view data);
 /* Puts other data into a stream, without a filter. */
 void replaceWithClear(Document *document, QPDFObjectHandle stream, std::string_view data);
 
-constexpr size_t MOST_IN_MEMORY = 32u << 20; /* bytes, of a document */
+constexpr size_t MOST_IN_MEMORY = 8u << 20; /* bytes, of a document */
 
 } // namespace prepare
 

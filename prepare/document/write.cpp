@@ -6,6 +6,8 @@
 #include <qpdf/QPDFPageLabelDocumentHelper.hh>
 #include <qpdf/QPDFWriter.hh>
 
+#include "prepare/document/canonicalfile.h"
+
 namespace prepare {
 
 namespace {
@@ -39,7 +41,7 @@ void keepLabels(Document *document, QPDFObjectHandle root)
                                        {{"/Nums", QPDFObjectHandle::newArray(numbers)}}));
 }
 
-void replaceTree(Document *document)
+QPDFObjectHandle newRoot(Document *document)
 {
     QPDF &pdf = document->source.pdf;
     QPDFObjectHandle tree = pdf.makeIndirectObject(QPDFObjectHandle::newDictionary());
@@ -53,11 +55,17 @@ void replaceTree(Document *document)
     root.replaceKey("/Type", QPDFObjectHandle::newName("/Catalog"));
     root.replaceKey("/Pages", tree);
     keepLabels(document, root);
-    pdf.getTrailer().replaceKey("/Root", pdf.makeIndirectObject(root));
+    return pdf.makeIndirectObject(root);
+}
+
+/* Leads the file to the new tree and to nothing else. */
+void replaceRoot(Document *document, QPDFObjectHandle root)
+{
+    QPDF &pdf = document->source.pdf;
+    pdf.getTrailer().replaceKey("/Root", root);
     QPDFObjectHandle trailer = pdf.getTrailer();
     for (const std::string &key : trailer.getKeys()) {
-        bool isInfo = key == "/Info" && trailer.getKey(key).isDictionary() &&
-                      !document->options.isCanonical;
+        bool isInfo = key == "/Info" && trailer.getKey(key).isDictionary();
         if (!isInfo && key != "/Root" && key != "/Size" && key != "/ID" && key != "/Encrypt")
             trailer.removeKey(key);
     }
@@ -69,7 +77,10 @@ void replaceTree(Document *document)
 
 void writeDocument(Document *document, const std::string &path)
 {
-    replaceTree(document);
+    QPDFObjectHandle root = newRoot(document);
+    if (document->options.isCanonical && document->options.level > 2)
+        return writeCanonicalFile(root, path);
+    replaceRoot(document, root);
     QPDFWriter writer(document->source.pdf, path.c_str());
     writer.setObjectStreamMode(qpdf_o_disable);
     if (document->options.level == 2) {

@@ -10,13 +10,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include <qpdf/Buffer.hh>
-#include <qpdf/QPDFLogger.hh>
-#include <qpdf/QPDFWriter.hh>
 
 #include "prepare/content/rewrite.h"
 #include "prepare/content/evaluate.h"
 #include "prepare/model/tokens.h"
+#include "prepare/document/canonicalfile.h"
 #include "prepare/document/load.h"
 #include "prepare/document/program.h"
 #include "prepare/fonts/store.h"
@@ -147,20 +145,7 @@ std::string singlePage(QPDFObjectHandle page, const Box &box)
         if (page.hasKey(key))
             plain.replaceKey(key, page.getKey(key));
     plain.replaceKey("/MediaBox", arrayOf(box));
-    QPDF pdf;
-    pdf.emptyPDF();
-    pdf.setSuppressWarnings(true);
-    pdf.setLogger(QPDFLogger::create());
-    pdf.getLogger()->setError(pdf.getLogger()->discard());
-    QPDFObjectHandle foreign = page.getOwningQPDF()->makeIndirectObject(plain);
-    pdf.addPage(pdf.copyForeignObject(foreign), false);
-    QPDFWriter writer(pdf);
-    writer.setOutputMemory();
-    writer.setStreamDataMode(qpdf_s_preserve);
-    writer.setDeterministicID(true);
-    writer.write();
-    auto buffer = writer.getBufferSharedPointer();
-    return std::string(reinterpret_cast<const char *>(buffer->getBuffer()), buffer->getSize());
+    return singlePageFile(page.getOwningQPDF()->makeIndirectObject(plain));
 }
 
 /* ---- its picture ---- */

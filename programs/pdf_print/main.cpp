@@ -1,5 +1,7 @@
 /*
  * main.cpp - the command pdf_print: a document through its stages, to a file or a printer
+ *
+ * Called by its other name it is the command pdf_prepare.
  */
 #include <atomic>
 #include <cstdio>
@@ -11,6 +13,9 @@
 #include <unistd.h>
 
 #include "programs/pdf_print/options.h"
+#if defined(HAS_PREPARATION)
+#include "programs/preparing/command.h"
+#endif
 #include "programs/printing/document.h"
 #include "programs/printing/process.h"
 #include "seam/pages.h"
@@ -144,13 +149,26 @@ int printOne(Teller &teller)
     return printed == Printed::INCOMPLETE ? STATUS_INCOMPLETE : STATUS_DONE;
 }
 
+[[maybe_unused]] bool isCalled(const char *name, const char *path)
+{
+    const char *slash = strrchr(path, '/');
+    return strcmp(slash ? slash + 1 : path, name) == 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+#if defined(HAS_PREPARATION)
+    if (argc > 0 && isCalled("pdf_prepare", argv[0]))
+        return prepareCommand(argc, argv);
+#endif
     process_begin();
     host().listener = nullptr; /* the reason stands in our own messages */
     Arguments arguments = readArguments(argc, argv);
+#if defined(HAS_PREPARATION)
+    arguments.preparation.own = makePreparation;
+#endif
     Teller teller;
     teller.arguments = &arguments;
     int status;

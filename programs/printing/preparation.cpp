@@ -1,5 +1,9 @@
 /*
  * preparation.cpp - pdf_prepare as a process of its own
+ *
+ * What stands in its place is called as it is.  Where that is this program under its other name,
+ * the work is done by a fork of it, with the limits that it has there, and this process watches
+ * over it: that saves the start of a program, and a process in between.
  */
 #include "programs/printing/preparation.h"
 
@@ -29,6 +33,22 @@ std::vector<std::string> commandLine(const PreparationOptions &options)
     return words;
 }
 
+ProcessResult runPreparation(const std::vector<std::string> &words, MakePreparation make,
+                             const std::function<void(const seam::Notice &)> &hear)
+{
+    auto line = [&](const std::string &text) { hear(seam::readLine(text)); };
+    if (!make || !isThisProgram(words[0]))
+        return runProcess(words, line);
+    std::unique_ptr<OwnPreparation> own = make(words);
+    ProcessResult result = runInChild([&] { return own->work(); }, line, own->deadline);
+    int reason = errno;
+    if (result.isStarted)
+        result.status = own->conclude(result.status, hear);
+    own.reset();
+    errno = reason;
+    return result;
+}
+
 } // namespace
 
 Preparation prepareDocument(const PreparationOptions &options, const std::string &input,
@@ -45,8 +65,7 @@ Preparation prepareDocument(const PreparationOptions &options, const std::string
     if (!options.resolution.empty())
         words.push_back("--resolution=" + options.resolution);
     words.insert(words.end(), {"--", input, plain});
-    ProcessResult result =
-        runProcess(words, [&](const std::string &line) { pass(seam::readLine(line)); });
+    ProcessResult result = runPreparation(words, options.own, pass);
     if (!result.isStarted && (errno == ENOENT || errno == EACCES)) {
         pass(notice(seam::Message::NoPreparation, 0));
         return Preparation::MISSING;

@@ -7,13 +7,21 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdio>
+#include <exception>
 #include <iterator>
 #include <string_view>
+#include <thread>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "zelkov/process.h"
 
 namespace {
 
@@ -48,6 +56,12 @@ class SignalsGoToChild {
             if (before[i].sa_handler != SIG_IGN)
                 sigaction(ENDING_SIGNALS[i], &action, nullptr);
         }
+        /* A child gets none before it has begun: here it would be this process's handler. */
+        sigset_t held;
+        sigemptyset(&held);
+        for (int number : ENDING_SIGNALS)
+            sigaddset(&held, number);
+        sigprocmask(SIG_BLOCK, &held, &mask);
     }
     ~SignalsGoToChild()
     {
@@ -60,21 +74,37 @@ class SignalsGoToChild {
     SignalsGoToChild(const SignalsGoToChild &) = delete;
     SignalsGoToChild &operator=(const SignalsGoToChild &) = delete;
 
-    /* From here on there is a child; a signal that came before it was known reaches it, too. */
+    /* From here on there is a child, or none; a signal that came before that has its effect now. */
     void setChild(pid_t child)
     {
         runningChild = child;
-        if (receivedSignal)
-            kill(child, SIGTERM);
+        sigprocmask(SIG_SETMASK, &mask, nullptr);
+    }
+
+    /* In the child: signals have the effect that they had before this program began. */
+    void leaveToChild() const
+    {
+        for (int number : ENDING_SIGNALS) {
+            struct sigaction action = {};
+            if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+                signal(number, SIG_DFL);
+        }
+        sigprocmask(SIG_SETMASK, &mask, nullptr);
     }
 
   private:
+    sigset_t mask;
     struct sigaction before[SIGNAL_COUNT];
 };
 
-/* The child's side, up to the other program.  Tells through the pipe why it could not begin. */
-[[noreturn]] void become(const std::vector<std::string> &arguments, int output, int errors,
-                         int started)
+/* The descriptors that a child begins with. */
+struct Ends {
+    int output, errors; /* standard output and standard error */
+    int started;        /* for the reason why it could not begin; closed by its beginning */
+};
+
+/* What every child has: an end when this process ends, and three files. */
+void beginChild(const Ends &ends)
 {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     signal(SIGPIPE, SIG_DFL);
@@ -82,20 +112,62 @@ class SignalsGoToChild {
     int nothing = open("/dev/null", O_RDONLY);
     if (nothing >= 0)
         dup2(nothing, STDIN_FILENO);
-    dup2(output, STDOUT_FILENO);
-    dup2(errors, STDERR_FILENO);
+    dup2(ends.output, STDOUT_FILENO);
+    dup2(ends.errors, STDERR_FILENO);
+}
+
+/* The child's side, up to the other program.  Tells through the pipe why it could not begin. */
+[[noreturn]] void become(const std::vector<std::string> &arguments, const Ends &ends)
+{
+    beginChild(ends);
     std::vector<char *> words;
     for (const std::string &argument : arguments)
         words.push_back(const_cast<char *>(argument.c_str()));
     words.push_back(nullptr);
     execvp(words[0], words.data());
     int reason = errno;
-    [[maybe_unused]] ssize_t told = write(started, &reason, sizeof reason);
+    [[maybe_unused]] ssize_t told = write(ends.started, &reason, sizeof reason);
     _exit(CANNOT_START);
 }
 
-void readLines(int from, const std::function<void(const std::string &)> &line)
+/* The child's side when it goes on with this program. */
+[[noreturn]] void workOn(const std::function<int()> &work, const Ends &ends)
 {
+    process_forked();
+    beginChild(ends);
+    close_range(STDERR_FILENO + 1, UINT_MAX, 0);
+    int status = CANNOT_START;
+    try {
+        status = work();
+    } catch (const std::exception &error) {
+        fprintf(stderr, "%s\n", error.what());
+    }
+    fflush(nullptr);
+    _exit(status);
+}
+
+/* Waits until there is something to be read, or at the end; false: the deadline has come first, or
+ * a signal that ends this process. */
+bool waitFor(int descriptor, Deadline deadline)
+{
+    using std::chrono::milliseconds;
+    constexpr milliseconds LONG(60000);
+    while (!receivedSignal) {
+        auto left = deadline - std::chrono::steady_clock::now();
+        if (left <= Deadline::duration::zero())
+            return false;
+        auto pause = left < LONG ? std::chrono::ceil<milliseconds>(left) : LONG;
+        pollfd event = {descriptor, POLLIN, 0};
+        if (poll(&event, 1, (int)pause.count()) > 0)
+            return true;
+    }
+    return false;
+}
+
+/* The lines that come until the other end is closed; false: the deadline has come first. */
+bool readLines(int from, const std::function<void(const std::string &)> &line, Deadline deadline)
+{
+    bool isInTime = true;
     constexpr size_t LONGEST = 64 * 1024; /* of a line; what is more of it is left out */
     std::string text;
     auto append = [&](std::string_view part) {
@@ -103,6 +175,8 @@ void readLines(int from, const std::function<void(const std::string &)> &line)
     };
     char buffer[4096];
     while (!receivedSignal) {
+        if (deadline != NEVER && !(isInTime = waitFor(from, deadline)))
+            break;
         ssize_t got = read(from, buffer, sizeof buffer);
         if (got < 0 && errno == EINTR)
             continue;
@@ -119,6 +193,28 @@ void readLines(int from, const std::function<void(const std::string &)> &line)
     }
     if (!text.empty())
         line(text);
+    return isInTime || receivedSignal;
+}
+
+/* Has the child ended by then?  Where the system has no handle of processes, it is asked for its
+ * end again and again. */
+bool endsBy(pid_t child, Deadline deadline)
+{
+    constexpr auto SHORT = std::chrono::milliseconds(5);
+    int handle = (int)syscall(SYS_pidfd_open, child, 0);
+    bool isOver = false;
+    for (bool isInTime = true; isInTime && !isOver && !receivedSignal;) {
+        isInTime =
+            handle >= 0 ? waitFor(handle, deadline) : std::chrono::steady_clock::now() < deadline;
+        siginfo_t ended = {};
+        isOver = waitid(P_PID, (id_t)child, &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+                 ended.si_pid == child;
+        if (handle < 0 && !isOver)
+            std::this_thread::sleep_for(SHORT);
+    }
+    if (handle >= 0)
+        close(handle);
+    return isOver || receivedSignal;
 }
 
 void closeOnce(int *descriptor)
@@ -130,14 +226,17 @@ void closeOnce(int *descriptor)
 
 /* Hears a child out and waits for its end; `reason` becomes the one for which it has not begun. */
 ProcessResult follow(pid_t child, int errors, int started,
-                     const std::function<void(const std::string &)> &line, int *reason)
+                     const std::function<void(const std::string &)> &line, Deadline deadline,
+                     int *reason)
 {
     ssize_t got;
     while ((got = read(started, reason, sizeof *reason)) < 0 && errno == EINTR) {
     }
     if (got != (ssize_t)sizeof *reason)
         *reason = 0;
-    readLines(errors, line);
+    bool isInTime = readLines(errors, line, deadline);
+    if (deadline != NEVER && !(isInTime && endsBy(child, deadline)))
+        kill(child, SIGKILL);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
@@ -170,9 +269,12 @@ std::string ownProgram(const std::string &name)
     return name;
 }
 
-ProcessResult runProcess(const std::vector<std::string> &arguments,
-                         const std::function<void(const std::string &)> &line,
-                         const std::string &output)
+namespace {
+
+/* Forks, and follows the child that `begin` has become. */
+ProcessResult runChild(const std::function<void(const Ends &)> &begin,
+                       const std::function<void(const std::string &)> &line,
+                       const std::string &output, Deadline deadline)
 {
     int receiver = output.empty()
                        ? open("/dev/null", O_WRONLY | O_CLOEXEC)
@@ -184,15 +286,19 @@ ProcessResult runProcess(const std::vector<std::string> &arguments,
         reason = errno;
     } else {
         SignalsGoToChild signals;
+        fflush(nullptr);
         pid_t child = fork();
-        if (child == 0)
-            become(arguments, receiver, errors[1], started[1]);
+        if (child == 0) {
+            signals.leaveToChild();
+            begin({receiver, errors[1], started[1]});
+            _exit(CANNOT_START);
+        }
         reason = child < 0 ? errno : 0;
         closeOnce(&errors[1]);
         closeOnce(&started[1]);
+        signals.setChild(child);
         if (child > 0) {
-            signals.setChild(child);
-            result = follow(child, errors[0], started[0], line, &reason);
+            result = follow(child, errors[0], started[0], line, deadline, &reason);
         }
     }
     for (int *descriptor : {&receiver, &errors[0], &errors[1], &started[0], &started[1]})
@@ -200,4 +306,26 @@ ProcessResult runProcess(const std::vector<std::string> &arguments,
     result.isStarted = reason == 0;
     errno = reason;
     return result;
+}
+
+} // namespace
+
+ProcessResult runProcess(const std::vector<std::string> &arguments,
+                         const std::function<void(const std::string &)> &line,
+                         const std::string &output)
+{
+    return runChild([&](const Ends &ends) { become(arguments, ends); }, line, output, NEVER);
+}
+
+ProcessResult runInChild(const std::function<int()> &work,
+                         const std::function<void(const std::string &)> &line, Deadline deadline)
+{
+    return runChild([&](const Ends &ends) { workOn(work, ends); }, line, "", deadline);
+}
+
+bool isThisProgram(const std::string &path)
+{
+    struct stat own, other;
+    return stat("/proc/self/exe", &own) == 0 && stat(path.c_str(), &other) == 0 &&
+           own.st_dev == other.st_dev && own.st_ino == other.st_ino;
 }

@@ -4,6 +4,7 @@
 #ifndef PRINTING_PROCESS_H
 #define PRINTING_PROCESS_H
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,6 +12,12 @@
 /* A program beside this one, or in the bin directory of the tree that this one stands in; else its
  * name, by which the environment finds it. */
 std::string ownProgram(const std::string &name);
+
+/* Is this file the program that is running? */
+bool isThisProgram(const std::string &path);
+
+using Deadline = std::chrono::steady_clock::time_point;
+constexpr Deadline NEVER = Deadline::max();
 
 struct ProcessResult {
     bool isStarted = false; /* false: errno says why */
@@ -23,5 +30,12 @@ struct ProcessResult {
 ProcessResult runProcess(const std::vector<std::string> &arguments,
                          const std::function<void(const std::string &)> &line,
                          const std::string &output = "");
+
+/* The same with work of this program in the place of another one: a child, which starts as a called
+ * program does, with no files of this process open and nothing to remove at its end but what the
+ * work makes.  The work answers the exit status; what it writes on standard output is thrown away.
+ * At the deadline the child is killed. */
+ProcessResult runInChild(const std::function<int()> &work,
+                         const std::function<void(const std::string &)> &line, Deadline deadline);
 
 #endif

@@ -5,7 +5,10 @@
 
 #include <string>
 
+#include <zlib.h>
+
 #include "job/ascii.h"
+#include "job/deflate.h"
 #include "job/labels.h"
 #include "job/lzw.h"
 #include "job/section.h"
@@ -164,6 +167,93 @@ TEST(JobEncoding, ALargeSectionArrivesWhole)
     std::vector<Section> sections = sectionsOf(jobOf(bytes, {"--level=2", "--binary"}));
     ASSERT_EQ(sections.back().procedure, "PdfPage");
     EXPECT_TRUE(runsDecoded(sections.back().data).find(data) != std::string::npos);
+}
+
+struct Collected : job::ByteSink {
+    void write(Bytes bytes) override { text.append((const char *)bytes.data(), bytes.size()); }
+    std::string text;
+};
+
+/* A part of a stream: stored, or text. */
+struct FlatePart {
+    bool isStored;
+    std::string data;
+};
+
+std::string flateOf(job::Deflater *deflater, const std::vector<FlatePart> &parts)
+{
+    Collected out;
+    deflater->begin(&out);
+    for (const FlatePart &part : parts) {
+        deflater->passThrough(part.isStored);
+        for (size_t at = 0; at < part.data.size(); at += 50000)
+            deflater->write(bytesOf(part.data.substr(at, 50000)));
+    }
+    deflater->finish();
+    return out.text;
+}
+
+std::string undone(const std::string &flate, size_t size)
+{
+    std::string text(size + 1, '\0');
+    uLongf made = (uLongf)text.size();
+    int result =
+        uncompress((Bytef *)text.data(), &made, (const Bytef *)flate.data(), (uLong)flate.size());
+    EXPECT_EQ(result, Z_OK);
+    text.resize(result == Z_OK ? made : 0);
+    return text;
+}
+
+/* One deflater for all of them, as a job has it: nothing of one stream is in the next. */
+TEST(JobEncoding, FlateOfTextAndStoredPartsInEveryOrder)
+{
+    std::string page, digits;
+    while (page.size() < 100000)
+        page += "BT /F1 12 Tf (word " + std::to_string(page.size() * 7919 % 1009) + ") Tj ET\n";
+    while (digits.size() < 70000)
+        digits += std::to_string(digits.size() * 31 % 97) + " 0 l\n";
+    const std::string texts[] = {"",   "q\n",  page.substr(0, 3000),
+                                 page, digits, page + randomBytes(400) + page};
+    const std::string data[] = {"", randomBytes(1), randomBytes(20000), randomBytes(65535),
+                                randomBytes(200000)};
+    job::Deflater deflater;
+    for (const std::string &text : texts)
+        for (const std::string &stored : data)
+            for (const std::vector<FlatePart> &parts : std::vector<std::vector<FlatePart>>{
+                     {{false, text}},
+                     {{true, stored}},
+                     {{false, text}, {true, stored}},
+                     {{true, stored}, {false, text}},
+                     {{false, text}, {true, stored}, {false, page}, {true, "x"}, {false, text}},
+                     {{true, stored}, {false, "q"}, {true, stored}, {false, text}, {true, "x"}}}) {
+                std::string whole;
+                for (const FlatePart &part : parts)
+                    whole += part.data;
+                std::string flate = flateOf(&deflater, parts);
+                EXPECT_TRUE(undone(flate, whole.size()) == whole)
+                    << text.size() << " and " << stored.size();
+            }
+}
+
+/* More text than is compressed at once. */
+TEST(JobEncoding, FlateOfMuchTextIsOneStream)
+{
+    std::string text;
+    while (text.size() < 20000000)
+        text += "BT /F1 12 Tf (word " + std::to_string(text.size() * 7919 % 100003) + ") Tj ET\n";
+    job::Deflater deflater;
+    std::string flate = flateOf(&deflater, {{false, text}});
+    EXPECT_TRUE(undone(flate, text.size()) == text);
+    EXPECT_LT(flate.size(), text.size() / 3);
+}
+
+/* Stored data takes its own length and little more. */
+TEST(JobEncoding, WhatIsCompressedAlreadyIsStored)
+{
+    std::string data = randomBytes(1000000);
+    job::Deflater deflater;
+    EXPECT_LT(flateOf(&deflater, {{false, "/I "}, {true, data}, {false, "Do"}}).size(),
+              data.size() + 200);
 }
 
 TEST(JobEncoding, CompressedDataIsKnownByItsLook)

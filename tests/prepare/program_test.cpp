@@ -3,6 +3,9 @@
  */
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <sstream>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +13,7 @@
 #include "tests/prepare/preparation.h"
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
+#include "tests/support/printing.h"
 #include "tests/support/run_program.h"
 #include "tests/support/scratch_directory.h"
 
@@ -127,8 +131,7 @@ TEST(Program, ADocumentThatDoesNotComeIsGivenUp)
     ScratchDirectory directory;
     std::string pipe = directory / "pipe.pdf";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    ProgramResult result =
-        runProgram({preparePath(), "--max-time=1", pipe, directory / "out.pdf"});
+    ProgramResult result = runProgram({preparePath(), "--max-time=1", pipe, directory / "out.pdf"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.err, "PREPARE-E-TIME: The document takes too much time.\n");
     EXPECT_EQ(directory.names(), std::vector<std::string>{"pipe.pdf"});
@@ -273,4 +276,69 @@ TEST(Program, EndedByASignalEndsWhatItCallsAndLeavesNothing)
     EXPECT_EQ(result.out, "143\n") << result.err;
     EXPECT_TRUE(hasGroupEnded(std::stoi(readFile(begun))));
     EXPECT_EQ(directory.names(), (std::vector<std::string>{"begun", "in.pdf", "jbig2dec", "tmp"}));
+}
+
+/* The work of pdf_print's own preparation, which is a fork of it. */
+TEST(Program, APreparationWithinPdfPrintEndsWithItAndSoDoesWhatItCalls)
+{
+    ScratchDirectory directory;
+    PdfBuilder pdf;
+    int image = pdf.addStream("/Type /XObject /Subtype /Image /Width 8 /Height 8 /BitsPerComponent "
+                              "1 /ColorSpace /DeviceGray /Filter /JBIG2Decode",
+                              "data");
+    int content = pdf.addStream("", "/I Do");
+    pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(content) +
+                " /Resources << /XObject << /I " + ref(image) + " >> >>");
+    directory.write("in.pdf", pdf.build());
+    std::string begun = directory / "begun";
+    directory.write("jbig2dec", "#!/bin/sh\necho $$ > " + begun + ".part\nmv " + begun + ".part " +
+                                    begun + "\nsleep 600\n");
+    for (const char *signal : {"TERM", "INT", "HUP"}) {
+        std::filesystem::remove(begun);
+        ProgramResult result = runProgram(
+            {"bash", "-c",
+             "set -m; cd " + directory.path + " && chmod 755 jbig2dec && mkdir -p tmp && " +
+                 "{ TMPDIR=$PWD/tmp PATH=$PWD:$PATH exec " + printProgramPath() +
+                 " -o out.ps in.pdf & } && p=$! && "
+                 "until [ -e begun ]; do sleep 0.05; done; kill -" +
+                 signal + " $p; wait $p; ls -A tmp"});
+        EXPECT_EQ(result.out, "") << result.err;
+        EXPECT_TRUE(hasGroupEnded(std::stoi(readFile(begun)))) << signal;
+        EXPECT_EQ(directory.names(),
+                  (std::vector<std::string>{"begun", "in.pdf", "jbig2dec", "tmp"}));
+    }
+}
+
+/* Nothing of what the printing program has open is there for what reads the document. */
+TEST(Program, APreparationWithinPdfPrintHasLimitsAndNoFilesOfIts)
+{
+    ScratchDirectory directory;
+    PdfBuilder pdf;
+    int image = pdf.addStream("/Type /XObject /Subtype /Image /Width 8 /Height 8 /BitsPerComponent "
+                              "1 /ColorSpace /DeviceGray /Filter /JBIG2Decode",
+                              "data");
+    int content = pdf.addStream("", "/I Do");
+    pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(content) +
+                " /Resources << /XObject << /I " + ref(image) + " >> >>");
+    directory.write("in.pdf", pdf.build());
+    directory.write("jbig2dec", "#!/bin/sh\nw=$PPID\nreadlink /proc/$w/fd/* > $0.files\n"
+                                "cat /proc/$w/limits > $0.limits\n"
+                                "grep PPid: /proc/$w/status > $0.parent\n");
+    ProgramResult result =
+        runProgram({"sh", "-c",
+                    "cd " + directory.path + " && chmod 755 jbig2dec && exec 9< in.pdf && " +
+                        "PATH=$PWD:$PATH " + printProgramPath() + " -o out.ps in.pdf; echo done"});
+    ASSERT_EQ(result.out, "done\n") << result.err;
+    std::string limits = readFile(directory / "jbig2dec.limits");
+    size_t cpu = limits.find("Max cpu time"), core = limits.find("Max core file size");
+    ASSERT_TRUE(cpu != limits.npos && core != limits.npos) << limits;
+    EXPECT_EQ(limits.substr(cpu, 28), "Max cpu time              60");
+    EXPECT_EQ(limits.substr(core, 27), "Max core file size        0");
+    std::istringstream files(readFile(directory / "jbig2dec.files"));
+    int documents = 0;
+    for (std::string file; std::getline(files, file);) {
+        documents += file == std::filesystem::canonical(directory / "in.pdf");
+        EXPECT_EQ(file.find("out.ps"), file.npos) << file;
+    }
+    EXPECT_EQ(documents, 1) << "the one that it has opened itself";
 }

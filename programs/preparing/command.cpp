@@ -1,5 +1,5 @@
 /*
- * main.cpp - the command pdf_prepare: options, limits, one document, an exit status
+ * command.cpp - the command pdf_prepare: options, limits, one document, an exit status
  *
  * The work is done in a child process with limits on memory, time and output, because what a
  * document asks for is not known beforehand.  When the child ends by one of them, or by a fault of
@@ -8,6 +8,8 @@
  * Status 1 always has an error on standard error: whoever answers it has called `fail`, and the
  * child's own one counts only when it comes as STATUS_TOLD.
  */
+#include "programs/preparing/command.h"
+
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -17,6 +19,7 @@
 #include <cstring>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <fcntl.h>
@@ -60,6 +63,7 @@ struct Arguments {
     bool ifNeeded = false;
     std::string in, out;
     std::string pageMap; /* a file for the page map; empty: none is wanted */
+    std::optional<std::string> passwordFile;
     int mostSeconds = 0; /* by the clock; 0: as the size of the document allows */
 };
 
@@ -70,17 +74,23 @@ int fail(Message message, std::initializer_list<std::string_view> values = {})
     return STATUS_FAILED;
 }
 
-std::string readPassword(const char *path)
+/* The first line of the file for the password, if there is one; else tells why not. */
+std::optional<seam::Notice> readPassword(const std::optional<std::string> &path,
+                                         std::string *password)
 {
-    std::ifstream file(path);
+    if (!path)
+        return std::nullopt;
+    errno = 0;
+    std::ifstream file(*path);
     std::string line;
     if (!file || !std::getline(file, line)) {
         const char *reason = errno ? strerror(errno) : "there is none in it";
-        exit(fail(Message::PasswordUnreadable, {path, reason}));
+        return seam::notice(Message::PasswordUnreadable, 0, {*path, reason});
     }
     if (!line.empty() && line.back() == '\r')
         line.pop_back();
-    return line;
+    *password = line;
+    return std::nullopt;
 }
 
 bool readOption(seam::Option option, const char *value, Arguments *arguments)
@@ -103,11 +113,10 @@ bool readOption(seam::Option option, const char *value, Arguments *arguments)
         options.level = (int)seam::readNumber(PROGRAM, value, "The level", 2, 3);
         return true;
     case Option::PASSWORD_FILE:
-        options.password = readPassword(value);
+        arguments->passwordFile = value;
         return true;
     case Option::MAX_TIME:
-        arguments->mostSeconds =
-            (int)seam::readNumber(PROGRAM, value, "The time", 1, MOST_SECONDS);
+        arguments->mostSeconds = (int)seam::readNumber(PROGRAM, value, "The time", 1, MOST_SECONDS);
         return true;
     case Option::IF_NEEDED:
         arguments->ifNeeded = true;
@@ -218,9 +227,13 @@ bool copyFile(const std::string &in, const std::string &out)
 }
 
 /* The child's work; what is to be told of it is among the notices. */
-Status work(const Arguments &arguments, const std::string &temporary, seam::Notices *notices)
+Status work(Arguments arguments, const std::string &temporary, seam::Notices *notices)
 {
     std::vector<int> pageMap;
+    if (auto fault = readPassword(arguments.passwordFile, &arguments.options.password)) {
+        notices->add(*fault);
+        return STATUS_FAILED;
+    }
     Outcome outcome = Outcome::REFUSED;
     try {
         outcome = arguments.probe
@@ -279,8 +292,8 @@ void endCalled()
 /* A number that the child shares with this process; null where there is no room. */
 volatile int *newSharedNumber()
 {
-    void *page = mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1,
-                      0);
+    void *page =
+        mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     return page == MAP_FAILED ? nullptr : static_cast<volatile int *>(page);
 }
 char temporaryPath[PATH_MAX], scratchPath[PATH_MAX];
@@ -305,22 +318,30 @@ void removeWhenEnded(const std::string &path, const std::string &scratch)
             signal(number, SIG_IGN);
 }
 
+/* Why a child with this status, which is 128 and more for a signal, has not done its work; nothing:
+ * it has, or has told it. */
+std::optional<seam::Notice> faultOf(int status)
+{
+    constexpr int SIGNALS = 128;
+    if (status == STATUS_DONE || status == STATUS_NEEDED || status == STATUS_UNNEEDED ||
+        status == STATUS_TOLD)
+        return std::nullopt;
+    if (status == SIGNALS + SIGXCPU || status == SIGNALS + SIGKILL)
+        return seam::notice(Message::TooSlow, 0, {});
+    std::string what = status < SIGNALS ? "status " + std::to_string(status)
+                                        : "signal " + std::to_string(status - SIGNALS);
+    return seam::notice(Message::NotPrepared, 0, {what + "."});
+}
+
 /* What it means that the child has ended so; only a status that it gives by itself is taken. */
 int statusOf(int ended)
 {
-    if (WIFEXITED(ended)) {
-        int status = WEXITSTATUS(ended);
-        if (status == STATUS_TOLD)
-            return STATUS_FAILED;
-        bool isKnown =
-            status == STATUS_DONE || status == STATUS_NEEDED || status == STATUS_UNNEEDED;
-        return isKnown ? status
-                       : fail(Message::NotPrepared, {"status " + std::to_string(status) + "."});
+    int status = WIFEXITED(ended) ? WEXITSTATUS(ended) : 128 + WTERMSIG(ended);
+    if (std::optional<seam::Notice> fault = faultOf(status)) {
+        fprintf(stderr, "%s\n", lineOf(*fault).c_str());
+        return STATUS_FAILED;
     }
-    int number = WTERMSIG(ended);
-    if (number == SIGXCPU || number == SIGKILL)
-        return fail(Message::TooSlow);
-    return fail(Message::NotPrepared, {"signal " + std::to_string(number) + "."});
+    return status == STATUS_TOLD ? STATUS_FAILED : status;
 }
 
 /* Runs the work in a child; answers its status, 1 when it did not end by itself. */
@@ -415,9 +436,64 @@ std::string scratchPrefix()
     return std::string(directory && *directory ? directory : "/tmp") + "/pdf_prepare.";
 }
 
+/* Where programs that are called have their files, and how long they may take. */
+void beginPreparation(Arguments *arguments, rlim_t inputBytes)
+{
+    arguments->options.scratch = newName(scratchPrefix());
+    arguments->options.calledGroup = calledGroup = newSharedNumber();
+    if (arguments->mostSeconds == 0)
+        arguments->mostSeconds = secondsFor(inputBytes);
+    arguments->options.programSeconds = PROGRAM_SHARE * arguments->mostSeconds;
+}
+
+/* A run within another program, which has forked for it. */
+struct ForkedPreparation : OwnPreparation {
+    explicit ForkedPreparation(Arguments given) : arguments(std::move(given))
+    {
+        struct stat info = {};
+        if (stat(arguments.in.c_str(), &info) != 0)
+            info.st_size = 0; /* opening it will tell */
+        inputBytes = (rlim_t)info.st_size;
+        beginPreparation(&arguments, inputBytes);
+        deadline = Clock::now() + std::chrono::seconds(arguments.mostSeconds);
+    }
+    ~ForkedPreparation() override
+    {
+        endCalled();
+        removeScratch(arguments.options.scratch.c_str());
+    }
+
+    int work() override
+    {
+        removeWhenEnded(arguments.out, arguments.options.scratch);
+        setLimits(inputBytes, arguments.mostSeconds);
+        return workAndTell(arguments, arguments.out);
+    }
+
+    int conclude(int status, const std::function<void(const seam::Notice &)> &hear) override
+    {
+        std::optional<seam::Notice> fault = faultOf(status);
+        if (fault)
+            hear(*fault);
+        return fault || status == STATUS_TOLD ? STATUS_FAILED : status;
+    }
+
+    Arguments arguments;
+    rlim_t inputBytes;
+};
+
 } // namespace
 
-int main(int argc, char **argv)
+std::unique_ptr<OwnPreparation> makePreparation(std::vector<std::string> words)
+{
+    std::vector<char *> pointers;
+    for (std::string &word : words)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    return std::make_unique<ForkedPreparation>(readArguments((int)words.size(), pointers.data()));
+}
+
+int prepareCommand(int argc, char **argv)
 {
     Arguments arguments = readArguments(argc, argv);
     struct stat info;
@@ -431,13 +507,11 @@ int main(int argc, char **argv)
         temporary = newFile(isPipe ? scratchPrefix() : hiddenPrefix(arguments.out));
         if (temporary.empty())
             return fail(Message::OutputNotOpened, {strerror(errno)});
-        arguments.options.scratch = newName(scratchPrefix());
-        arguments.options.calledGroup = calledGroup = newSharedNumber();
+        beginPreparation(&arguments, (rlim_t)info.st_size);
         removeWhenEnded(temporary, arguments.options.scratch);
     }
     if (arguments.mostSeconds == 0)
         arguments.mostSeconds = secondsFor((rlim_t)info.st_size);
-    arguments.options.programSeconds = PROGRAM_SHARE * arguments.mostSeconds;
     int status = supervise(arguments, temporary, (rlim_t)info.st_size);
     if (arguments.probe)
         return status;
