@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "job/verify.h"
+#include "tests/job/second_reading.h"
 
 namespace {
 
@@ -16,7 +17,15 @@ using Texts = std::vector<std::string>;
 job::Verdict verdictOn(const std::string &text, SectionKind kind = SectionKind::PAGE)
 {
     job::Account account;
-    return job::verify(job::Bytes((const uint8_t *)text.data(), text.size()), kind, &account);
+    job::Verdict verdict =
+        job::verify(job::Bytes((const uint8_t *)text.data(), text.size()), kind, &account);
+    SectionPart part = kind == SectionKind::PAGE     ? SectionPart::PAGE
+                       : kind == SectionKind::SHARED ? SectionPart::SHARED
+                                                     : SectionPart::DEFINITION;
+    if (verdict.isAccepted()) {
+        EXPECT_EQ(secondReading(text, part), "") << text.substr(0, 1000);
+    }
+    return verdict;
 }
 
 std::string repeated(const std::string &text, size_t count)
