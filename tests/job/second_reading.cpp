@@ -372,9 +372,10 @@ const Item &Reading::operand(size_t back) const
 bool Reading::whole(size_t back, size_t *count)
 {
     const Item &item = operand(back);
-    if (item.kind != WHOLE || item.text.size() > 10 || item.text[0] == '-')
+    long long value = item.kind == WHOLE && item.text.size() < 18 ? std::stoll(item.text) : -1;
+    if (value < 0)
         return fail("there is no count");
-    *count = (size_t)std::stoull(item.text);
+    *count = (size_t)value;
     return true;
 }
 
@@ -429,8 +430,9 @@ bool Reading::procedure()
             return fail("a procedure does not end");
         if (item.kind == BAD)
             return fail(item.text);
-        if (!text.comments.empty())
+        if (!text.comments.empty() && !isConverted)
             return fail("a comment in a procedure");
+        text.comments.clear();
         open += (item.kind == OPEN) - (item.kind == CLOSE);
         if (open == 0)
             break;

@@ -21,7 +21,7 @@ std::vector<std::string> trippedBy(const std::string &job)
     std::vector<std::string> tripped;
     bool isWhole = false;
     for (const std::string &line : linesOf(result.out)) {
-        isWhole = isWhole || line == "%%[ TRIPWIRES: 0 ]%%";
+        isWhole = isWhole || line.starts_with("%%[ TRIPWIRES: 0 ");
         if (line.starts_with("%%[ TRIPWIRE:"))
             tripped.push_back(line);
     }
