@@ -143,15 +143,18 @@ uint64_t mostOutput(const ConversionRun *run, const Options &options)
 
 void writeRuntime(ZFile *job, const Encoding &encoding, const Plan &plan)
 {
+    std::set<std::string> calls = plan.calls;
+    if (encoding.level == 2)
+        calls.insert("KeptStates");
     fputstr(job, "%%BeginProlog");
     fputstr(job, "%%BeginResource: procset pdf_to_ps " PDF_PRINT_VERSION " 0");
     if (!encoding.isCompressed) {
-        std::string runtime = runtimeFor(plan.calls);
+        std::string runtime = runtimeFor(calls);
         fputm(job, runtime.data(), runtime.size());
     } else {
         /* The same words read a section that is PostScript: they are all there is yet. */
         Spool text;
-        encodeSection(job, encoding, LOADER, AcceptedText::ofRuntime(plan.calls, &text));
+        encodeSection(job, encoding, LOADER, AcceptedText::ofRuntime(calls, &text));
     }
     fputstr(job, "%%EndResource");
     fputstr(job, "%%EndProlog");

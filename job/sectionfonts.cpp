@@ -104,16 +104,18 @@ bool SectionReader::convertedInfo()
     return words("] def");
 }
 
+/* The runtime takes them by their lines, up to the line "end", and goes on behind it: where they
+ * end for it they end here. */
 bool SectionReader::convertedGlyphs()
 {
     int64_t count;
     if (!words("/CharProcs") || !whole(&count, 1, MOST_GLYPHS) ||
         !words("dict def CharProcs begin") || !literal("\n"))
         return false;
-    while (in.next().kind == TokenKind::NAME)
+    while (!in.follows("end\n"))
         if (!convertedGlyph())
             return false;
-    return in.last().is("end") || refuse("a converted font does not end");
+    return true;
 }
 
 bool SectionReader::convertedGlyph()
@@ -121,15 +123,18 @@ bool SectionReader::convertedGlyph()
     constexpr std::string_view allowed[] = {
         "moveto", "lineto",    "curveto", "closepath", "setcachedevice", "fill",
         "matrix", "setmatrix", "concat",  "[",         "currentmatrix",  "]"};
-    if (!literal(" { "))
-        return false;
+    if (in.next().kind != TokenKind::NAME || in.whiteBefore() != 0)
+        return refuse("a converted font does not end");
+    if (!literal(" { ") || !in.comment())
+        return refuse("a glyph of a converted font has no number");
     while (in.next().kind != TokenKind::CLOSE_PROCEDURE) {
         const Token &token = in.last();
         if (!isInRange(token) &&
             std::find(std::begin(allowed), std::end(allowed), token.text) == std::end(allowed))
             return refuse("a glyph of a converted font holds other than a path");
     }
-    return words("bind def");
+    return (in.whiteBefore() == ' ' || refuse("a line is not as it must be")) &&
+           literal(" bind def\n");
 }
 
 } // namespace job

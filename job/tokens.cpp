@@ -132,6 +132,12 @@ bool Scanner::follows(std::string_view bytes)
     return true;
 }
 
+bool Scanner::comment()
+{
+    fill(LONGEST_TOKEN);
+    return takesComments && end - at > 1 && at[0] == '%' && at[1] == ' ' && passComment();
+}
+
 /* ---- tokens */
 
 const Token &Scanner::made(TokenKind kind, const uint8_t *from)

@@ -70,6 +70,8 @@ class Scanner {
 
     /* Do just these bytes follow?  They are passed over. */
     bool follows(std::string_view bytes);
+    /* Does a comment follow, one that is taken?  It is passed over, but for its line end. */
+    bool comment();
     /* Passes over counted data; false: there is less. */
     bool skip(uint64_t count);
 

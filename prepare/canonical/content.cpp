@@ -115,7 +115,10 @@ bool putString(const Token &token, std::string *out)
     return value.size() <= MAX_STRING_BYTES;
 }
 
-bool putArray(const std::vector<Token> &tokens, const Operand &array, std::string *out)
+/* `again`: what stands between the pieces of an array that is too long for one; nothing: it cannot
+ * be divided. */
+bool putArray(const std::vector<Token> &tokens, const Operand &array, std::string_view again,
+              std::string *out)
 {
     bool isWhole = true;
     size_t count = 0;
@@ -124,6 +127,10 @@ bool putArray(const std::vector<Token> &tokens, const Operand &array, std::strin
         bool isNumber = tokens[i].kind == TokenKind::NUMBER;
         if (!isNumber && !isText(tokens[i]))
             continue;
+        if (count == MAX_ARRAY_ITEMS) {
+            *out += again;
+            count = again.empty() ? count : 0;
+        }
         if (count++ > 0)
             *out += " ";
         if (isNumber)
@@ -132,7 +139,7 @@ bool putArray(const std::vector<Token> &tokens, const Operand &array, std::strin
             isWhole &= putString(tokens[i], out);
     }
     *out += "]";
-    return isWhole && count <= MAX_STRING_BYTES;
+    return isWhole && count <= MAX_ARRAY_ITEMS;
 }
 
 /* A number, a string, a name or a word; false: it is none, or not plain. */
@@ -339,7 +346,8 @@ bool putOperands(ContentWalk *walk, const Operation &operation,
         else if (operand.kind == STRING)
             isGood = putString(token, out);
         else
-            isGood = putArray(tokens, operand, out);
+            isGood = putArray(tokens, operand,
+                              operation.op->id == Op::SHOW_ADJUSTED ? "] TJ\n[" : "", out);
         *out += " ";
         if (!isGood)
             return false;

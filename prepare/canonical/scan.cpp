@@ -151,7 +151,7 @@ bool scanArray(Scanner *s, char *kind)
 {
     *kind = NUMBERS;
     s->at++;
-    for (size_t count = 0; count <= MAX_STRING_BYTES; count++) {
+    for (size_t count = 0; count <= MAX_ARRAY_ITEMS; count++) {
         skipSpace(s);
         if (s->atEnd())
             return false;

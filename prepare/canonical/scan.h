@@ -15,7 +15,8 @@
 namespace prepare {
 
 constexpr size_t MAX_NUMBER_BYTES = 32;
-constexpr size_t MAX_STRING_BYTES = 65535; /* decoded; and the most items of an array */
+constexpr size_t MAX_STRING_BYTES = 65535; /* decoded */
+constexpr size_t MAX_ARRAY_ITEMS = 400;    /* an array lies on the operand stack while it is read */
 constexpr size_t MAX_COLOUR_VALUES = 4;
 constexpr size_t MAX_MARK_ITEMS =
     50; /* keys of a dictionary in content, and values in its arrays */

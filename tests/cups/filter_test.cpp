@@ -11,9 +11,11 @@
 #include <unistd.h>
 
 #include "tests/cups/print_system.h"
+#include "tests/postscript/tripwires.h"
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
 #include "tests/support/printing.h"
+#include "tests/support/sample_document.h"
 
 namespace {
 
@@ -69,6 +71,15 @@ Lines comments(const std::string &job, const std::string &name)
 bool holds(const std::string &text, const std::string &part)
 {
     return occurrences(text, part) > 0;
+}
+
+TEST(PrintFilter, ItsJobsDoNothingThatNoJobHasToDo)
+{
+    for (const char *options : {"", "number-up=2 sides=two-sided-long-edge"}) {
+        FilterRun run = filter(documentOfResources(), options);
+        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(trippedBy(run.job), Lines{}) << options;
+    }
 }
 
 TEST(PrintFilter, WrongUseIsAnError)

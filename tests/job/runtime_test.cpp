@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
 #include <sstream>
 
 #include "job/runtime.h"
@@ -387,6 +388,38 @@ TEST(RuntimeParts, WhatIsShownWithoutAFontIsNothing)
     Picture page =
         pageOf(onePage("BT /F 30 Tf 10 10 Td (text) Tj ET 10 10 50 50 re f", "/Resources << >>"));
     EXPECT_TRUE(page.rgb == pageOf(onePage("10 10 50 50 re f", "/Resources << >>")).rgb);
+}
+
+/* ---- pictures */
+
+size_t coloursOf(const Picture &page)
+{
+    std::set<uint8_t> colours;
+    for (size_t i = 0; i < page.rgb.size(); i += 3)
+        colours.insert(page.rgb[i]);
+    return colours.size();
+}
+
+TEST(JobPictures, AreInterpolatedWhereTheirSamplesAreCoarse)
+{
+    auto page = [](int size) {
+        PdfBuilder pdf;
+        std::string samples;
+        for (int i = 0; i < size * size; i++)
+            samples += (char)((i + i / size) % 2 ? 255 : 0);
+        std::string image =
+            ref(pdf.addStream("/Type /XObject /Subtype /Image /BitsPerComponent 8 /ColorSpace "
+                              "/DeviceGray /Interpolate true /Width " +
+                                  std::to_string(size) + " /Height " + std::to_string(size),
+                              samples));
+        pdf.addPage("/MediaBox [0 0 200 200] /Resources << /XObject << /I " + image +
+                    " >> >> /Contents " + ref(pdf.addStream("", "200 0 0 200 0 0 cm /I Do")));
+        PrintedJob printed = printFile(preparedJobOf(pdf.build()), 72);
+        EXPECT_EQ(printed.pages.size(), 1u);
+        return printed.pages.empty() ? 0 : coloursOf(printed.pages[0]);
+    };
+    EXPECT_GT(page(4), 10u);
+    EXPECT_EQ(page(200), 2u);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "job/verify.h"
+#include "tests/job/second_reading.h"
 
 namespace {
 
@@ -16,7 +17,15 @@ using Texts = std::vector<std::string>;
 job::Verdict verdictOn(const std::string &text, SectionKind kind = SectionKind::PAGE)
 {
     job::Account account;
-    return job::verify(job::Bytes((const uint8_t *)text.data(), text.size()), kind, &account);
+    job::Verdict verdict =
+        job::verify(job::Bytes((const uint8_t *)text.data(), text.size()), kind, &account);
+    SectionPart part = kind == SectionKind::PAGE     ? SectionPart::PAGE
+                       : kind == SectionKind::SHARED ? SectionPart::SHARED
+                                                     : SectionPart::DEFINITION;
+    if (verdict.isAccepted()) {
+        EXPECT_EQ(secondReading(text, part), "") << text.substr(0, 1000);
+    }
+    return verdict;
 }
 
 std::string repeated(const std::string &text, size_t count)
@@ -468,6 +477,45 @@ TEST(Verifier, ProceduresAreTheConvertersOwn)
                "]\n/ColorSpace defineRes pop\n"));
     expectRefused(pageOf("/CS0\n[ /Separation (Spot) /DeviceGray\n{ } ]\n/ColorSpace defineRes "
                          "pop\n"));
+}
+
+/* A converted font with these glyphs, as far as its end. */
+std::string convertedFont(const std::string &glyphs)
+{
+    return "/X \n%!PS-Adobe-3.0 Resource-Font\n%%BeginFont: X\n20 dict begin\n/FontType 3 "
+           "def\n/FontInfo 9 dict dup begin\n/italicAngle 0.0 def\n/underlineThickness 5 def\n"
+           "/underlinePosition -7 def\n/isFixedPitch false def end def\n/FontMatrix [0.001 0 0 "
+           "0.001 0 0] def\n/FontBBox [0 0 9 9] def\n/Encoding [" +
+           repeated("/a ", 256) + "% 0x0\n] def\n/CharProcs 2 dict def CharProcs begin\n" + glyphs;
+}
+
+constexpr char CONVERTED_ENDS[] =
+    "/BuildGlyph {\nexch /CharProcs get exch\n2 copy known not {pop /.notdef} if \nget exec } "
+    "bind def\n/BuildChar { 1 index /Encoding get exch get\n1 index /BuildGlyph get exec } bind "
+    "def\ncurrentdict end definefont pop\n%%%%EndFont\n";
+
+/* The runtime reads them by their lines, up to the line "end": what it takes for data must not go
+ * on where the verifier sees other text. */
+TEST(Verifier, GlyphsOfAConvertedFontStandInTheLinesThatTheRuntimeReads)
+{
+    const std::string begin = "/a { % 1 - 0x61\n", path = "9 0 0 0 9 9 setcachedevice\nfill\n";
+    auto accepts = [](const std::string &glyphs) {
+        std::string hidden = counted("\nend\nquit\n", "/dX ReadCount") +
+                             "/X << /ExternName (dX) /Width 1 /Height 1 >> CallImage\n";
+        return verdictOn(convertedFont(glyphs) + CONVERTED_ENDS + hidden, SectionKind::PART)
+            .isAccepted();
+    };
+    ASSERT_TRUE(accepts(begin + path + " } bind def\nend\n"));
+    for (const std::string &glyphs :
+         {begin + path + " } bind def end\n", begin + path + " } bind def\nend ",
+          begin + path + " } bind def\n end\n", begin + path + "} bind def\nend\n",
+          begin + path + " } bind  def\nend\n", begin + path + " } bind def \nend\n",
+          begin + path + " }\nbind def\nend\n", "/a { " + path + " } bind def\nend\n",
+          "/a {\n% 1 - 0x61\n" + path + " } bind def\nend\n",
+          "/a\n{ % 1 - 0x61\n" + path + " } bind def\nend\n",
+          begin + path + " } bind def\n% 2\nend\n", "% 2\n" + begin + path + " } bind def\nend\n",
+          " " + begin + path + " } bind def\nend\n", std::string("end % 1\n")})
+        EXPECT_FALSE(accepts(glyphs)) << glyphs;
 }
 
 TEST(Verifier, OnlyTheWordsOfPageDescriptionsAreCalled)

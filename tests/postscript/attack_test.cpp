@@ -7,6 +7,7 @@
 #include <cctype>
 #include <cstdio>
 
+#include "tests/compress/zlib_encoder.h"
 #include "tests/postscript/font_programs.h"
 #include "tests/postscript/hostile_job.h"
 #include "tests/support/conversion.h"
@@ -317,29 +318,32 @@ TEST(HostilePages, OutlinesAreNeverProcedures)
                                 outline("HalftoneType", "1") + outline("SpotFunction", accepted) +
                                 "end\n/G << /HT CharProcs >> /ExtGState defineRes pop end\n"));
     for (const std::string &mark : {accepted, decode})
-        job.add("its own glyph table",
-                pageDescription(
-                    "/G gs /C cs 1 scn 0 0 90 90 re f /D cs 1 scn 0 0 90 90 re f",
-                    "9 dict begin /CharProcs currentdict def CharProcs pop\n"
-                    "/HalftoneType 1 def /Frequency 60 def /Angle 0 def /SpotFunction {" +
-                        mark + "} def\n/DecodeA {" + mark +
-                        "} def /WhitePoint [1 1 1] def\n/HT currentdict def\n"
-                        "/G currentdict /ExtGState defineRes pop\n"
-                        "/D [ /CIEBasedA currentdict ] /ColorSpace defineRes pop\n"
-                        "/C [ /Separation (x) /DeviceGray /ColorSpace findRes {" +
-                        mark + "} ] /ColorSpace defineRes pop end\n"));
+        job.add(
+            "its own glyph table",
+            pageDescription("/G gs /C cs 1 scn 0 0 90 90 re f /D cs 1 scn 0 0 90 90 re f",
+                            "9 dict begin /CharProcs currentdict def CharProcs pop\n"
+                            "/HalftoneType 1 def /Frequency 60 def /Angle 0 def /SpotFunction {" +
+                                mark + "} def\n/DecodeA {" + mark +
+                                "} def /WhitePoint [1 1 1] def\n/HT currentdict def\n"
+                                "/G currentdict /ExtGState defineRes pop\n"
+                                "/D [ /CIEBasedA currentdict ] /ColorSpace defineRes pop\n"
+                                "/C [ /Separation (x) /DeviceGray /ColorSpace findRes {" +
+                                mark + "} ] /ColorSpace defineRes pop end\n"));
     job.expectHarmless();
 }
 
 TEST(HostileDocuments, ContentInClear)
 {
     HostileJob job;
+    PdfBuilder together;
     for (const std::string &payload : PAYLOADS) {
         PdfBuilder pdf;
         pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(pdf.addStream("", payload)));
         EXPECT_TRUE(job.addPdf(payload, pdf.build(), {"-DECODE"}));
-        EXPECT_TRUE(job.addPdf(payload, pdf.build()));
+        together.addPage("/MediaBox [0 0 200 200] /Contents " +
+                         ref(together.addStream("", payload)));
     }
+    EXPECT_TRUE(job.addPdf("all payloads", together.build()));
     job.expectHarmless();
 }
 
@@ -410,10 +414,12 @@ TEST(HostilePages, PayloadsInEveryPlaceOfAText)
 /* ---- what takes too long */
 
 /* A form's text. */
-std::string form(const std::string &name, const std::string &content)
+std::string form(const std::string &name, const std::string &content,
+                 const std::string &entries = "")
 {
     return std::to_string(content.size()) + " /doc" + name + " ReadCount\n" + content + "\n/" +
-           name + "\n<<\n/ExternName (doc" + name + ")\n/BBox [ 0 0 200 200 ] \n>>\nCallForm\n";
+           name + "\n<<\n/ExternName (doc" + name + ")\n/BBox [ 0 0 200 200 ] \n" + entries +
+           "\n>>\nCallForm\n";
 }
 
 std::string glyphFont(const std::string &content)
@@ -474,6 +480,12 @@ TEST(HostilePages, NothingGoesRoundForEver)
                             "/G <<\n/HT << \n/HalftoneType 1 \n/Frequency 0.001 \n/Angle 45 \n"
                             "/SpotFunction /Round /Function findRes\n>> \n>> /ExtGState defineRes "
                             "pop\n"));
+    std::string calls;
+    for (int i = 0; i < 2000; i++)
+        calls += "/Z Do ";
+    job.add("gigabytes of blanks",
+            pageDescription(calls, form("Z", encodeFlate(encodeFlate(std::string(50'000'000, ' '))),
+                                        "/Filter [ /FlateDecode /FlateDecode ] ")));
     job.add("a page of a size that does not exist",
             "BeginPageDescription\n<< /PageSize [ [ 1 ] (x) ] >> setpagedevice\n0 0 translate\n"
             "0 rotate\nEndPageDescription\n");

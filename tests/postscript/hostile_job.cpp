@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/postscript/tripwires.h"
 #include "tests/support/conversion.h"
 #include "tests/support/printing.h"
 
@@ -102,9 +103,12 @@ bool HostileJob::addPdf(const std::string &name, const std::string &pdf,
                         const std::vector<std::string> &switches)
 {
     if (switches.empty()) {
-        PrintRun run = printPdf(pdf, {"--no-prepare", "-q"});
-        if (run.hasOutput) {
-            jobNames.push_back(name);
+        for (const std::vector<std::string> &way :
+             std::vector<std::vector<std::string>>{{"-q", "--no-prepare"}, {"-q"}}) {
+            PrintRun run = printPdf(pdf, way);
+            if (!run.hasOutput)
+                continue;
+            jobNames.push_back(name + (way.size() == 1 ? ", prepared" : ", as it stands"));
             jobs.push_back(run.output);
         }
     }
@@ -122,8 +126,10 @@ void HostileJob::expectHarmlessJobs()
                             "count 0 ne { (STACK ) print clear } if "
                             "countdictstack FirstDictionaries ne { (DICTIONARIES ) print } if\n";
     std::string text;
-    for (size_t i = 0; i < jobs.size(); i++)
+    for (size_t i = 0; i < jobs.size(); i++) {
         text += jobs[i] + ask + cleanPostScript(i);
+        EXPECT_EQ(trippedBy(jobs[i]), std::vector<std::string>{}) << jobNames[i];
+    }
     PrintOptions options;
     options.safer = false;
     options.before = "userdict /Marker 0 put /FirstDictionaries countdictstack def\n";

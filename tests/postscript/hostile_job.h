@@ -32,8 +32,8 @@ class HostileJob {
      * there, both stacks at the same height before each page. */
     void expectHarmless();
 
-    /* The same for the PDF files as jobs of pdf_print, taken as they stand; expectHarmless does
-     * it, too. */
+    /* The same for the PDF files as jobs of pdf_print, taken as they stand and prepared, and each
+     * job by itself between tripwires; expectHarmless does it, too. */
     void expectHarmlessJobs();
 
     int timeoutSeconds = 240; /* a job that takes longer hangs */

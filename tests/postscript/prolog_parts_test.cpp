@@ -83,7 +83,7 @@ TEST(PrologParts, OfJobsDefineAgainWhatAPartCanDoBetter)
                              "T*", "Tj", "TJ", "'", "\""})
         EXPECT_EQ(twice.erase(name), 1U) << name;
     EXPECT_EQ(twice, (Words{"ArraySpace", "BaseEncoding", "FindFont", "OtherName", "PlainState",
-                            "SetGraphicsState"}));
+                            "Q", "SetGraphicsState", "UndoStates", "q"}));
 }
 
 /* A name is an operator, or it belongs to the part that defines it first.  A variable, which lives

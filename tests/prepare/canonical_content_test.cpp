@@ -128,7 +128,7 @@ TEST(CanonicalContent, StringsHaveKnownEscapes)
     EXPECT_EQ(written("(abc"), "");
 }
 
-TEST(CanonicalContent, StringsAndArraysHaveAtMost65535Parts)
+TEST(CanonicalContent, StringsHaveAtMost65535Bytes)
 {
     std::string longest(65533, 'a'); /* and parentheses */
     EXPECT_TRUE(stays("(" + longest + ") Tj"));
@@ -136,8 +136,19 @@ TEST(CanonicalContent, StringsAndArraysHaveAtMost65535Parts)
     PlainContent made = plain("(aaa" + longest + ") Tj");
     EXPECT_EQ(made.dropped, 1u);
     EXPECT_TRUE(made.lostPaint);
-    EXPECT_TRUE(stays("[" + repeated("1 ", 65535) + "] TJ"));
-    EXPECT_EQ(plain("[" + repeated("1 ", 65536) + "] TJ").dropped, 1u);
+}
+
+/* They lie on the interpreter's operand stack, which at Level 2 has room for 500. */
+TEST(CanonicalContent, ArraysHaveAtMost400ItemsAndThoseOfTextAreDivided)
+{
+    const std::string most = "1" + repeated(" 1", 399);
+    EXPECT_TRUE(stays("[" + most + "] TJ"));
+    EXPECT_EQ(written("[" + most + " (a)] TJ"), "[" + most + "] TJ [(a)] TJ");
+    EXPECT_EQ(written("[" + repeated("1 ", 800) + "(a) 2] TJ"),
+              "[" + most + "] TJ [" + most + "] TJ [(a) 2] TJ");
+    EXPECT_EQ(plain("[" + repeated("1 ", 100000) + "] TJ").dropped, 0u);
+    EXPECT_TRUE(stays("[" + most + "] 0 d"));
+    EXPECT_EQ(plain("[" + most + " 1] 0 d").dropped, 1u);
 }
 
 TEST(CanonicalContent, FaultyOperationsAreLeftOutAndCounted)

@@ -1,5 +1,5 @@
 /*
- * sample_document.cpp - one small document with every feature that the converter reads
+ * sample_document.cpp - small documents with every feature that the converter reads
  */
 #include "tests/support/sample_document.h"
 
@@ -106,4 +106,87 @@ std::string sampleDocument()
                 " /Extra [true false null (a\\)b\\101) <414> /N#20 -1 +2.5 .5 << /D << >> >>]");
     return pdf.buildWithUpdate({{first, "<< /Type /Page /Parent 2 0 R /Rotate 0 /Contents [" +
                                             ref(content) + " " + ref(packed) + "] >>"}});
+}
+
+namespace {
+
+std::string formOf(PdfBuilder *pdf, const std::string &content, const std::string &entries = "")
+{
+    return ref(pdf->addForm(content, "/Type /XObject /Subtype /Form " + entries));
+}
+
+std::string sampledFunction(PdfBuilder *pdf, int inputs, int outputs, int bits)
+{
+    std::string domain = inputs == 1 ? "[0 1]" : "[-1 1 -1 1]", range = "[",
+                size = inputs == 1 ? "[2]" : "[2 2]";
+    for (int i = 0; i < outputs; i++)
+        range += " 0 1";
+    size_t samples = (size_t)(inputs == 1 ? 2 : 4) * (size_t)outputs;
+    return ref(pdf->addStream("/FunctionType 0 /Domain " + domain + " /Range " + range +
+                                  "] /Size " + size + " /BitsPerSample " + std::to_string(bits),
+                              std::string((samples * (size_t)bits + 7) / 8, '\x5A')));
+}
+
+} // namespace
+
+std::string documentOfResources()
+{
+    PdfBuilder pdf;
+    std::string image = ref(pdf.addStream("/Type /XObject /Subtype /Image /Width 2 /Height 2 "
+                                          "/BitsPerComponent 8 /ColorSpace /DeviceGray",
+                                          "(>>%"));
+    std::string mask = ref(pdf.addStream("/Type /XObject /Subtype /Image /Width 8 /Height 1 "
+                                         "/ImageMask true /Decode [1 0] /Filter /CCITTFaxDecode "
+                                         "/DecodeParms << /K -1 /Columns 8 /BlackIs1 true >>",
+                                         "\x7F"));
+    std::string inner =
+        formOf(&pdf, "/Im0 Do", "/Resources << /XObject << /Im0 " + image + " >> >>");
+    std::string outer = formOf(&pdf, "q /In Do Q",
+                               "/Matrix [1 0 0 1 0 0] /Resources << "
+                               "/XObject << /In " +
+                                   inner + " >> >>");
+    std::string glyph = ref(pdf.addStream("", "500 0 0 0 500 500 d1 /Im0 Do"));
+    std::string type3 = ref(
+        pdf.add("<< /Type /Font /Subtype /Type3 /FontBBox [0 0 500 500] /FontMatrix [0.001 0 0 "
+                "0.001 0 0] /FirstChar 97 /LastChar 97 /Widths [500] /Encoding << /Differences [97 "
+                "/a] >> /Resources << /XObject << /Im0 " +
+                image + " >> >> /CharProcs << /a " + glyph + " /b " +
+                ref(pdf.addStream("", "500 0 d0 q 0 0 9 9 re f Q")) + " >> >>"));
+    std::string font = ref(pdf.add("<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /FirstChar "
+                                   "65 /LastChar 66 /Widths [600 700.5] /Encoding << /BaseEncoding "
+                                   "/WinAnsiEncoding /Differences [66 /B.alt] >> >>"));
+    std::string states =
+        "/G0 << /SA true /OP false /TR " + sampledFunction(&pdf, 1, 1, 8) + " /UCR /Identity >> " +
+        "/G1 << /TR [" + sampledFunction(&pdf, 1, 1, 12) +
+        " /Identity /Identity /Identity] /HT << "
+        "/HalftoneType 1 /Frequency 60 /Angle 45 /SpotFunction " +
+        sampledFunction(&pdf, 2, 1, 8) +
+        " >> >> /G2 << /HT /Default >> /G3 << /HT << /HalftoneType "
+        "5 /Default << /HalftoneType 1 /Frequency 60 /Angle 0 /SpotFunction /Round >> >> >> ";
+    states +=
+        "/G4 << /HT " + ref(pdf.addStream("/HalftoneType 6 /Width 2 /Height 2", "(>%\n")) + " >> ";
+    std::string table = ref(pdf.addStream("", std::string("\0\r\n(>>", 6)));
+    std::string spaces =
+        "/C0 [/Indexed /DeviceRGB 1 " + table +
+        "] /C1 [/Indexed /DeviceGray 1 <2829>] "
+        "/C2 [/Separation /Spot /DeviceCMYK " +
+        sampledFunction(&pdf, 1, 4, 16) +
+        "] "
+        "/C3 [/CalGray << /WhitePoint [1 1 1] >>] /C4 [/CalRGB << /WhitePoint [1 1 1] /Matrix [1 0 "
+        "0 0 1 0 0 0 1] >>] /C5 [/Lab << /WhitePoint [1 1 1] /Range [-90 90 -90 90] >>] /C6 "
+        "[/Pattern /DeviceGray] /C7 /DeviceRGB /C8 [/DeviceGray] /C9 [/Lab << /WhitePoint [1 1 1] "
+        ">>] ";
+    std::string resources = "/XObject << /Im0 " + image + " /Im1 " + mask + " /Fm0 " + outer +
+                            " >> /Font << /F1 " + font + " /T3 " + type3 + " >> /ExtGState << " +
+                            states + ">> /ColorSpace << " + spaces + ">>";
+    std::string opening = ref(pdf.addStream("", "q 1 0 0 1 0 0 cm"));
+    std::string closing = ref(pdf.addStream("", "Q"));
+    for (const char *text : {"(one) Tj", "(two) Tj"})
+        pdf.addPage(
+            "/MediaBox [0 0 200 200] /Resources << " + resources + " >> /Contents [" + opening +
+            " " +
+            ref(pdf.addStream("", "/Tag << /MCID 0 >> BDC BT /F1 12 Tf " + std::string(text) +
+                                      " ET EMC /C2 cs .5 scn /G1 gs /Fm0 Do")) +
+            " " + closing + "]");
+    return pdf.build();
 }

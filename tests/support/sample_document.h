@@ -1,5 +1,5 @@
 /*
- * sample_document.h - one small document with every feature that the converter reads
+ * sample_document.h - small documents with every feature that the converter reads
  */
 #ifndef TESTS_SAMPLE_DOCUMENT_H
 #define TESTS_SAMPLE_DOCUMENT_H
@@ -9,5 +9,9 @@
 /* Two pages, a content array, an incremental update, an indirect /Length, inherited attributes,
  * every kind of object and every kind of resource.  Converts without a fault. */
 std::string sampleDocument();
+
+/* Two pages that share most of what they use, in clear, with every kind of resource that needs no
+ * embedded font. */
+std::string documentOfResources();
 
 #endif
