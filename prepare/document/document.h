@@ -68,14 +68,18 @@ struct Page {
 /* The file, and libqpdf's view of it. */
 struct Source {
     std::string path;
-    std::string repaired; /* what `pdf` reads instead of the file, when not empty */
+    std::string repaired;   /* what `pdf` reads instead of the file, when not empty */
+    bool isDamaged = false; /* libqpdf has warned of it, as far as anybody asked */
     QPDF pdf;
 };
 
+/* Has libqpdf met damage so far? */
+bool isDamaged(Source *source);
+
 /* What is counted over the whole document, against the bounds of those who count. */
 struct Budget {
-    double shadingWork = 0;  /* steps and pixels */
-    int failedPrograms = 0;  /* other programs that were called and took too long or failed */
+    double shadingWork = 0;    /* steps and pixels */
+    int failedPrograms = 0;    /* other programs that were called and took too long or failed */
     double programSeconds = 0; /* that they took together, by the clock */
 };
 
