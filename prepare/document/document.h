@@ -36,6 +36,7 @@ enum Need : uint32_t {
     NEED_IMAGES = 1u << 9,      /* images of kinds that the converter does not accept */
     NEED_INLINE_IMAGES = 1u << 10,
     NEED_TRANSPARENCY = 1u << 12, /* transparent paint, and masked images */
+    NEED_SUBTLE = 1u << 13, /* if it is drawn, a renderer that knows Hue, Saturation, knockout */
     NEED_PATTERNS = 1u << 16,     /* patterns and shadings in use */
     NEED_COLOURS = 1u << 17,      /* colours that the converter does not know, or prints wrong */
 };

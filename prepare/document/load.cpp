@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <optional>
 
@@ -123,6 +125,17 @@ void flattenTree(Document *document, std::vector<QPDFObjectHandle> &pages)
     root.replaceKey("/Pages", pdf.makeIndirectObject(tree));
 }
 
+/* Does the file's end say where its table is? */
+bool hasTableAtEnd(const std::string &path)
+{
+    constexpr long TAIL = 2048;
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    long size = file ? (long)file.tellg() : 0;
+    file.seekg(std::max(0l, size - TAIL));
+    std::string tail(std::istreambuf_iterator<char>(file), {});
+    return tail.find("startxref") != std::string::npos;
+}
+
 /* Has libqpdf made a table of its own, in which it has only what begins a line? */
 bool isReconstructed(Source *source)
 {
@@ -174,12 +187,16 @@ bool openByObjects(Document *document, OpenFault *fault, bool hasPages)
 /* Opens the document by its tables, or without them; nothing, with an error: there is no way. */
 std::optional<std::vector<QPDFObjectHandle>> openPages(Document *document)
 {
-    OpenFault fault = openFile(document);
+    OpenFault fault;
+    bool isByObjects =
+        !hasTableAtEnd(document->source.path) && openByObjects(document, &fault, false);
+    if (!isByObjects)
+        fault = openFile(document);
     bool isSecret = fault.message && fault.message != Message::DocumentUnreadable;
     PageTree tree = fault.message ? PageTree() : pagesOfTree(document);
     bool hasPages = !tree.pages.empty();
     bool isOtherWanted = !hasPages || isReconstructed(&document->source);
-    if (isOtherWanted && !isSecret && openByObjects(document, &fault, hasPages))
+    if (isOtherWanted && !isByObjects && !isSecret && openByObjects(document, &fault, hasPages))
         tree = fault.message ? PageTree() : pagesOfTree(document);
     if (tree.pages.empty() && !fault.message)
         tree = pagesAnywhere(document);
