@@ -425,6 +425,23 @@ std::string unicodeGlyphName(uint32_t unicode)
     return name;
 }
 
+std::string unicodeGlyphName(const std::vector<uint32_t> &text)
+{
+    constexpr size_t LONGEST = 8;
+    auto hasName = [](uint32_t c) { return c >= 32 && c != 0xFFFD; };
+    if (text.empty() || text.size() > LONGEST || !std::ranges::all_of(text, hasName))
+        return "";
+    if (text.size() == 1)
+        return unicodeGlyphName(text[0]);
+    std::string name = "uni";
+    for (uint32_t c : text) {
+        if (c > 0xFFFF)
+            return "";
+        name += unicodeGlyphName(c).substr(3);
+    }
+    return name;
+}
+
 bool isPlainName(const std::string &name)
 {
     constexpr size_t LONGEST = 100;
