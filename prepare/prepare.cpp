@@ -143,7 +143,7 @@ void lookAt(Document *document, Page *page)
 /* Has libqpdf met damage so far?  Then the file needs its repairs. */
 void recordDamage(Document *document)
 {
-    if (!document->source.pdf.anyWarnings())
+    if (!isDamaged(&document->source))
         return;
     document->needs |= NEED_STRUCTURE;
     say(document, Message::Damaged, 0);

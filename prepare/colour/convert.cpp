@@ -24,8 +24,10 @@ bool isUsualWhite(const ColourSpace &space)
     return true;
 }
 
-bool isUsualGamma(const ColourSpace &space)
+bool isUsual(const ColourSpace &space)
 {
+    if (space.family == Family::CAL_GRAY && !isUsualWhite(space))
+        return false;
     size_t count = space.family == Family::CAL_GRAY ? 1 : 3;
     for (size_t i = 0; i < count; i++)
         if (std::abs(space.gamma[i] - USUAL_GAMMA) > GAMMA_ERROR)
@@ -72,11 +74,11 @@ bool isConverted(const ColourSpace &space)
     case Family::SEPARATION:
         return space.colorants[0] == "/All" || space.colorants[0] == "/None";
     case Family::CAL_GRAY:
-        return !isUsualWhite(space) || !isUsualGamma(space);
     case Family::CAL_RGB:
-        return !isUsualGamma(space);
-    case Family::LAB:
-        return !isUsualWhite(space);
+        return !space.isNearDevice || (space.curves.empty() && !isUsual(space));
+    case Family::LAB: /* its colours can lie beyond the white, which printers cut off by component
+                       */
+        return true;
     default:
         return false;
     }

@@ -7,6 +7,8 @@
  */
 #include "prepare/content/evaluate.h"
 
+#include "prepare/content/heldpaths.h"
+
 namespace prepare {
 
 namespace {
@@ -51,6 +53,7 @@ struct Frame {
     uint32_t needs = 0; /* of it and what it paints */
     ContentState state;
     Inheritance inheritance;
+    bool isPathOpen = false, areStatesInPaths = false;
 };
 
 namespace {
@@ -136,6 +139,10 @@ WalkedForm walkInner(Frame *outer, QPDFObjectHandle stream, QPDFObjectHandle res
     frame.scope = {hasOwn ? resources : QPDFObjectHandle::newDictionary(), &outer->scope};
     beginContent(&frame.state, &frame.scope, begin);
     walkContent(&frame, content);
+    if (frame.areStatesInPaths) {
+        replaceWithFlate(stream, withPathsHeld(content));
+        addNeed(&frame.walk, NEED_STRUCTURE);
+    }
     Inheritance &known = memo.inheritance[stream.getObjGen()];
     known.font |= frame.inheritance.font;
     known.fill |= frame.inheritance.fill;
@@ -286,9 +293,17 @@ void tellSelected(Frame *frame, Op op)
         walkGlyphs(frame, font);
 }
 
+void watchPath(Frame *frame, const Operator &op)
+{
+    bool isState = op.id == Op::SAVE || op.id == Op::RESTORE || op.id == Op::CONCAT;
+    frame->areStatesInPaths |= frame->isPathOpen && isState;
+    frame->isPathOpen = (frame->isPathOpen || op.is(MAKES_PATH)) && !op.is(ENDS_PATH);
+}
+
 void walkOperation(Frame *frame, const Operation &operation)
 {
     const Operator &op = *operation.op;
+    watchPath(frame, op);
     if (op.is(SHOWS_TEXT))
         tell(frame, [&](const Observer &observer) {
             if (observer.text)
@@ -358,6 +373,12 @@ void evaluatePage(Document *document, Page *page, std::span<const Observer *cons
     beginContent(&frame.state, &frame.scope);
     walkContent(&frame, page->content);
     page->usage = std::move(frame.own);
+    if (!frame.areStatesInPaths)
+        return;
+    page->needs |= NEED_CONTENT;
+    page->content = withPathsHeld(page->content);
+    page->contentOf = newFlateStream(&document->source.pdf, page->content);
+    page->object.replaceKey("/Contents", page->contentOf);
 }
 
 } // namespace prepare

@@ -33,8 +33,8 @@ struct Observer {
     const char *name;
 
     /* Content names a resource of this kind; null: there is none of that name. */
-    void (*resource)(Walk *, int category, const std::string &name, QPDFObjectHandle found) =
-        nullptr;
+    void (*resource)(Walk *, int category, const std::string &name,
+                     QPDFObjectHandle found) = nullptr;
     void (*font)(Walk *, QPDFObjectHandle font) = nullptr; /* selected, by Tf or gs */
     void (*text)(Walk *, const Operation &) = nullptr;     /* shown */
     void (*inlineImage)(Walk *, const Operation &) = nullptr;

@@ -7,8 +7,12 @@
 
 namespace prepare {
 
-namespace {
+bool isDamaged(Source *source)
+{
+    return source->isDamaged |= source->pdf.anyWarnings();
+}
 
+namespace {
 
 } // namespace
 

@@ -36,6 +36,7 @@ enum Need : uint32_t {
     NEED_IMAGES = 1u << 9,      /* images of kinds that the converter does not accept */
     NEED_INLINE_IMAGES = 1u << 10,
     NEED_TRANSPARENCY = 1u << 12, /* transparent paint, and masked images */
+    NEED_SUBTLE = 1u << 13, /* if it is drawn, a renderer that knows Hue, Saturation, knockout */
     NEED_PATTERNS = 1u << 16,     /* patterns and shadings in use */
     NEED_COLOURS = 1u << 17,      /* colours that the converter does not know, or prints wrong */
 };
@@ -68,14 +69,18 @@ struct Page {
 /* The file, and libqpdf's view of it. */
 struct Source {
     std::string path;
-    std::string repaired; /* what `pdf` reads instead of the file, when not empty */
+    std::string repaired;   /* what `pdf` reads instead of the file, when not empty */
+    bool isDamaged = false; /* libqpdf has warned of it, as far as anybody asked */
     QPDF pdf;
 };
 
+/* Has libqpdf met damage so far? */
+bool isDamaged(Source *source);
+
 /* What is counted over the whole document, against the bounds of those who count. */
 struct Budget {
-    double shadingWork = 0;  /* steps and pixels */
-    int failedPrograms = 0;  /* other programs that were called and took too long or failed */
+    double shadingWork = 0;    /* steps and pixels */
+    int failedPrograms = 0;    /* other programs that were called and took too long or failed */
     double programSeconds = 0; /* that they took together, by the clock */
 };
 

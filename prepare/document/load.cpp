@@ -1,8 +1,9 @@
 /*
  * load.cpp - opening a document
  *
- * libqpdf repairs the table of objects and decrypts.  A page tree that gives no page is left
- * aside, and every object that says it is a page counts as one.
+ * libqpdf decrypts, and repairs most tables of objects; where it does not find its way, recover.h
+ * finds the objects.  A page tree that gives no page is left aside, and every object that says it
+ * is a page counts as one.
  */
 #include "prepare/document/load.h"
 
@@ -10,11 +11,14 @@
 #include <cstdint>
 #include <fstream>
 #include <iterator>
+#include <memory>
+#include <optional>
 
 #include <qpdf/QPDFExc.hh>
 #include <qpdf/QPDFLogger.hh>
 
 #include "prepare/document/fileinput.h"
+#include "prepare/document/recover.h"
 #include "prepare/document/tree.h"
 
 namespace prepare {
@@ -30,65 +34,52 @@ std::string reason(const std::exception &error, const std::string &path)
     return text.substr(0, text.find('\n'));
 }
 
-/* A file that has lost its end is given a trailer that names its catalogue; empty: it has its end,
- * or no catalogue.  A trailer that can be read still comes first. */
-std::string withTrailer(const std::string &path)
-{
-    std::ifstream file(path, std::ios::binary | std::ios::ate);
-    constexpr long TAIL = 2048, LARGEST = 256l << 20;
-    long size = file ? (long)file.tellg() : 0;
-    if (size <= 0 || size > LARGEST)
-        return "";
-    file.seekg(std::max(0l, size - TAIL));
-    std::string tail(std::istreambuf_iterator<char>(file), {});
-    if (tail.find("startxref") != std::string::npos)
-        return "";
-    file.clear();
-    file.seekg(0);
-    std::string text(std::istreambuf_iterator<char>(file), {});
-    size_t catalog = text.rfind("/Catalog");
-    size_t object = catalog == std::string::npos ? catalog : text.rfind("obj", catalog);
-    if (text.find("/XRef") != std::string::npos || object == std::string::npos)
-        return "";
-    size_t line = text.find_last_of("\r\n", object);
-    size_t begin = line == std::string::npos ? 0 : line + 1;
-    return text + "\ntrailer << /Root " + text.substr(begin, object - begin) + " R >>\n";
-}
+/* Why a document does not open; empty: it does. */
+struct OpenFault {
+    std::optional<Message> message;
+    std::string reason;
+};
 
-void process(Document *document, const std::string &path)
+OpenFault openFile(Document *document)
 {
-    const char *password = document->options.password.c_str();
-    document->source.repaired = withTrailer(path);
-    if (document->source.repaired.empty())
-        document->source.pdf.processInputSource(openFileInput(path), password);
-    else
-        document->source.pdf.processMemoryFile(path.c_str(), document->source.repaired.data(),
-                                               document->source.repaired.size(), password);
-}
-
-bool openFile(Document *document, const std::string &path)
-{
-    QPDF &pdf = document->source.pdf;
-    pdf.setSuppressWarnings(true);
-    pdf.setLogger(QPDFLogger::create());
-    pdf.getLogger()->setError(pdf.getLogger()->discard());
+    Source &source = document->source;
+    const char *path = source.path.c_str(), *password = document->options.password.c_str();
+    source.pdf.setSuppressWarnings(true);
+    source.pdf.setLogger(QPDFLogger::create());
+    source.pdf.getLogger()->setError(source.pdf.getLogger()->discard());
     try {
-        process(document, path);
-        return true;
-    } catch (const QPDFExc &error) {
-        if (error.getErrorCode() == qpdf_e_password)
-            say(document,
-                document->options.password.empty() ? Message::PasswordNeeded
-                                                   : Message::PasswordWrong,
-                0);
+        if (source.repaired.empty())
+            source.pdf.processInputSource(openFileInput(source.path), password);
         else
-            say(document, Message::DocumentUnreadable, 0, {reason(error, path)});
+            source.pdf.processMemoryFile(path, source.repaired.data(), source.repaired.size(),
+                                         password);
+        return {};
+    } catch (const QPDFExc &error) {
+        bool isSecret = error.getErrorCode() == qpdf_e_password;
+        bool isMissing = document->options.password.empty();
+        if (isSecret)
+            return {isMissing ? Message::PasswordNeeded : Message::PasswordWrong, ""};
+        return {Message::DocumentUnreadable, reason(error, path)};
     } catch (const std::bad_alloc &) {
         throw;
     } catch (const std::exception &error) {
-        say(document, Message::DocumentUnreadable, 0, {reason(error, path)});
+        return {Message::DocumentUnreadable, reason(error, path)};
     }
-    return false;
+}
+
+/* A document whose trailer names no catalogue gets the last one that there is, or a new one. */
+void findCatalogue(Document *document)
+{
+    QPDF &pdf = document->source.pdf;
+    if (pdf.getTrailer().getKeyIfDict("/Root").isDictionary())
+        return;
+    QPDFObjectHandle root;
+    for (QPDFObjectHandle object : pdf.getAllObjects())
+        if (object.isDictionary() && nameOr(object.getKey("/Type")) == "/Catalog")
+            root = object;
+    if (!root.isInitialized())
+        root = pdf.makeIndirectObject(QPDFObjectHandle::parse("<< /Type /Catalog >>"));
+    pdf.getTrailer().replaceKey("/Root", root);
 }
 
 PageTree pagesOfTree(Document *document)
@@ -103,19 +94,20 @@ PageTree pagesOfTree(Document *document)
 }
 
 /* Every object that says it is a page, in the order of their numbers. */
-std::vector<QPDFObjectHandle> pagesAnywhere(Document *document)
+PageTree pagesAnywhere(Document *document)
 {
-    std::vector<QPDFObjectHandle> pages;
+    PageTree tree;
+    tree.hasLosses = tree.isIrregular = true;
     try {
         for (QPDFObjectHandle object : document->source.pdf.getAllObjects())
             if (object.isDictionary() && nameOr(object.getKey("/Type")) == "/Page")
-                pages.push_back(object);
+                tree.pages.push_back(object);
     } catch (const std::bad_alloc &) {
         throw;
     } catch (const std::exception &) {
-        pages.clear();
+        tree.pages.clear();
     }
-    return pages;
+    return tree;
 }
 
 /* A tree with no more than these pages, for what libqpdf asks of one. */
@@ -134,17 +126,89 @@ void flattenTree(Document *document, std::vector<QPDFObjectHandle> &pages)
     root.replaceKey("/Pages", pdf.makeIndirectObject(tree));
 }
 
-/* The pages of the tree; of a document whose tree has none, all that there are. */
-std::vector<QPDFObjectHandle> allPages(Document *document)
+/* Does the file's end say where its table is? */
+bool hasTableAtEnd(const std::string &path)
 {
-    PageTree tree = pagesOfTree(document);
-    bool isWhole = !tree.pages.empty();
-    if (!isWhole)
-        tree.pages = pagesAnywhere(document);
-    if (tree.isIrregular || !isWhole)
+    constexpr long TAIL = 2048;
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    long size = file ? (long)file.tellg() : 0;
+    file.seekg(std::max(0l, size - TAIL));
+    std::string tail(std::istreambuf_iterator<char>(file), {});
+    return tail.find("startxref") != std::string::npos;
+}
+
+/* Has libqpdf made a table of its own, in which it has only what begins a line? */
+bool isReconstructed(Source *source)
+{
+    if (!isDamaged(source))
+        return false;
+    for (const QPDFExc &warning : source->pdf.getWarnings())
+        if (warning.getMessageDetail().find("reconstruct") != std::string::npos)
+            return true;
+    return false;
+}
+
+/* Opens the document again by what is found in the file; false: it stays as it was.  Where libqpdf
+ * has got to pages by itself, that is done only for objects that it has not found. */
+bool openByObjects(Document *document, OpenFault *fault, bool hasPages)
+{
+    Source &source = document->source;
+    FoundObjects found = findObjects(source.path);
+    if (hasPages) {
+        std::map<QPDFObjGen, QPDFXRefEntry> table = source.pdf.getXRefTable();
+        if (std::ranges::all_of(found.objects, [&](const auto &object) {
+                return table.count(QPDFObjGen(object.first, object.second.generation)) > 0;
+            }))
+            return false;
+    }
+    if (found.objects.empty())
+        return false;
+    std::string repaired;
+    try {
+        findCompressedObjects(&found, document->options.password);
+        repaired = withNewTable(found);
+    } catch (const LimitReached &) {
+        return false;
+    } catch (const std::bad_alloc &) {
+        throw;
+    } catch (const std::exception &) {
+        return false;
+    }
+    std::destroy_at(&source.pdf); /* one that has failed cannot open another file */
+    std::construct_at(&source.pdf);
+    source.isDamaged = true;
+    source.repaired = std::move(repaired);
+    document->needs |= NEED_STRUCTURE;
+    *fault = openFile(document);
+    if (!fault->message)
+        findCatalogue(document);
+    return true;
+}
+
+/* Opens the document by its tables, or without them; nothing, with an error: there is no way. */
+std::optional<std::vector<QPDFObjectHandle>> openPages(Document *document)
+{
+    OpenFault fault;
+    bool isByObjects =
+        !hasTableAtEnd(document->source.path) && openByObjects(document, &fault, false);
+    if (!isByObjects)
+        fault = openFile(document);
+    bool isSecret = fault.message && fault.message != Message::DocumentUnreadable;
+    PageTree tree = fault.message ? PageTree() : pagesOfTree(document);
+    bool hasPages = !tree.pages.empty();
+    bool isOtherWanted = !hasPages || isReconstructed(&document->source);
+    if (isOtherWanted && !isByObjects && !isSecret && openByObjects(document, &fault, hasPages))
+        tree = fault.message ? PageTree() : pagesOfTree(document);
+    if (tree.pages.empty() && !fault.message)
+        tree = pagesAnywhere(document);
+    if (fault.message && tree.pages.empty()) {
+        say(document, *fault.message, 0, {fault.reason});
+        return std::nullopt;
+    }
+    if (tree.isIrregular)
         document->needs |= NEED_STRUCTURE;
     flattenTree(document, tree.pages);
-    if (!tree.pages.empty() && (tree.hasLosses || !isWhole))
+    if (!tree.pages.empty() && tree.hasLosses)
         say(document, Message::TreeDamaged, 0);
     return std::move(tree.pages);
 }
@@ -200,9 +264,10 @@ void selectPages(Document *document, std::vector<QPDFObjectHandle> &all,
 bool loadDocument(Document *document, const std::string &path)
 {
     document->source.path = path;
-    if (!openFile(document, path))
+    std::optional<std::vector<QPDFObjectHandle>> opened = openPages(document);
+    if (!opened)
         return false;
-    std::vector<QPDFObjectHandle> pages = allPages(document);
+    std::vector<QPDFObjectHandle> &pages = *opened;
     seam::ChosenPages chosen = seam::choosePages(document->options.pages, (int)pages.size());
     for (const seam::Notice &warning : chosen.warnings)
         document->diagnostics.notices->add(warning);

@@ -115,6 +115,19 @@ void readCharacterOrder(CompositeFont *font)
     }
 }
 
+/* Of characters with one glyph, the first. */
+void readGlyphTexts(CompositeFont *font)
+{
+    constexpr FT_ULong PRIVATE = 0xE000, BEHIND_PRIVATE = 0xF900;
+    FT_Face face = font->program.face.get();
+    if (FT_Select_Charmap(face, FT_ENCODING_UNICODE))
+        return;
+    FT_UInt glyph = 0;
+    for (FT_ULong c = FT_Get_First_Char(face, &glyph); glyph; c = FT_Get_Next_Char(face, c, &glyph))
+        if (c > 32 && (c < PRIVATE || c >= BEHIND_PRIVATE))
+            font->glyphTexts.try_emplace(glyph, (uint32_t)c);
+}
+
 void openEmbedded(Document *document, CompositeFont *font, QPDFObjectHandle descendant)
 {
     QPDFObjectHandle stream = embeddedProgram(descendant.getKey("/FontDescriptor"));
@@ -132,6 +145,8 @@ void openEmbedded(Document *document, CompositeFont *font, QPDFObjectHandle desc
         readCharacterOrder(font);
     else
         font->glyphIsCid = FT_IS_CID_KEYED(face) && kind != ProgramKind::OPENTYPE;
+    if (font->toUnicode.texts.empty() && font->collectionTexts.texts.empty())
+        readGlyphTexts(font);
     QPDFObjectHandle map = descendant.getKey("/CIDToGIDMap");
     if (map.isStream() && !font->glyphIsCid)
         font->cidToGlyph = decodeStream(map, 2 * (MAX_CID + 1) + 4096, nullptr);
@@ -284,9 +299,7 @@ std::string nameOfText(const std::vector<uint32_t> &text)
     auto ligature = ligatures.find(text);
     if (ligature != ligatures.end())
         return ligature->second;
-    if (text.size() == 1 && text[0] >= 32 && text[0] != 0xFFFD)
-        return unicodeGlyphName(text[0]);
-    return "";
+    return unicodeGlyphName(text);
 }
 
 /* A subfont of this origin with room, and without a glyph of this name. */
@@ -338,6 +351,9 @@ Placed place(Document *document, CompositeFont *font, uint32_t code, unsigned ci
         choice = {GlyphOrigin::EMBEDDED, font->program.face.get(), embeddedGlyph(*font, cid), ""};
     else
         choice = substituteGlyph(document, font, text, page);
+    if (auto own = font->glyphTexts.find(choice.glyph);
+        text.empty() && font->isEmbedded && own != font->glyphTexts.end())
+        text = {own->second};
     std::string name = choice.name.empty() ? nameOfText(text) : choice.name;
     Subfont *subfont = chooseSubfont(document, font, choice, name, forced);
     int at = forced >= 0 ? forced : chooseCode(*subfont, text);

@@ -67,6 +67,7 @@ struct CompositeFont {
     bool glyphIsCid = false;             /* the program is asked by character number */
     std::map<unsigned, unsigned> glyphs; /* by character, where the program's own order differs */
     std::string cidToGlyph;              /* /CIDToGIDMap; empty: identity */
+    std::map<unsigned, uint32_t> glyphTexts; /* characters of glyphs by the program's own table */
     FontStyle style;
     std::map<unsigned, double> widths;
     double defaultWidth = 1000;

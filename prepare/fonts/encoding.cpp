@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <map>
+#include <set>
 
 #include "prepare/model/plain.h"
 #include "prepare/model/tokens.h"
@@ -348,30 +350,54 @@ FontEncoding readEncoding(QPDFObjectHandle font, const Encoding *base)
     return encoding;
 }
 
-std::vector<uint32_t> unicodesOfNames(const FontLibrary &library,
-                                      const std::vector<std::string> &names)
+namespace {
+
+/* As FreeType reads them.  Of names of one character it knows one. */
+std::map<std::string, uint32_t> readUnicodes(const FontLibrary &library,
+                                             const std::set<std::string> &names)
 {
     CompactFont font;
     font.name = "Names";
     font.glyphs.push_back(compactGlyph(".notdef", {}, 0));
-    std::vector<size_t> places; /* by glyph */
-    places.push_back(names.size());
-    for (size_t i = 0; i < names.size(); i++) {
-        if (!isPlainName(names[i]))
-            continue;
-        font.glyphs.push_back(compactGlyph(names[i], {}, 0));
-        places.push_back(i);
+    std::vector<std::string> nameOfGlyph = {""};
+    for (const std::string &name : names) {
+        font.glyphs.push_back(compactGlyph(name, {}, 0));
+        nameOfGlyph.push_back(name);
     }
-    std::vector<uint32_t> unicodes(names.size(), 0);
+    std::map<std::string, uint32_t> unicodes;
     FontProgram program = openProgram(library, writeCompactFont(font));
     if (!program.face || FT_Select_Charmap(program.face.get(), FT_ENCODING_UNICODE))
         return unicodes;
     FT_UInt glyph = 0;
     for (FT_ULong c = FT_Get_First_Char(program.face.get(), &glyph); glyph;
          c = FT_Get_Next_Char(program.face.get(), c, &glyph))
-        if (glyph < places.size() && places[glyph] < names.size() && !unicodes[places[glyph]])
-            unicodes[places[glyph]] = (uint32_t)c;
+        if (glyph < nameOfGlyph.size())
+            unicodes.try_emplace(nameOfGlyph[glyph], (uint32_t)c);
     return unicodes;
+}
+
+} // namespace
+
+std::vector<uint32_t> unicodesOfNames(const FontLibrary &library,
+                                      const std::vector<std::string> &names)
+{
+    std::set<std::string> wanted;
+    for (const std::string &name : names)
+        if (isPlainName(name) && name != ".notdef")
+            wanted.insert(name);
+    std::map<std::string, uint32_t> unicodes = readUnicodes(library, wanted);
+    /* "uni0041" beside "A", but not "A.alt", which is another glyph */
+    std::erase_if(wanted, [&](const std::string &name) {
+        return unicodes.count(name) > 0 || name.find('.') != std::string::npos;
+    });
+    if (!wanted.empty())
+        unicodes.merge(readUnicodes(library, wanted));
+    std::vector<uint32_t> found;
+    for (const std::string &name : names) {
+        auto known = unicodes.find(name);
+        found.push_back(known == unicodes.end() ? 0 : known->second);
+    }
+    return found;
 }
 
 std::string latinGlyphName(const FontLibrary &library, uint32_t unicode)
@@ -396,6 +422,23 @@ std::string unicodeGlyphName(uint32_t unicode)
 {
     char name[16];
     snprintf(name, sizeof name, unicode > 0xFFFF ? "u%X" : "uni%04X", unicode);
+    return name;
+}
+
+std::string unicodeGlyphName(const std::vector<uint32_t> &text)
+{
+    constexpr size_t LONGEST = 8;
+    auto hasName = [](uint32_t c) { return c >= 32 && c != 0xFFFD; };
+    if (text.empty() || text.size() > LONGEST || !std::ranges::all_of(text, hasName))
+        return "";
+    if (text.size() == 1)
+        return unicodeGlyphName(text[0]);
+    std::string name = "uni";
+    for (uint32_t c : text) {
+        if (c > 0xFFFF)
+            return "";
+        name += unicodeGlyphName(c).substr(3);
+    }
     return name;
 }
 

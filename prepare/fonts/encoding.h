@@ -43,6 +43,9 @@ std::string latinGlyphName(const FontLibrary &library, uint32_t unicode);
 /* A name for a glyph that stands for this character: "A", "f_i" is never made; "uniXXXX". */
 std::string unicodeGlyphName(uint32_t unicode);
 
+/* The same of several, "uniXXXXXXXX"; empty: they have none. */
+std::string unicodeGlyphName(const std::vector<uint32_t> &text);
+
 /* A plain name of at most 100 bytes: one that can stand in a font program and in a job. */
 bool isPlainName(const std::string &name);
 

@@ -263,8 +263,8 @@ std::string chooseName(const NewFont &made, const std::string &wanted, const std
     std::vector<std::string> candidates;
     if (isPlainName(wanted) && wanted != ".notdef")
         candidates.push_back(wanted);
-    if (text.size() == 1 && text[0] >= 32)
-        candidates.push_back(unicodeGlyphName(text[0]));
+    if (std::string name = unicodeGlyphName(text); !name.empty())
+        candidates.push_back(name);
     candidates.push_back("c" + std::to_string(code));
     for (const std::string &name : candidates) {
         auto owner = made.keyOfName.find(name);

@@ -52,6 +52,34 @@ void readArray(QPDFObjectHandle dict, const char *key, std::array<double, count>
         (*values)[i] = numberOr(array.getArrayItem((int)i), (*values)[i]);
 }
 
+void readCurves(QPDFObjectHandle dict, ColourSpace *space)
+{
+    QPDFObjectHandle string = entryOf(dict, CURVES_KEY);
+    std::string bytes = string.isString() ? string.getStringValue() : "";
+    if (bytes.size() != 2 * CURVE_SAMPLES * space->components)
+        return;
+    for (size_t i = 0; i < bytes.size(); i += 2)
+        space->curves.push_back(((uint8_t)bytes[i] << 8 | (uint8_t)bytes[i + 1]) / 65535.0);
+}
+
+/* Are its colours those of the device space, to what nobody sees?  On a grid. */
+bool isNear(const ColourSpace &space)
+{
+    constexpr int STEPS = 5;
+    constexpr double NEAR = 0.06;
+    bool isGray = space.components == 1;
+    for (int i = 0; i < (isGray ? STEPS : STEPS * STEPS * STEPS); i++) {
+        std::array<double, 3> values;
+        for (int c = 0, rest = i; c < 3; c++, rest /= STEPS)
+            values[(size_t)c] = (rest % STEPS) / (STEPS - 1.0);
+        DeviceColour colour = toDevice(space, {values.data(), space.components});
+        for (size_t c = 0; c < space.components; c++)
+            if (std::abs(colour.values[c] - values[c]) > NEAR)
+                return false;
+    }
+    return true;
+}
+
 SpacePtr readCie(Family family, QPDFObjectHandle dict)
 {
     auto space = std::make_shared<ColourSpace>();
@@ -68,6 +96,8 @@ SpacePtr readCie(Family family, QPDFObjectHandle dict)
         value = value > 0 ? value : 1;
     for (double &value : space->gamma)
         value = value > 0 ? value : 1;
+    readCurves(dict, space.get());
+    space->isNearDevice = family != Family::LAB && isNear(*space);
     return space;
 }
 
@@ -209,11 +239,23 @@ DeviceColour rgbOf(const Triple &xyz, const Triple &white)
              companded(0.0556434 * v[0] - 0.2040259 * v[1] + 1.0572252 * v[2]), 0}};
 }
 
+/* A component without its gamma or curve. */
+double linearised(const ColourSpace &space, size_t component, double value)
+{
+    value = std::clamp(value, 0.0, 1.0);
+    if (space.curves.empty())
+        return std::pow(value, space.gamma[component]);
+    const double *curve = &space.curves[component * CURVE_SAMPLES];
+    double place = value * (CURVE_SAMPLES - 1);
+    size_t low = (size_t)place, high = std::min(low + 1, CURVE_SAMPLES - 1);
+    return curve[low] + (curve[high] - curve[low]) * (place - (double)low);
+}
+
 DeviceColour fromCalRgb(const ColourSpace &space, const Triple &abc)
 {
     Triple linear, xyz;
     for (size_t i = 0; i < 3; i++)
-        linear[i] = std::pow(std::clamp(abc[i], 0.0, 1.0), space.gamma[i]);
+        linear[i] = linearised(space, i, abc[i]);
     const std::array<double, 9> &m = space.matrix;
     for (size_t i = 0; i < 3; i++)
         xyz[i] = m[i] * linear[0] + m[i + 3] * linear[1] + m[i + 6] * linear[2];
@@ -310,10 +352,8 @@ DeviceColour toDevice(const ColourSpace &space, std::span<const double> given)
         values[i] = std::isfinite(given[i]) ? given[i] : 0;
     std::span<const double> all(values.data(), std::min(space.components, values.size()));
     switch (space.family) {
-    case Family::CAL_GRAY: {
-        double linear = std::pow(std::clamp(values[0], 0.0, 1.0), space.gamma[0]);
-        return {1, {companded(linear), 0, 0, 0}};
-    }
+    case Family::CAL_GRAY:
+        return {1, {companded(linearised(space, 0, values[0])), 0, 0, 0}};
     case Family::CAL_RGB:
         return fromCalRgb(space, {values[0], values[1], values[2]});
     case Family::LAB:

@@ -52,7 +52,14 @@ struct ColourSpace {
     std::array<double, 3> white{1, 1, 1}, gamma{1, 1, 1};
     std::array<double, 9> matrix{1, 0, 0, 0, 1, 0, 0, 0, 1};
     std::array<double, 4> range{-100, 100, -100, 100};
+    std::vector<double> curves; /* in place of gamma: CURVE_SAMPLES for each component, or none */
+    bool isNearDevice = false;  /* CAL_GRAY, CAL_RGB: its numbers are about those of the device */
 };
+
+/* Entry of the dictionary of a calibrated space of our own: 16 bits for each sample of its curves,
+ * the high byte first. */
+constexpr const char *CURVES_KEY = "/PfCurves";
+constexpr size_t CURVE_SAMPLES = 1024;
 
 /* A device colour: 1, 3 or 4 components from 0 to 1. */
 struct DeviceColour {

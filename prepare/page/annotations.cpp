@@ -2,8 +2,9 @@
  * annotations.cpp - which annotations are painted, where, and how they become content
  *
  * An appearance is a form.  It is placed as every viewer does it: its box, turned by its matrix,
- * is fitted into the annotation's rectangle.  A marker whose paint multiplies with what is below is
- * painted before the page's content, which on white paper comes to the same without transparency.
+ * is fitted into the annotation's rectangle.  All are painted in their order behind the page's
+ * content.  A marker that multiplies is painted before it where nothing but dark text lies in its
+ * rectangle, which on white paper comes to the same without transparency.
  */
 #include "prepare/page/annotations.h"
 
@@ -13,6 +14,7 @@
 #include "prepare/content/evaluate.h"
 #include "prepare/content/track.h"
 #include "prepare/page/appearances.h"
+#include "prepare/page/beneath.h"
 #include "prepare/page/fields.h"
 #include "prepare/page/layers.h"
 #include "prepare/page/structure.h"
@@ -29,11 +31,14 @@ enum Flag { INVISIBLE = 1, HIDDEN = 2, PRINTED = 4, NO_ROTATE = 16, NO_VIEW = 32
 struct Overlay {
     Document *document;
     Page *page;
-    QPDFObjectHandle resources, xobjects;
-    std::map<QPDFObjGen, std::string> names; /* of appearances used so far */
-    std::set<QPDFObjGen> seen;
-    std::string front, back; /* content before and behind the page's */
+    QPDFObjectHandle resources = {}, xobjects = {};
+    std::map<QPDFObjGen, std::string> names = {}; /* of appearances used so far */
+    std::set<QPDFObjGen> seen = {};
+    std::string front = {}, back = {}; /* content before and behind the page's */
     size_t drawnBytes = 0;
+    std::optional<std::vector<Box>> painted = {}; /* by the page, once that is asked for */
+    std::vector<Box> annotated = {};              /* by annotations so far */
+    std::string multiplying = {}; /* the name of a graphics state; empty: there is none yet */
 };
 
 bool isKnownType(const std::string &type)
@@ -68,19 +73,15 @@ QPDFObjectHandle normalAppearance(QPDFObjectHandle annotation)
     return normal.isStream() ? normal : QPDFObjectHandle::newNull();
 }
 
-/* Does a state of the marker let what is below shine through? */
-bool isTransparent(QPDFObjectHandle form)
+/* Has the form a state in which what is dark below stays dark? */
+bool multiplies(QPDFObjectHandle form)
 {
     QPDFObjectHandle states = entryOf(form.getDict().getKey("/Resources"), "/ExtGState");
     for (auto &[name, state] : entriesOf(states)) {
-        if (!state.isDictionary())
-            continue;
-        QPDFObjectHandle mode = state.getKey("/BM");
+        QPDFObjectHandle mode = entryOf(state, "/BM");
         if (mode.isArray() && mode.getArrayNItems() > 0)
             mode = mode.getArrayItem(0);
-        bool blends =
-            mode.isName() && mode.getName() != "/Normal" && mode.getName() != "/Compatible";
-        if (blends || numberOr(state.getKey("/ca"), 1) < 1 || numberOr(state.getKey("/CA"), 1) < 1)
+        if (nameOr(mode) == "/Multiply" || nameOr(mode) == "/Darken")
             return true;
     }
     return false;
@@ -91,11 +92,11 @@ bool isMarker(QPDFObjectHandle annotation, QPDFObjectHandle form)
 {
     if (nameOr(annotation.getKey("/Subtype")) != "/Highlight")
         return false;
-    if (isTransparent(form) || numberOr(annotation.getKey("/CA"), 1) < 1)
+    if (multiplies(form))
         return true;
     QPDFObjectHandle inner = entryOf(form.getDict().getKey("/Resources"), "/XObject");
     for (auto &[name, object] : entriesOf(inner))
-        if (object.isStream() && isTransparent(object))
+        if (object.isStream() && multiplies(object))
             return true;
     return false;
 }
@@ -185,13 +186,55 @@ std::string nameOf(Overlay *overlay, QPDFObjectHandle form)
     return name;
 }
 
-void paint(Overlay *overlay, QPDFObjectHandle form, const Matrix &matrix, bool isBelow)
+Box boxOfForm(QPDFObjectHandle form, const Matrix &matrix)
+{
+    Box box = boxOf(form.getDict().getKey("/BBox"));
+    return transformed(matrixOf(form.getDict().getKey("/Matrix")) * matrix, box);
+}
+
+/* Is there nothing in the box but dark text? */
+bool isFree(Overlay *overlay, const Box &box)
+{
+    constexpr double SLACK = 0.5;
+    if (!overlay->painted)
+        overlay->painted = paintedBoxes(overlay->document, *overlay->page);
+    auto meets = [&](const Box &other) {
+        return !isEmpty(intersection(other, grown(box, -SLACK)));
+    };
+    return std::ranges::none_of(*overlay->painted, meets) &&
+           std::ranges::none_of(overlay->annotated, meets);
+}
+
+void paint(Overlay *overlay, QPDFObjectHandle form, const Matrix &matrix, bool isMarker,
+           const std::string &state = "")
 {
     form.getDict().replaceKey("/Subtype", QPDFObjectHandle::newName("/Form"));
     if (!repairPainted(overlay->document, overlay->page, form))
         return;
+    Box box = boxOfForm(form, matrix);
+    bool isBelow = isMarker && isFree(overlay, box);
+    if (!isBelow)
+        overlay->annotated.push_back(box);
     std::string &content = isBelow ? overlay->front : overlay->back;
-    content += "q " + concatText(matrix) + nameOf(overlay, form) + " Do Q\n";
+    content +=
+        "q " + (isBelow ? "" : state) + concatText(matrix) + nameOf(overlay, form) + " Do Q\n";
+}
+
+/* Selects a state that multiplies. */
+std::string multiplyingState(Overlay *overlay)
+{
+    if (!overlay->multiplying.empty())
+        return overlay->multiplying;
+    openResources(overlay);
+    QPDFObjectHandle states = overlay->resources.getKey("/ExtGState");
+    states = states.isDictionary() ? states.shallowCopy() : QPDFObjectHandle::newDictionary();
+    std::string name;
+    do
+        name = newName(overlay->document, "/PfM");
+    while (states.hasKey(name));
+    states.replaceKey(name, QPDFObjectHandle::parse("<< /BM /Multiply >>"));
+    overlay->resources.replaceKey("/ExtGState", states);
+    return overlay->multiplying = name + " gs ";
 }
 
 /* A form of ours already is where it belongs. */
@@ -200,8 +243,9 @@ void paintDrawn(Overlay *overlay, QPDFObjectHandle annotation, bool hasText)
     DrawnForm drawn = drawAppearance(overlay->document, annotation, hasText,
                                      MAX_DRAWN_BYTES - overlay->drawnBytes);
     overlay->drawnBytes += drawn.bytes;
+    bool isMarker = nameOr(annotation.getKey("/Subtype")) == "/Highlight";
     if (drawn.bytes > 0)
-        paint(overlay, drawn.form, Matrix(), nameOr(annotation.getKey("/Subtype")) == "/Highlight");
+        paint(overlay, drawn.form, Matrix(), isMarker, isMarker ? multiplyingState(overlay) : "");
 }
 
 void paintAnnotation(Overlay *overlay, QPDFObjectHandle annotation)
@@ -259,7 +303,7 @@ void drawAnnotations(Document *document, Page *page)
         say(document, Message::AnnotationsTooMany, page->number, {std::to_string(MAX_ANNOTATIONS)});
         all.resize(MAX_ANNOTATIONS);
     }
-    Overlay overlay{document, page, {}, {}, {}, {}, {}, {}, 0};
+    Overlay overlay{.document = document, .page = page};
     for (QPDFObjectHandle annotation : all)
         if (!paintGuarded(&overlay, annotation))
             break;

@@ -1,7 +1,8 @@
 /*
  * spaces.cpp - profiles and tables in colour spaces
  *
- * An ICC profile's colours are printed as device colours of as many components.  A table in a
+ * An ICC profile's colours are printed as device colours of as many components, where they are
+ * about the same; else it becomes a calibrated space, whose colours are converted.  A table in a
  * string ends at its first zero byte on its way through the converter, so such tables become
  * streams.  A separation's tint function becomes a table of samples, in the device space that its
  * alternate comes down to; a space of one ink is a separation.
@@ -11,6 +12,7 @@
 #include <cmath>
 
 #include "prepare/colour/convert.h"
+#include "prepare/colour/profile.h"
 
 namespace prepare {
 
@@ -41,6 +43,9 @@ QPDFObjectHandle normaliseProfile(Document *document, QPDFObjectHandle space, bo
     if (alternate.isArray() && alternate.getArrayNItems() > 0 &&
         nameOr(alternate.getArrayItem(0)) == "/Lab") /* its numbers are not device colours */
         return normalise(document, alternate, isChanged, depth + 1);
+    QPDFObjectHandle calibrated = spaceOfProfile(document, profile);
+    if (!calibrated.isNull())
+        return calibrated;
     return deviceName(integerOr(dict.getKey("/N"), 3));
 }
 
@@ -134,7 +139,8 @@ QPDFObjectHandle normaliseIndexed(Document *document, QPDFObjectHandle space, bo
     if (!table.isString() || table.getStringValue().find('\0') == std::string::npos)
         return space;
     QPDFObjectHandle copy = space.shallowCopy();
-    copy.setArrayItem(3, QPDFObjectHandle::newStream(&document->source.pdf, table.getStringValue()));
+    copy.setArrayItem(3,
+                      QPDFObjectHandle::newStream(&document->source.pdf, table.getStringValue()));
     *isChanged = true;
     return copy;
 }

@@ -208,9 +208,32 @@ bool repairFont(Repair *repair, QPDFObjectHandle font, int depth)
     return true;
 }
 
+bool isProfile(QPDFObjectHandle space)
+{
+    return space.isArray() && space.getArrayNItems() > 1 &&
+           nameOr(space.getArrayItem(0)) == "/ICCBased";
+}
+
+/* A shading's colours are worked out where it is painted, with profiles as they are here. */
+void repairShading(Repair *repair, QPDFObjectHandle shading)
+{
+    QPDFObjectHandle dict = shading.isStream() ? shading.getDict() : shading;
+    QPDFObjectHandle space = entryOf(dict, "/ColorSpace");
+    bool isOverProfile =
+        space.isArray() && space.getArrayNItems() > 2 && isProfile(space.getArrayItem(2));
+    bool isChanged = false;
+    if (isProfile(space) || isOverProfile)
+        space = normaliseSpace(repair->document, space, &isChanged);
+    if (!isChanged || space.isNull())
+        return;
+    dict.replaceKey("/ColorSpace", space);
+    changed(repair);
+}
+
 /* A tiling pattern's cell is content like that of a form. */
 void repairPattern(Repair *repair, QPDFObjectHandle pattern, int depth)
 {
+    repairShading(repair, entryOf(pattern, "/Shading"));
     if (!pattern.isStream() || !memoOf(repair->document).done.insert(pattern.getObjGen()).second)
         return;
     repairFilters(repair, pattern);
@@ -266,6 +289,12 @@ bool repairGraphicsState(Repair *repair, QPDFObjectHandle state)
 {
     if (!state.isDictionary())
         return false;
+    if (QPDFObjectHandle second = state.getKey("/TR2"); !second.isNull()) { /* it comes first */
+        state.replaceKey("/TR",
+                         nameOr(second) == "/Default" ? QPDFObjectHandle::newNull() : second);
+        state.removeKey("/TR2");
+        changed(repair);
+    }
     for (const char *key : {"/TR", "/BG", "/UCR"})
         if (state.hasKey(key))
             repairStateFunction(repair, state, key);
@@ -309,6 +338,9 @@ bool repairEntry(Repair *repair, int category, QPDFObjectHandle entries, const s
         }
         return !space.isNull();
     }
+    case SHADING:
+        repairShading(repair, value);
+        return true;
     default:
         return true;
     }

@@ -195,6 +195,13 @@ bool isPlain(const Chain &chain)
     });
 }
 
+bool isPlainAnywhere(const Chain &chain)
+{
+    return std::ranges::all_of(chain.steps, [](const Step &step) {
+        return step.alpha >= 1 && step.blend == Blend::NORMAL;
+    });
+}
+
 bool isPlain(const Scene &scene)
 {
     return std::all_of(scene.groups.begin(), scene.groups.end(), [](const Group &group) {

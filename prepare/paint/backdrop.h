@@ -74,8 +74,12 @@ Chain chainOf(const Scene &scene, const Box &box, const std::vector<double> &alp
 Layer inGroup(const Chain &chain, const Layer &layer);
 DeviceColour onPaper(const Chain &chain, const Layer &layer);
 
-/* Does whatever is painted through it stay as it is, if it is opaque? */
+/* Does whatever is painted through it stay as it is, if it is opaque?  What is not known to lie
+ * below counts as nothing. */
 bool isPlain(const Chain &chain);
+
+/* Does it stay as it is whatever lies below? */
+bool isPlainAnywhere(const Chain &chain);
 
 /* Is it the same when every group is painted as it is? */
 bool isPlain(const Scene &scene);

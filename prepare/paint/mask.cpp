@@ -216,11 +216,13 @@ FlatImage flatten(const Work &work, QPDFObjectHandle image, bool hadMasks)
 {
     const Plane &plane = work.plane;
     bool isMasked = !plane.alpha.empty() && !isOpaque(plane);
+    bool isFree = isPlainAnywhere(*work.chain); /* of what lies below, where it is opaque */
     FlatImage flat;
     flat.image = image;
     if (!isMasked && isPlain(*work.chain)) {
         if (hadMasks)
             flat.image = withoutMasks(image);
+        flat.isGuessed = !work.chain->isKnown && !isFree;
         return flat;
     }
     if (isMasked && visiblePart(plane).right == 0) {
@@ -230,10 +232,10 @@ FlatImage flatten(const Work &work, QPDFObjectHandle image, bool hadMasks)
     bool isHard = isMasked && isBinary(plane);
     if (isHard && isOneColour(*work.samples)) {
         flat = stencil(work);
-        flat.isGuessed = !work.chain->isKnown && !isPlain(*work.chain);
+        flat.isGuessed = !work.chain->isKnown && !isFree;
         return flat;
     }
-    if (!work.chain->isKnown && isHard && isPlain(*work.chain)) {
+    if (!work.chain->isKnown && isHard && isFree) {
         flat = clipped(work, withoutMasks(image));
         if (!flat.clip.empty())
             return flat;
@@ -285,7 +287,7 @@ bool flattenToStencil(QPDFObjectHandle image, const Samples &samples, const Spac
     flat->kind = FlatKind::STENCIL;
     flat->image = stencil;
     flat->colour = onPaper(place.chain, {colourAt(&reader, 0), 1});
-    flat->isGuessed = !place.chain.isKnown && !isPlain(place.chain);
+    flat->isGuessed = !place.chain.isKnown && !isPlainAnywhere(place.chain);
     return true;
 }
 

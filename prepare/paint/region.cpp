@@ -32,7 +32,7 @@ namespace {
 
 struct Original {
     Document document;
-    seam::Notices notices; /* for nobody: they are those of the document itself */
+    seam::Notices notices;       /* for nobody: they are those of the document itself */
     std::map<int, Page *> pages; /* by their numbers */
     std::set<int> ready;         /* those that have been through the passes below */
 };
@@ -175,11 +175,15 @@ Box pageBoxOf(const Grid &grid, double unit)
             (grid.left + (grid.width - SHORT) * grid.pixel) / unit, grid.top / unit};
 }
 
-/* The next number of a pixmap's header; -1: there is none. */
+/* The next number of a pixmap's header, behind comments; -1: there is none. */
 long headerNumber(const std::string &pixmap, size_t *at)
 {
-    while (*at < pixmap.size() && isWhite(pixmap[*at]))
-        ++*at;
+    bool isComment = false;
+    for (; *at < pixmap.size(); ++*at) {
+        isComment = pixmap[*at] == '#' || (isComment && pixmap[*at] != '\n');
+        if (!isComment && !isWhite(pixmap[*at]))
+            break;
+    }
     long value = -1;
     for (; *at < pixmap.size() && pixmap[*at] >= '0' && pixmap[*at] <= '9'; ++*at)
         value = std::min(std::max(value, 0l) * 10 + (pixmap[*at] - '0'), 1l << 30);
@@ -236,14 +240,50 @@ struct Rendering {
     Document *document;
     QPDFObjectHandle page; /* of the original */
     double unit;
-    bool isMissing = false;
+    bool isSubtle = false; /* pdftoppm draws it otherwise than the standard says */
+    bool isMissing = false, isOtherwise = false;
 };
 
-QPDFObjectHandle runRenderer(Rendering *rendering, const Grid &grid, const ProgramCall &call)
+using Command = std::vector<std::string>;
+
+Command popplerCommand(const std::string &resolution)
 {
-    ProgramOutcome outcome = runFor(rendering->document, call);
-    rendering->isMissing |= outcome.status == ProgramStatus::MISSING;
-    std::string pixels = pixelsOf(outcome.output, grid);
+    return {"pdftoppm", "-q", "-r", resolution, "-hide-annotations", "{0}"};
+}
+
+Command ghostscriptCommand(const std::string &resolution, const Grid &grid)
+{
+    return {"gs",
+            "-q",
+            "-dSAFER",
+            "-dBATCH",
+            "-dNOPAUSE",
+            "-sDEVICE=ppmraw",
+            "-dTextAlphaBits=4",
+            "-dGraphicsAlphaBits=4",
+            "-dMaxBitmap=400000000", /* no files of its own */
+            "-r" + resolution,
+            "-g" + std::to_string(grid.width) + "x" + std::to_string(grid.height),
+            "-sstdout=%stderr",
+            "-sOutputFile=%stdout",
+            "{0}"};
+}
+
+/* The renderer's picture; null: there is none. */
+QPDFObjectHandle runRenderer(Rendering *rendering, const Grid &grid, ProgramCall call)
+{
+    std::string pixels;
+    if (rendering->isSubtle) {
+        ProgramCall exact = call;
+        exact.command = ghostscriptCommand(call.command[3], grid);
+        pixels = pixelsOf(runFor(rendering->document, exact).output, grid);
+        rendering->isOtherwise |= pixels.empty();
+    }
+    if (pixels.empty()) {
+        ProgramOutcome outcome = runFor(rendering->document, call);
+        rendering->isMissing |= outcome.status == ProgramStatus::MISSING;
+        pixels = pixelsOf(outcome.output, grid);
+    }
     return pixels.empty() ? QPDFObjectHandle::newNull()
                           : renderedImage(rendering->document, pixels, grid);
 }
@@ -253,16 +293,16 @@ QPDFObjectHandle render(Rendering *rendering, const Grid &grid)
 {
     ProgramCall call;
     double resolution = POINTS_PER_INCH / grid.pixel * rendering->unit;
-    call.command = {"pdftoppm", "-q", "-r", numberText(resolution), "-hide-annotations", "{0}"};
+    call.command = popplerCommand(numberText(resolution));
     call.inputs = {singlePage(rendering->page, pageBoxOf(grid, rendering->unit))};
     call.seconds = RENDER_SECONDS;
     call.memoryBytes = RENDER_MEMORY;
     call.outputBytes = (uint64_t)grid.width * (uint64_t)grid.height * 3 + 1024;
     std::hash<std::string> hash;
     auto &known = rendering->document->memos.of<RenderedMemo>().images;
-    auto [found, isNew] = known.try_emplace(
-        {call.inputs[0].size(), hash(call.inputs[0]) ^ hash(call.command[3])},
-        QPDFObjectHandle::newNull());
+    auto [found, isNew] =
+        known.try_emplace({call.inputs[0].size(), hash(call.inputs[0]) ^ hash(call.command[3])},
+                          QPDFObjectHandle::newNull());
     if (isNew)
         found->second = runRenderer(rendering, grid, call);
     return found->second;
@@ -331,6 +371,8 @@ void noticeRegions(Document *document, const Page &page, const Rendering &render
     std::string percent = std::to_string(std::max(1l, std::min(100l, std::lround(share * 100))));
     if (done > 0)
         say(document, Message::RegionDrawn, page.number, {percent, reasons});
+    if (done > 0 && rendering.isOtherwise)
+        say(document, Message::BlendedOtherwise, page.number);
     if (done < page.regions.size())
         say(document, rendering.isMissing ? Message::RendererMissing : Message::RendererFailed,
             page.number, {reasons});
@@ -366,6 +408,7 @@ bool paintRegions(Document *document, Page *page)
     if (!source)
         throw LimitReached{"The page cannot be read again to draw parts of it."};
     Rendering rendering{document, source->object, unitOf(*source)};
+    rendering.isSubtle = page->needs & NEED_SUBTLE;
     size_t done = paintAll(&rendering, page);
     noticeRegions(document, *page, rendering, done);
     bool isWhole = done == page->regions.size();

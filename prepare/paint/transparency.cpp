@@ -35,8 +35,7 @@ void TransparencyHandler::begin(Rewriter *rewriter)
     painting->document = rewriter->document;
     painting->isPage = rewriter->depth == 0;
     QPDFObjectHandle knockout = entryOf(entryOf(*rewriter->page, "/Group"), "/K");
-    painting->scene.groups.front().isKnockout =
-        rewriter->depth == 0 && isTrue(knockout);
+    painting->scene.groups.front().isKnockout = rewriter->depth == 0 && isTrue(knockout);
 }
 
 bool TransparencyHandler::placesForm(const Rewriter &rewriter, QPDFObjectHandle form) const
@@ -217,12 +216,18 @@ void watchMasks(Walk *walk, int category, const std::string &, QPDFObjectHandle 
 {
     if (category == XOBJECT && isImage(found) && isMasked(found))
         addNeed(walk, NEED_TRANSPARENCY);
+    if (category == XOBJECT && isForm(found) &&
+        isTrue(entryOf(found.getDict().getKey("/Group"), "/K")))
+        addNeed(walk, NEED_SUBTLE);
 }
 
 void watchState(Walk *walk)
 {
-    if (!isOpaque(walk->state->now.transparency))
+    const Transparency &now = walk->state->now.transparency;
+    if (!isOpaque(now))
         addNeed(walk, NEED_TRANSPARENCY);
+    if (now.blend == Blend::HUE || now.blend == Blend::SATURATION)
+        addNeed(walk, NEED_SUBTLE);
 }
 
 } // namespace

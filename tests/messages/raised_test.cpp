@@ -499,6 +499,20 @@ Raised printWithRenderer(const std::string &pdftoppm)
     return print(patternPage(LINE_IN_PATTERN), {}, {{"PATH", directory.path}});
 }
 
+/* A stroke that lies on paper and on a square, blended by hue. */
+std::string hues()
+{
+    return onePagePdf("1 0 0 rg 20 20 60 60 re f /G gs 0 1 0 RG 9 w 10 50 m 150 50 l S",
+                      "/Resources << /ExtGState << /G << /BM /Hue >> >> >>");
+}
+
+Raised printWithoutGhostscript(const std::string &pdf)
+{
+    ScratchDirectory directory;
+    script(directory, "pdftoppm", "PATH=" + std::string(getenv("PATH")) + " exec pdftoppm \"$@\"");
+    return print(pdf, {}, {{"PATH", directory.path}});
+}
+
 std::string damagedTable()
 {
     std::string pdf = pages(1);
@@ -626,6 +640,7 @@ const std::map<Message, std::function<Raised()>> &raisers()
              return print(patternPage(LINE_IN_PATTERN), {}, {{"PATH", "/nonexistent"}});
          }},
         {Message::RendererFailed, [] { return printWithRenderer("exit 1"); }},
+        {Message::BlendedOtherwise, [] { return printWithoutGhostscript(hues()); }},
         {Message::LayoutMissing, [] { return filterBeside(""); }},
         {Message::ForeignLine,
          [] { return printBeside("echo 'out of cheese' >&2; exec " + preparePath() + " \"$@\""); }},

@@ -7,6 +7,7 @@
 
 #include "tests/prepare/preparation.h"
 #include "tests/support/pdf_builder.h"
+#include "tests/support/picture.h"
 
 namespace {
 
@@ -233,6 +234,52 @@ TEST(Annotations, MarkerThatMultipliesLiesUnderTheText)
                                                    form + " >>"));
     document.pdf.header = "%PDF-1.4\n";
     expectPrepared(document.pdf.build());
+}
+
+/* Browsers, scanners and office programs paint a background first, under which a marker that lies
+ * below everything is not to be seen. */
+TEST(Annotations, MarkersShowOnWhateverThePagePaints)
+{
+    const std::string rectangle = "/Subtype /Highlight /F 4 /C [1 1 0] /Rect [20 80 180 120] ";
+    auto printed = [&](const std::string &below, const std::string &state,
+                       const std::string &first = "") {
+        Annotated document;
+        std::string entries = rectangle;
+        if (!state.empty())
+            entries += "/AP << /N " +
+                       ref(document.pdf.addStream(
+                           "/Subtype /Form /BBox [20 80 180 120] /Resources << /ExtGState << /G " +
+                               state + " >> >>",
+                           "/G gs 1 1 0 rg 20 80 160 40 re f")) +
+                       " >>";
+        std::string annotations = document.annotation(entries);
+        if (!first.empty())
+            annotations =
+                document.annotation("/Subtype /Square /F 4 /Rect [20 80 180 120] /IC [0 1 1]") +
+                " " + annotations;
+        document.addPage(below + " 0 g 80 90 40 20 re f", annotations);
+        Preparation made = preparePdf(document.pdf.build());
+        EXPECT_EQ(made.status, 0);
+        return renderPdf(made.pdf, 72).at(0);
+    };
+    const char *multiply = "<< /BM /Multiply >>";
+    for (const char *state : {multiply, "<< /BM /Darken >>", ""}) {
+        for (const char *background : {"1 g 0 0 200 200 re f", "1 0 0 0 k 0 0 0 0 k 0 0 200 200 re "
+                                                               "f"}) {
+            Picture page = printed(background, state);
+            EXPECT_TRUE(hasColour(page, 40, 100, {255, 255, 0}, 72)) << background << state;
+            EXPECT_TRUE(hasColour(page, 100, 100, {0, 0, 0}, 72)) << background << state;
+            EXPECT_TRUE(hasColour(page, 100, 150, {255, 255, 255}, 72)) << background << state;
+        }
+        EXPECT_TRUE(
+            hasColour(printed("1 0 1 rg 0 0 200 200 re f", state), 40, 100, {255, 0, 0}, 72))
+            << state;
+    }
+    Picture half = printed("", "<< /ca 0.5 >>"); /* in mode Normal, dark things are lightened */
+    EXPECT_TRUE(hasColour(half, 100, 100, {128, 128, 0}, 72));
+    EXPECT_TRUE(hasColour(half, 40, 100, {255, 255, 128}, 72));
+    EXPECT_TRUE(hasColour(printed("", multiply, "square"), 40, 100, {0, 255, 0}, 72))
+        << "over the annotation before it";
 }
 
 TEST(Annotations, ShapesWithoutAppearanceAreDrawn)

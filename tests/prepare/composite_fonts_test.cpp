@@ -32,6 +32,29 @@ std::string toUnicode(PdfBuilder *pdf, const std::string &ranges)
 
 } // namespace
 
+/* What a job says to whoever makes a document of it again. */
+TEST(CompositeFonts, WithoutTextsHaveThoseOfTheProgramsTable)
+{
+    std::string prepared =
+        expectPrepared(compositePdf("BT /F1 20 Tf 10 150 Td " + codes("Hamburg") + " Tj ET"));
+    EXPECT_TRUE(holds(textOf(prepared), "Hamburg"));
+}
+
+TEST(CompositeFonts, GlyphsOfSeveralCharactersSayThemAll)
+{
+    CompositeSettings settings;
+    PdfBuilder pdf;
+    settings.toUnicode =
+        toUnicode(&pdf, "2 beginbfchar <0024> <00510078> <0025> <0041030A> endbfchar");
+    int font = addComposite(&pdf, settings);
+    int content = pdf.addStream("", "BT /F1 20 Tf 10 150 Td <00240025> Tj ET");
+    pdf.addPage("/MediaBox [0 0 300 200] /Contents " + ref(content) +
+                " /Resources << /Font << /F1 " + ref(font) + " >> >>");
+    std::string clear = inClear(preparePdf(pdf.build()).pdf);
+    EXPECT_TRUE(holds(clear, "/uni00510078"));
+    EXPECT_TRUE(holds(clear, "/uni0041030A"));
+}
+
 TEST(CompositeFonts, BecomeSimpleCompactOnes)
 {
     std::string prepared =

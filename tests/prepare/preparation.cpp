@@ -145,7 +145,8 @@ std::string inClear(const std::string &pdf)
     ProgramOptions options;
     options.directory = directory.path;
     directory.write("doc.pdf", pdf);
-    runProgram({"qpdf", "--qdf", "--static-id", "--object-streams=disable", "doc.pdf", "clear.pdf"}, options);
+    runProgram({"qpdf", "--qdf", "--static-id", "--object-streams=disable", "doc.pdf", "clear.pdf"},
+               options);
     return readFile(directory / "clear.pdf");
 }
 
@@ -176,4 +177,16 @@ SearchPath::SearchPath(const std::string &path) : old(getenv("PATH"))
 SearchPath::~SearchPath()
 {
     setenv("PATH", old.c_str(), 1);
+}
+
+std::string byQpdf(const std::string &pdf, const std::vector<std::string> &options)
+{
+    ScratchDirectory directory;
+    ProgramOptions settings;
+    settings.directory = directory.path;
+    directory.write("doc.pdf", pdf);
+    std::vector<std::string> command = {"qpdf", "doc.pdf", "out.pdf"};
+    command.insert(command.end(), options.begin(), options.end());
+    EXPECT_EQ(runProgram(command, settings).status, 0);
+    return readFile(directory / "out.pdf");
 }

@@ -39,6 +39,9 @@ std::string expectAlike(const std::string &bytes);
 /* Prepared, and printed by way of the converter, the document is this one, drawn otherwise. */
 void expectPrintedAs(const std::string &bytes, const std::string &expected);
 
+/* What qpdf makes of a document with these options. */
+std::string byQpdf(const std::string &pdf, const std::vector<std::string> &options);
+
 /* The document's streams in clear and its objects one by one, for looking at. */
 std::string inClear(const std::string &pdf);
 

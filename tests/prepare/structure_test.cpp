@@ -21,19 +21,6 @@ std::string plainPdf(const std::string &entries = "", const std::string &resourc
                       entries + " /Resources << " + std::string(FONTS) + " " + resources + " >>");
 }
 
-/* What qpdf makes of a document with these options. */
-std::string byQpdf(const std::string &pdf, const std::vector<std::string> &options)
-{
-    ScratchDirectory directory;
-    ProgramOptions settings;
-    settings.directory = directory.path;
-    directory.write("doc.pdf", pdf);
-    std::vector<std::string> command = {"qpdf", "doc.pdf", "out.pdf"};
-    command.insert(command.end(), options.begin(), options.end());
-    EXPECT_EQ(runProgram(command, settings).status, 0);
-    return readFile(directory / "out.pdf");
-}
-
 /* The page's media box as it is written, once it stands alone. */
 bool hasBox(const std::string &pdf, const std::string &box)
 {
