@@ -1,8 +1,8 @@
 # libraries.cmake - what prepare is linked with
 #
 # Statically, where all archives are there: then a page costs what it needs of them, and nothing for
-# finding each other.  Cryptography has no archive and stays a shared library, which is opened by the
-# first document that is encrypted.
+# finding each other.  Cryptography has no archive, and libtiff stands on a library under the GPL: both
+# stay shared libraries, which the first document opens that is encrypted or has fax data.
 add_library(prepare_libraries INTERFACE)
 
 set(archives)
@@ -34,6 +34,12 @@ if(PDF_TO_PS_STATIC AND NOT missing)
     target_include_directories(prepare_libraries SYSTEM INTERFACE ${PREPARE_LIBRARIES_INCLUDE_DIRS})
     target_link_libraries(prepare_libraries INTERFACE
         -Wl,--start-group ${archives} -Wl,--end-group cryptography m)
+    find_library(TIFF_SHARED tiff HINTS ${TIFF_LIBRARY_DIRS} REQUIRED)
+    file(REAL_PATH ${TIFF_SHARED} tiff_file)
+    get_filename_component(tiff_file ${tiff_file} NAME)
+    string(REGEX MATCH "^libtiff\\.so\\.[0-9]+" tiff_soname ${tiff_file})
+    target_include_directories(prepare_libraries SYSTEM INTERFACE ${TIFF_INCLUDE_DIRS})
+    target_compile_definitions(prepare_libraries INTERFACE TIFF_SONAME="${tiff_soname}")
 else()
-    target_link_libraries(prepare_libraries INTERFACE PkgConfig::PREPARE_LIBRARIES)
+    target_link_libraries(prepare_libraries INTERFACE PkgConfig::PREPARE_LIBRARIES PkgConfig::TIFF)
 endif()

@@ -18,13 +18,14 @@ struct Options {
     std::string password;
     Annotations annotations = Annotations::PRINT;
     int level = 3; /* of the printer's language: at 2 there is no Flate and no compact font */
-    int resolution = 300;  /* pixels per inch of what becomes pixels, 36 to 2400 */
-    bool rewrites = false; /* also a document that needs nothing */
+    int resolution = 300;      /* pixels per inch of what becomes pixels, 36 to 2400 */
+    bool rewrites = false;     /* also a document that needs nothing */
     double programSeconds = 0; /* by the clock, that other programs may take together; 0: any */
-    bool isCanonical = false; /* nothing of the document is written but by the tables of
-                               * canonical/, which is what a job takes */
-    std::string scratch;   /* path of a directory that does not exist, for the files of other
-                            * programs; empty: each makes one of its own */
+    bool isCanonical = false;  /* nothing of the document is written but by the tables of
+                                * canonical/, which is what a job takes */
+    bool endsProcess = false;  /* the process ends behind this document: no memory is given back */
+    std::string scratch;       /* path of a directory that does not exist, for the files of other
+                                * programs; empty: each makes one of its own */
     volatile int *calledGroup = nullptr; /* where the process group of a called program stands
                                           * while it runs, else 0; null: nobody asks.  Shared with
                                           * whoever ends this process, to end the program too */

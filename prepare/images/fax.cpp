@@ -10,6 +10,9 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <stdexcept>
+
+#include <dlfcn.h>
 
 #include <tiffio.h>
 
@@ -17,7 +20,70 @@ namespace prepare {
 
 namespace {
 
-/* A file in memory. */
+/* ---- the library */
+
+/* What is called of it. */
+struct TiffLibrary {
+    decltype(&TIFFSetErrorHandler) setErrorHandler;
+    decltype(&TIFFSetWarningHandler) setWarningHandler;
+    decltype(&TIFFClientOpen) clientOpen;
+    decltype(&TIFFClose) close;
+    decltype(&TIFFSetField) setField;
+    decltype(&TIFFGetField) getField;
+    decltype(&TIFFWriteRawStrip) writeRawStrip;
+    decltype(&TIFFReadScanline) readScanline;
+    decltype(&TIFFWriteEncodedStrip) writeEncodedStrip;
+    decltype(&TIFFFlushData) flushData;
+};
+
+#ifdef TIFF_SONAME
+
+template <class Function> void find(void *library, Function *function, const char *name)
+{
+    *function = reinterpret_cast<Function>(dlsym(library, name));
+    if (!*function)
+        throw std::runtime_error("the library " TIFF_SONAME " lacks a function");
+}
+
+/* Few documents have fax data, and only they wait for it. */
+TiffLibrary openLibrary()
+{
+    void *library = dlopen(TIFF_SONAME, RTLD_NOW | RTLD_LOCAL);
+    if (!library)
+        throw std::runtime_error("the library " TIFF_SONAME " of fax data cannot be opened");
+    TiffLibrary all;
+    find(library, &all.setErrorHandler, "TIFFSetErrorHandler");
+    find(library, &all.setWarningHandler, "TIFFSetWarningHandler");
+    find(library, &all.clientOpen, "TIFFClientOpen");
+    find(library, &all.close, "TIFFClose");
+    find(library, &all.setField, "TIFFSetField");
+    find(library, &all.getField, "TIFFGetField");
+    find(library, &all.writeRawStrip, "TIFFWriteRawStrip");
+    find(library, &all.readScanline, "TIFFReadScanline");
+    find(library, &all.writeEncodedStrip, "TIFFWriteEncodedStrip");
+    find(library, &all.flushData, "TIFFFlushData");
+    return all;
+}
+
+#else
+
+TiffLibrary openLibrary()
+{
+    return {TIFFSetErrorHandler,   TIFFSetWarningHandler, TIFFClientOpen,    TIFFClose,
+            TIFFSetField,          TIFFGetField,          TIFFWriteRawStrip, TIFFReadScanline,
+            TIFFWriteEncodedStrip, TIFFFlushData};
+}
+
+#endif
+
+const TiffLibrary &library()
+{
+    static const TiffLibrary opened = openLibrary();
+    return opened;
+}
+
+/* ---- files in memory */
+
 struct Memory {
     std::string bytes;
     size_t at = 0;
@@ -71,24 +137,24 @@ using Tiff = std::unique_ptr<TIFF, void (*)(TIFF *)>;
 
 Tiff openMemory(Memory *memory, const char *mode)
 {
-    TIFFSetErrorHandler(nullptr); /* the library's own are for terminals */
-    TIFFSetWarningHandler(nullptr);
-    return Tiff(TIFFClientOpen("image", mode, memory, memoryRead, memoryWrite, memorySeek,
-                               memoryClose, memorySize, nullptr, nullptr),
-                TIFFClose);
+    library().setErrorHandler(nullptr); /* the library's own are for terminals */
+    library().setWarningHandler(nullptr);
+    return Tiff(library().clientOpen("image", mode, memory, memoryRead, memoryWrite, memorySeek,
+                                     memoryClose, memorySize, nullptr, nullptr),
+                library().close);
 }
 
 void setBilevel(TIFF *tiff, int width, int height, uint16_t compression)
 {
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, (uint32_t)width);
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, (uint32_t)height);
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, (uint32_t)height);
-    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
-    TIFFSetField(tiff, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
+    library().setField(tiff, TIFFTAG_IMAGEWIDTH, (uint32_t)width);
+    library().setField(tiff, TIFFTAG_IMAGELENGTH, (uint32_t)height);
+    library().setField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
+    library().setField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+    library().setField(tiff, TIFFTAG_ROWSPERSTRIP, (uint32_t)height);
+    library().setField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    library().setField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+    library().setField(tiff, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB);
+    library().setField(tiff, TIFFTAG_COMPRESSION, compression);
 }
 
 uint16_t compressionOf(const FaxParameters &fax)
@@ -108,11 +174,11 @@ std::string asTiff(const std::string &data, const FaxParameters &fax)
             return "";
         setBilevel(tiff.get(), fax.columns, fax.rows, compressionOf(fax));
         if (fax.k >= 0 && compressionOf(fax) == COMPRESSION_CCITTFAX3)
-            TIFFSetField(tiff.get(), TIFFTAG_GROUP3OPTIONS,
-                         (uint32_t)((fax.k > 0 ? GROUP3OPT_2DENCODING : 0) |
-                                    (fax.isByteAligned ? GROUP3OPT_FILLBITS : 0)));
-        if (TIFFWriteRawStrip(tiff.get(), 0, const_cast<char *>(data.data()),
-                              (tmsize_t)data.size()) < 0)
+            library().setField(tiff.get(), TIFFTAG_GROUP3OPTIONS,
+                               (uint32_t)((fax.k > 0 ? GROUP3OPT_2DENCODING : 0) |
+                                          (fax.isByteAligned ? GROUP3OPT_FILLBITS : 0)));
+        if (library().writeRawStrip(tiff.get(), 0, const_cast<char *>(data.data()),
+                                    (tmsize_t)data.size()) < 0)
             return "";
     }
     return std::move(memory.bytes);
@@ -131,11 +197,11 @@ std::string decodeFax(const std::string &data, const FaxParameters &fax, size_t 
     if (!tiff)
         return "";
     if (compressionOf(fax) == COMPRESSION_CCITTRLE && !fax.isByteAligned)
-        TIFFSetField(tiff.get(), TIFFTAG_FAXMODE, FAXMODE_NORTC | FAXMODE_NOEOL);
+        library().setField(tiff.get(), TIFFTAG_FAXMODE, FAXMODE_NORTC | FAXMODE_NOEOL);
     size_t stride = ((size_t)fax.columns + 7) / 8;
     std::string bytes, row(stride, '\0');
     for (int y = 0; y < fax.rows && bytes.size() < wanted; y++) {
-        if (TIFFReadScanline(tiff.get(), row.data(), (uint32_t)y, 0) < 0) {
+        if (library().readScanline(tiff.get(), row.data(), (uint32_t)y, 0) < 0) {
             *isDamaged = true;
             break;
         }
@@ -162,12 +228,13 @@ std::string encodeFax(const std::string &rows, int width, int height)
         inverted.resize(stride * (size_t)height, '\xff');
         for (char &c : inverted)
             c = (char)~c;
-        if (TIFFWriteEncodedStrip(tiff.get(), 0, inverted.data(), (tmsize_t)inverted.size()) < 0 ||
-            !TIFFFlushData(tiff.get()))
+        if (library().writeEncodedStrip(tiff.get(), 0, inverted.data(), (tmsize_t)inverted.size()) <
+                0 ||
+            !library().flushData(tiff.get()))
             return "";
         const uint64_t *offsets = nullptr, *sizes = nullptr;
-        if (!TIFFGetField(tiff.get(), TIFFTAG_STRIPOFFSETS, &offsets) ||
-            !TIFFGetField(tiff.get(), TIFFTAG_STRIPBYTECOUNTS, &sizes))
+        if (!library().getField(tiff.get(), TIFFTAG_STRIPOFFSETS, &offsets) ||
+            !library().getField(tiff.get(), TIFFTAG_STRIPBYTECOUNTS, &sizes))
             return "";
         begin = (size_t)offsets[0];
         size = (size_t)sizes[0];

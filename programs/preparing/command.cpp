@@ -230,6 +230,7 @@ bool copyFile(const std::string &in, const std::string &out)
 Status work(Arguments arguments, const std::string &temporary, seam::Notices *notices)
 {
     std::vector<int> pageMap;
+    arguments.options.endsProcess = true;
     if (auto fault = readPassword(arguments.passwordFile, &arguments.options.password)) {
         notices->add(*fault);
         return STATUS_FAILED;
