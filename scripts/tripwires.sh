@@ -25,18 +25,17 @@ programs=$(cd "$1" && pwd)
 shift
 work=$(mktemp -d "${TMPDIR:-/tmp}/tripwires.XXXXXX")
 trap 'rm -rf "$work"' EXIT
-range=
-[ "$pages" = all ] || range=--pages=$pages
+[ "$pages" != all ] || pages=1-
 
 # job MODE DOCUMENT: the job on standard output
 job() {
     case $1 in
-    ascii) "$programs/pdf_print" -q $range -o - "$2" ;;
-    binary) "$programs/pdf_print" -q $range --binary -o - "$2" ;;
-    plain) "$programs/pdf_print" -q $range --binary --no-compress -o - "$2" ;;
-    level2) "$programs/pdf_print" -q $range --level=2 -o - "$2" ;;
+    ascii) "$programs/pdf_print" -q --pages="$pages" -o - "$2" ;;
+    binary) "$programs/pdf_print" -q --pages="$pages" --binary -o - "$2" ;;
+    plain) "$programs/pdf_print" -q --pages="$pages" --binary --no-compress -o - "$2" ;;
+    level2) "$programs/pdf_print" -q --pages="$pages" --level=2 -o - "$2" ;;
     eps) "$programs/pdf_print" -q --pages=1 --eps -o - "$2" ;;
-    filter) "$programs/pdf_to_ps-cups" 1 someone title 1 "${range:+page-ranges=$pages}" "$2" ;;
+    filter) "$programs/pdf_to_ps-cups" 1 someone title 1 "page-ranges=$pages" "$2" ;;
     *) echo "tripwires.sh: no such mode: $1" >&2 && exit 2 ;;
     esac 2>/dev/null
 }
