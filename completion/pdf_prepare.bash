@@ -20,6 +20,10 @@ _pdf_prepare() {
         COMPREPLY=($(compgen -W "print screen none" -- "$word"))
         return
         ;;
+    --box)
+        COMPREPLY=($(compgen -W "crop media trim bleed art" -- "$word"))
+        return
+        ;;
     --level)
         COMPREPLY=($(compgen -W "2 3" -- "$word"))
         return
@@ -41,6 +45,7 @@ _pdf_prepare() {
             --page-set=
             --reverse
             --annotations=
+            --box=
             --level=
             --resolution=
             --max-time=

@@ -15,7 +15,7 @@
 /* What it is told; empty: its own defaults. */
 struct PreparationOptions {
     seam::PageRanges pages;
-    std::string passwordFile, annotations, resolution, level, maxTime;
+    std::string passwordFile, annotations, box, resolution, level, maxTime;
     std::string pageMap; /* a file that does not exist, for the page map */
 };
 
