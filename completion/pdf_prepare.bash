@@ -20,6 +20,10 @@ _pdf_prepare() {
         COMPREPLY=($(compgen -W "print screen none" -- "$word"))
         return
         ;;
+    --box)
+        COMPREPLY=($(compgen -W "crop media trim bleed art" -- "$word"))
+        return
+        ;;
     --level)
         COMPREPLY=($(compgen -W "2 3" -- "$word"))
         return
@@ -42,6 +46,7 @@ _pdf_prepare() {
             --reverse
             --annotations=
             --booklet
+            --box=
             --level=
             --resolution=
             --max-time=

@@ -41,6 +41,10 @@ _pdf_print() {
         COMPREPLY=($(compgen -W "print screen none" -- "$word"))
         return
         ;;
+    --box)
+        COMPREPLY=($(compgen -W "crop media trim bleed art" -- "$word"))
+        return
+        ;;
     --paper)
         COMPREPLY=($(compgen -W "match a3 a4 a5 a6 b4 b5 letter legal tabloid ledger executive statement folio" -- "$word"))
         return
@@ -128,6 +132,7 @@ _pdf_print() {
             --collate
             --duplex=
             --annotations=
+            --box=
             --paper=
             --fit
             --shrink

@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "prepare/colour/convert.h"
+#include "prepare/model/tokens.h"
 
 namespace prepare {
 

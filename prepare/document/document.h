@@ -7,6 +7,7 @@
 #ifndef PREPARE_DOCUMENT_DOCUMENT_H
 #define PREPARE_DOCUMENT_DOCUMENT_H
 
+#include <chrono>
 #include <map>
 #include <set>
 #include <string>
@@ -36,9 +37,9 @@ enum Need : uint32_t {
     NEED_IMAGES = 1u << 9,      /* images of kinds that the converter does not accept */
     NEED_INLINE_IMAGES = 1u << 10,
     NEED_TRANSPARENCY = 1u << 12, /* transparent paint, and masked images */
-    NEED_SUBTLE = 1u << 13, /* if it is drawn, a renderer that knows Hue, Saturation, knockout */
-    NEED_PATTERNS = 1u << 16,     /* patterns and shadings in use */
-    NEED_COLOURS = 1u << 17,      /* colours that the converter does not know, or prints wrong */
+    NEED_SUBTLE = 1u << 13,   /* if it is drawn, a renderer that knows Hue, Saturation, knockout */
+    NEED_PATTERNS = 1u << 16, /* patterns and shadings in use */
+    NEED_COLOURS = 1u << 17,  /* colours that the converter does not know, or prints wrong */
 };
 
 /* The names that a piece of content uses, with their slash; its own resources apart from those
@@ -79,9 +80,9 @@ bool isDamaged(Source *source);
 
 /* What is counted over the whole document, against the bounds of those who count. */
 struct Budget {
-    double shadingWork = 0;    /* steps and pixels */
-    int failedPrograms = 0;    /* other programs that were called and took too long or failed */
-    double programSeconds = 0; /* that they took together, by the clock */
+    double shadingWork = 0; /* steps and pixels */
+    int failedPrograms = 0; /* other programs that were called and took too long or failed */
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
 
 struct Diagnostics {

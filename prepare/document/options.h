@@ -13,14 +13,18 @@ namespace prepare {
 /* Which annotations become part of the page. */
 enum class Annotations { PRINT, SCREEN, NONE };
 
+/* Which of its boxes a page is. */
+enum class PageBox { CROP, MEDIA, TRIM, BLEED, ART };
+
 struct Options {
     seam::PageRanges pages; /* wanted, in their order; what lies beyond the document is left out */
     std::string password;
     Annotations annotations = Annotations::PRINT;
+    PageBox box = PageBox::CROP;
     int level = 3; /* of the printer's language: at 2 there is no Flate and no compact font */
     int resolution = 300;      /* pixels per inch of what becomes pixels, 36 to 2400 */
     bool rewrites = false;     /* also a document that needs nothing */
-    double programSeconds = 0; /* by the clock, that other programs may take together; 0: any */
+    double programSeconds = 0; /* from the start, in which other programs may run; 0: any */
     bool isCanonical = false;  /* nothing of the document is written but by the tables of
                                 * canonical/, which is what a job takes */
     bool endsProcess = false;  /* the process ends behind this document: no memory is given back */

@@ -197,6 +197,11 @@ ProgramStatus meaningOf(int status)
     }
 }
 
+double secondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
 } // namespace
 
 bool endsBefore(pid_t child, Clock::time_point deadline)
@@ -224,15 +229,15 @@ ProgramOutcome runFor(Document *document, const ProgramCall &call)
     const Options &options = document->options;
     Budget &budget = document->budget;
     ProgramCall bounded = call;
-    double left = options.programSeconds - budget.programSeconds;
+    /* What the document itself takes counts, too: when time runs short, pictures are lost, and not
+     * the whole. */
+    double left = options.programSeconds - secondsSince(budget.start);
     if (options.programSeconds > 0)
         bounded.clockSeconds = std::min(2.0 * call.seconds, left);
     if (budget.failedPrograms >= MAX_FAILED || bounded.clockSeconds < 0 ||
         (options.programSeconds > 0 && left <= 0))
         return {ProgramStatus::STOPPED, "", ""};
-    Clock::time_point start = Clock::now();
     ProgramOutcome outcome = runLimited(bounded, options.scratch, options.calledGroup);
-    budget.programSeconds += std::chrono::duration<double>(Clock::now() - start).count();
     if (outcome.status == ProgramStatus::STOPPED)
         budget.failedPrograms += MAX_FAILED / 2;
     budget.failedPrograms += outcome.status == ProgramStatus::FAILED;

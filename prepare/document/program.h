@@ -50,9 +50,9 @@ using Clock = std::chrono::steady_clock;
  * it has ended. */
 bool endsBefore(pid_t child, Clock::time_point deadline);
 
-/* For a document: nothing is run any more, and the answer is STOPPED, when programs have taken the
- * seconds that its options allow them together, or have failed so often; one that has taken too long
- * counts as many as half of that.  Its scratch directory is options.scratch. */
+/* For a document: nothing is run any more, and the answer is STOPPED, when the seconds that its
+ * options allow have passed since it was opened, or programs have failed so often; one that has
+ * taken too long counts as many as half of that.  Its scratch directory is options.scratch. */
 ProgramOutcome runFor(Document *document, const ProgramCall &call);
 constexpr int MAX_FAILED = 8;
 

@@ -75,6 +75,17 @@ void scaleContent(Document *document, Page *page, double unit)
 
 } // namespace
 
+void chooseBox(const Document &document, Page *page)
+{
+    constexpr const char *keys[] = {"/CropBox", "/MediaBox", "/TrimBox", "/BleedBox", "/ArtBox"};
+    PageBox wanted = document.options.box;
+    QPDFObjectHandle box = entryOf(*page, keys[(size_t)wanted]);
+    if (wanted == PageBox::CROP || !readBox(box))
+        return;
+    page->object.replaceKey("/CropBox", box);
+    page->needs |= NEED_BOXES;
+}
+
 double unitOf(const Page &page)
 {
     double unit = numberOr(entryOf(page, "/UserUnit"), 1);

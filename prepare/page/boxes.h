@@ -9,6 +9,9 @@
 
 namespace prepare {
 
+/* Makes the box that the options name the page's crop box; a page that lacks it keeps its own. */
+void chooseBox(const Document &document, Page *page);
+
 /* /UserUnit: points for each unit of the page's space. */
 double unitOf(const Page &page);
 

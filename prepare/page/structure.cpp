@@ -10,6 +10,7 @@
 
 #include "prepare/colour/convert.h"
 #include "prepare/model/tokens.h"
+#include "prepare/page/boxes.h"
 #include "prepare/page/spaces.h"
 
 namespace prepare {
@@ -413,6 +414,7 @@ void repairPage(Document *document, Page *page)
             QPDFObjectHandle value = inherited(object, key);
             object.replaceKey(key, value);
         }
+    chooseBox(*document, page);
     repairContents(&repair, object);
     QPDFObjectHandle resources = object.getKey("/Resources");
     if (!resources.isDictionary()) {

@@ -137,6 +137,10 @@ bool readOption(seam::Option option, const char *value, Arguments *arguments)
         seam::readWord(PROGRAM, option, value, "What is printed of annotations");
         arguments->preparation.annotations = value;
         return true;
+    case Option::BOX:
+        seam::readWord(PROGRAM, option, value, "The box");
+        arguments->preparation.box = value;
+        return true;
     case Option::RESOLUTION:
         arguments->preparation.resolution =
             std::to_string(readNumber(value, "The resolution", 36, 2400));

@@ -55,7 +55,7 @@ enum Status {
 constexpr seam::Program PROGRAM = seam::PREPARE;
 constexpr rlim_t MEGABYTE = 1 << 20;
 constexpr int MOST_SECONDS = 24 * 60 * 60;
-constexpr double PROGRAM_SHARE = 0.75; /* of the time, for the programs that are called */
+constexpr double PROGRAM_SHARE = 0.6; /* of the time, in which other programs are called */
 
 struct Arguments {
     Options options;
@@ -104,6 +104,9 @@ bool readOption(seam::Option option, const char *value, Arguments *arguments)
     case Option::ANNOTATIONS:
         options.annotations =
             kinds[seam::readWord(PROGRAM, option, value, "What is printed of annotations")];
+        return true;
+    case Option::BOX:
+        options.box = (PageBox)seam::readWord(PROGRAM, option, value, "The box");
         return true;
     case Option::RESOLUTION:
         options.resolution =

@@ -24,6 +24,8 @@ std::vector<std::string> commandLine(const PreparationOptions &options)
         words.push_back("--password-file=" + options.passwordFile);
     if (!options.annotations.empty())
         words.push_back("--annotations=" + options.annotations);
+    if (!options.box.empty())
+        words.push_back("--box=" + options.box);
     if (!options.pageMap.empty())
         words.push_back("--page-map=" + options.pageMap);
     if (!options.maxTime.empty())

@@ -33,7 +33,7 @@ using MakePreparation = std::unique_ptr<OwnPreparation> (*)(std::vector<std::str
 /* What it is told; empty: its own defaults. */
 struct PreparationOptions {
     seam::PageRanges pages;
-    std::string passwordFile, annotations, resolution, level, maxTime;
+    std::string passwordFile, annotations, box, resolution, level, maxTime;
     std::string pageMap;           /* a file that does not exist, for the page map */
     MakePreparation own = nullptr; /* of this program, if pdf_prepare is another name of it */
 };

@@ -65,8 +65,8 @@ TEST(PrintCommand, HelpHasALineForEachOption)
           "--shrink",      "--actual",      "--no-centre",   "--ascii",         "--binary",
           "--no-compress", "--level",       "--eps",         "--resolution",    "--printer-memory",
           "--page-set",    "--reverse",     "--max-output",  "--password-file", "--no-prepare",
-          "--strict",      "--keep-going",  "-q, --quiet",   "-v, --verbose",   "--progress",
-          "--help",        "--version"})
+          "--strict",      "--keep-going",  "--box",         "-q, --quiet",     "-v, --verbose",
+          "--progress",    "--help",        "--version"})
         EXPECT_EQ(occurrences(help.out, std::string(option)) > 0, true) << option;
     for (const std::string &line : linesOf(help.out))
         EXPECT_LE(line.size(), 90u) << line;
@@ -119,6 +119,7 @@ TEST(PrintCommand, WrongUseIsStatusTwo)
                                    Lines{"--max-output=99999999999G", "a.pdf"},
                                    Lines{"--progress=now", "a.pdf"},
                                    Lines{"--annotations=all", "a.pdf"},
+                                   Lines{"--box=page", "a.pdf"},
                                    Lines{"--unknown", "a.pdf"},
                                    Lines{"-d", "p", "-o", "f", "a.pdf"},
                                    Lines{"-d", "-x", "a.pdf"}}) {

@@ -6,6 +6,8 @@
 #include "tests/prepare/preparation.h"
 #include "tests/support/conversion.h"
 #include "tests/support/pdf_builder.h"
+#include "tests/support/printing.h"
+#include "tests/support/picture.h"
 #include "tests/support/run_program.h"
 #include "tests/support/sample_document.h"
 #include "tests/support/scratch_directory.h"
@@ -243,6 +245,31 @@ TEST(Structure, FileWithoutAnyTrailerIsRead)
     Preparation made = preparePdf(pdf.substr(0, pdf.find("xref")));
     EXPECT_EQ(made.status, 0);
     expectSamePages(pdf, made.pdf);
+}
+
+TEST(Structure, TheBoxThatIsChosenIsThePage)
+{
+    const std::string boxes =
+        "/MediaBox [0 0 200 200] /CropBox [10 10 150 150] /TrimBox [20 20 120 "
+        "130] /BleedBox [15 15 180 140] /ArtBox [40 40 90 80]";
+    struct Row {
+        const char *box;
+        int width, height;
+    };
+    for (const Row &row : {Row{"crop", 140, 140}, Row{"media", 200, 200}, Row{"trim", 100, 110},
+                           Row{"bleed", 165, 125}, Row{"art", 50, 40}}) {
+        Preparation made = preparePdf(plainPdf(boxes), {"--box=" + std::string(row.box)});
+        EXPECT_EQ(made.status, 0);
+        Picture page = renderPdf(made.pdf, 72).at(0);
+        EXPECT_EQ(page.width, row.width) << row.box;
+        EXPECT_EQ(page.height, row.height) << row.box;
+    }
+    Preparation made =
+        preparePdf(plainPdf("/MediaBox [0 0 200 200] /CropBox [10 10 150 150]"), {"--box=trim"});
+    EXPECT_EQ(renderPdf(made.pdf, 72).at(0).width, 140) << "it has none";
+    PrintRun run = printPdf(plainPdf(boxes), {"--box", "art"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_TRUE(holds(run.output, "%%PageBoundingBox: 0 0 50 40")) << run.output.substr(0, 1000);
 }
 
 TEST(Structure, ResourcesWithOddNamesGetPlainOnes)
