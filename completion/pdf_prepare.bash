@@ -45,8 +45,8 @@ _pdf_prepare() {
             --page-set=
             --reverse
             --annotations=
-            --booklet
             --box=
+            --booklet
             --level=
             --resolution=
             --max-time=
