@@ -62,6 +62,7 @@ void Content::addTo(Content *to) const
     for (const auto &[name, call] : calls) {
         Calls *both = to->callsOf(name);
         both->drawn = sum(both->drawn, call.drawn);
+        both->set = sum(both->set, call.set);
         both->shown = sum(both->shown, call.shown);
     }
 }
@@ -73,6 +74,7 @@ void Content::raise(Content *most) const
     for (const auto &[name, call] : calls) {
         Calls *largest = most->callsOf(name);
         largest->drawn = std::max(largest->drawn, call.drawn);
+        largest->set = std::max(largest->set, call.set);
         largest->shown = std::max(largest->shown, call.shown);
     }
 }
@@ -112,7 +114,9 @@ void Account::define(std::string_view name, Definition definition)
     if (isOwner)
         closed = 0;
     Scope &scope = scopes[current];
-    auto &names = definition.kind == FONT ? scope.fonts : scope.drawables;
+    Names &names = definition.kind == FONT    ? scope.fonts
+                   : definition.kind == STATE ? scope.states
+                                              : scope.drawables;
     names.insert_or_assign(std::string(name), definitions.size());
     definitions.push_back(std::move(definition));
 }
@@ -129,6 +133,13 @@ void Account::defineForm(std::string_view name, Content content)
 {
     content.own[FORM_CALLS] = 1;
     define(name, {FORM, std::move(content)});
+}
+
+void Account::defineState(std::string_view name, uint64_t operators)
+{
+    Definition state = {STATE};
+    state.content.own[OPERATORS] = operators;
+    define(name, std::move(state));
 }
 
 void Account::defineFont(std::string_view name, Content glyphs)
@@ -172,10 +183,10 @@ bool Account::useContents(uint64_t part, const Content **content)
 
 /* ---- adding up */
 
-size_t Account::find(size_t scope, std::string_view name, bool isFont) const
+size_t Account::find(size_t scope, std::string_view name, Names Scope::*kind) const
 {
     for (;; scope = scopes[scope].outer) {
-        const auto &names = isFont ? scopes[scope].fonts : scopes[scope].drawables;
+        const Names &names = scopes[scope].*kind;
         auto found = names.find(name);
         if (found != names.end())
             return found->second;
@@ -220,10 +231,14 @@ Costs Account::multipliedOut(const Content &content, size_t scope, int depth)
 {
     Costs total = content.own;
     for (const auto &[name, calls] : content.calls) {
-        if (size_t drawn = find(scope, name, false); calls.drawn && drawn != NOWHERE)
-            add(&total, totalOf(drawn, depth), calls.drawn);
-        if (size_t font = find(scope, name, true); calls.shown && font != NOWHERE)
-            add(&total, totalOf(font, depth), calls.shown);
+        auto addEach = [&, &called = name](uint64_t times, Names Scope::*kind) {
+            size_t found = times > 0 ? find(scope, called, kind) : NOWHERE;
+            if (found != NOWHERE)
+                add(&total, totalOf(found, depth), times);
+        };
+        addEach(calls.drawn, &Scope::drawables);
+        addEach(calls.set, &Scope::states);
+        addEach(calls.shown, &Scope::fonts);
         if (calls.shown && name.empty())
             add(&total, dearestFont(depth), calls.shown);
     }

@@ -28,9 +28,10 @@ extern const std::array<CostLimit, COSTS> costLimits;
 
 using Costs = std::array<uint64_t, COSTS>; /* sums stop at their largest value */
 
-/* How often a content draws a name, and how many characters it shows in a font of that name. */
+/* How often a content draws a name or sets the graphics state of that name, and how many characters
+ * it shows in such a font. */
 struct Calls {
-    uint64_t drawn = 0, shown = 0;
+    uint64_t drawn = 0, set = 0, shown = 0;
 };
 
 /* One content by itself: of a page, a form, or all glyphs of a font (the most of each). */
@@ -57,6 +58,8 @@ class Account {
 
     void defineImage(std::string_view name, uint64_t pixels, uint64_t bytes);
     void defineForm(std::string_view name, Content content);
+    /* A graphics state that costs as much as so many operators each time it is set. */
+    void defineState(std::string_view name, uint64_t operators);
     void defineFont(std::string_view name, Content glyphs);
     /* False: it is content, and no resource.  A part that is not there defines nothing. */
     bool useShared(std::string_view name, uint64_t part);
@@ -74,7 +77,7 @@ class Account {
 
   private:
     enum Progress { FRESH, BEING_ADDED, ADDED };
-    enum Kind { NOTHING, IMAGE, FORM, FONT, CONTENTS };
+    enum Kind { NOTHING, IMAGE, FORM, STATE, FONT, CONTENTS };
     struct Definition {
         Kind kind = NOTHING;
         Content content = {}; /* an image has no calls */
@@ -82,13 +85,14 @@ class Account {
         Progress state = FRESH;
         Costs total = {};
     };
+    using Names = std::map<std::string, size_t, std::less<>>;
     struct Scope {
         size_t outer = 0;
-        std::map<std::string, size_t, std::less<>> drawables = {}, fonts = {};
+        Names drawables = {}, states = {}, fonts = {};
     };
 
     void define(std::string_view name, Definition definition);
-    size_t find(size_t scope, std::string_view name, bool isFont) const;
+    size_t find(size_t scope, std::string_view name, Names Scope::*kind) const;
     Costs totalOf(size_t definition, int depth);
     const Costs &dearestFont(int depth);
     Costs multipliedOut(const Content &content, size_t scope, int depth);

@@ -256,10 +256,13 @@ const char *Reader::act(Effect effect)
         state.font->shown += shown;
         return nullptr;
     case Effect::FONT:
+    case Effect::STATE:
     case Effect::DRAW: {
         Calls *calls = state.counted->callsOf({lastName, nameLength});
         if (effect == Effect::FONT)
             state.font = calls;
+        else if (effect == Effect::STATE)
+            calls->set++;
         else
             calls->drawn++;
         return state.counted->calls.size() > MOST_ITEMS ? "content has too many names" : nullptr;

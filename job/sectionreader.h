@@ -24,7 +24,8 @@ constexpr int64_t MOST_OUTPUTS = 32, MOST_GLYPHS = 65536;
 /* What a dictionary has said. */
 struct Entries {
     uint32_t present = 0;     /* bits: rows of the table of keys */
-    int64_t numbers[16] = {}; /* by row: integers, booleans */
+    int64_t numbers[16] = {}; /* by row: integers, booleans; of functions and halftones, is it
+                               * another one than the device's own? */
     std::string name = {};    /* the external one, or a font's */
     uint64_t components = 4;  /* of the colour space */
 

@@ -194,11 +194,16 @@ bool SectionReader::value(const Key &key, Entries *entries, size_t row)
     case Value::SPACE:
         return space(&entries->components, 0);
     case Value::FUNCTION:
-        return functionNames(false);
     case Value::FUNCTIONS:
-        return functionNames(true);
+        if (!functionNames(key.value == Value::FUNCTIONS))
+            return false;
+        entries->numbers[row] = !in.last().is("/Identity") && !in.last().is("/Default");
+        return true;
     case Value::HALFTONE:
-        return halftone(0);
+        if (!halftone(0))
+            return false;
+        entries->numbers[row] = !in.last().is("_defaulthalftone");
+        return true;
     }
     return false;
 }

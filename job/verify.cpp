@@ -112,7 +112,13 @@ bool SectionReader::stateOrFont(const std::string &key)
         return type3(key);
     in.again();
     Entries entries;
-    return dictionary(stateKeys, &entries) && words("/ExtGState defineRes pop");
+    if (!dictionary(stateKeys, &entries) || !words("/ExtGState defineRes pop"))
+        return false;
+    uint64_t cost = 0;
+    for (const StateCost &dear : stateCosts)
+        cost += entries.has(dear.key) && entries.numbers[dear.key] ? dear.operators : 0;
+    account.defineState(key, cost);
+    return true;
 }
 
 /* A resource whose name has been read. */

@@ -30,6 +30,7 @@ enum class Effect : uint8_t {
     SHOW,
     FONT,
     DRAW,
+    STATE,
     COLOUR, /* any numbers, up to 32, and perhaps a name */
     GLYPH,  /* begins the content of a glyph, and stands nowhere else */
 };
@@ -53,7 +54,7 @@ constexpr Operator operators[] = {
     {"d", "an"},
     {"ri", "N"},
     {"i", "n"},
-    {"gs", "N"},
+    {"gs", "N", Effect::STATE},
     {"m", "nn", Effect::SEGMENT},
     {"l", "nn", Effect::SEGMENT},
     {"c", "nnnnnn", Effect::SEGMENT},
@@ -216,6 +217,14 @@ constexpr Key stateKeys[] = {
     {"UCR", Value::FUNCTION},      {"TR", Value::FUNCTIONS}, {"HT", Value::HALFTONE},
     {"HTP", Value::NUMBERS, 2, 2},
 };
+
+/* Which of them, by their place, cost an interpreter more than an operator each time they are set,
+ * and about as much as how many. */
+struct StateCost {
+    size_t key;
+    uint64_t operators;
+};
+constexpr StateCost stateCosts[] = {{2, 1000}, {3, 1000}, {4, 1000}, {5, 30000}};
 
 constexpr Key greyKeys[] = {
     {"WhitePoint", Value::NUMBERS, 3, 3},

@@ -2,7 +2,8 @@
  * injector.cpp - loaded into a program, makes one call of a kind fail
  *
  * FAULT_CALL is memory, read or write; FAULT_AT the number of the call that fails, from 1 on;
- * with FAULT_REST set all that follow fail too.  The file FAULT_MARK is made when a call has
+ * with FAULT_REST set all that follow fail too.  Calls count from main() on: what the language needs
+ * to begin at all (room for exceptions when there is no memory) is not the program's.  The file FAULT_MARK is made when a call has
  * failed, so that a test knows when it has come to the end of them.
  */
 #include <atomic>
@@ -17,11 +18,12 @@
 namespace {
 
 std::atomic<long> calls;
+std::atomic<bool> hasBegun = false;
 
 bool isFaulty(const char *kind)
 {
     const char *call = getenv("FAULT_CALL"), *at = getenv("FAULT_AT");
-    if (!call || !at || strcmp(call, kind) != 0)
+    if (!hasBegun || !call || !at || strcmp(call, kind) != 0)
         return false;
     long number = ++calls, faulty = strtol(at, nullptr, 10);
     if (number != faulty && !(number > faulty && getenv("FAULT_REST")))
@@ -39,7 +41,25 @@ template <typename Function> Function next(const char *name)
     return function;
 }
 
+using Main = int (*)(int, char **, char **);
+Main programMain;
+
+int beginProgram(int argc, char **argv, char **environment)
+{
+    hasBegun = true;
+    return programMain(argc, argv, environment);
+}
+
 } // namespace
+
+extern "C" int __libc_start_main(Main program, int argc, char **argv, void (*init)(),
+                                 void (*fini)(), void (*loaderFini)(), void *stackEnd)
+{
+    auto real = next<int (*)(Main, int, char **, void (*)(), void (*)(), void (*)(), void *)>(
+        "__libc_start_main");
+    programMain = program;
+    return real(beginProgram, argc, argv, init, fini, loaderFini, stackEnd);
+}
 
 extern "C" void *__libc_malloc(size_t size);
 extern "C" void *__libc_calloc(size_t count, size_t size);

@@ -701,6 +701,30 @@ TEST(VerifierBudget, CharactersAndTheGlyphsThatAreDrawnForThem)
               "20000000 operators");
 }
 
+TEST(VerifierBudget, GraphicsStatesThatAreDearToSet)
+{
+    auto state = [](const std::string &entries) {
+        return "/G <<\n" + entries + ">> /ExtGState defineRes pop\n";
+    };
+    auto surplus = [&](const std::string &entries, int times) {
+        return surplusOf(pageOf(state(entries), repeated("/G gs ", times)));
+    };
+    const std::string halftone =
+        "/HT <<\n/HalftoneType 1 \n/Frequency 5 \n/Angle 0 \n/SpotFunction "
+        "/Round \n>>\n";
+    EXPECT_EQ(surplus("/HT _defaulthalftone\n/TR /Identity\n/SA true\n", 100000), "");
+    EXPECT_EQ(surplus(halftone, 600), "");
+    EXPECT_EQ(surplus(halftone, 700), "20000000 operators");
+    EXPECT_EQ(surplus("/TR /Fn\n", 19000), "");
+    EXPECT_EQ(surplus("/TR /Fn\n", 21000), "20000000 operators");
+    EXPECT_EQ(surplusOf(pageOf(state(halftone) + form(repeated("/G gs ", 100), "F"),
+                               repeated("/F Do ", 7))),
+              "20000000 operators")
+        << "a form finds it where it is called";
+    EXPECT_EQ(surplusOf(pageOf(state(halftone), repeated("/H gs ", 5000))), "")
+        << "another name is another state";
+}
+
 TEST(VerifierBudget, PiecesOfPaths)
 {
     std::string line = "1 1 l ";
