@@ -706,12 +706,11 @@ TEST(VerifierBudget, GraphicsStatesThatAreDearToSet)
     auto state = [](const std::string &entries) {
         return "/G <<\n" + entries + ">> /ExtGState defineRes pop\n";
     };
-    auto surplus = [&](const std::string &entries, int times) {
+    auto surplus = [&](const std::string &entries, size_t times) {
         return surplusOf(pageOf(state(entries), repeated("/G gs ", times)));
     };
-    const std::string halftone =
-        "/HT <<\n/HalftoneType 1 \n/Frequency 5 \n/Angle 0 \n/SpotFunction "
-        "/Round \n>>\n";
+    const std::string halftone = "/HT <<\n/HalftoneType 1 \n/Frequency 5 \n/Angle 0 \n"
+                                 "/SpotFunction /Fn /Function findRes\n>>\n";
     EXPECT_EQ(surplus("/HT _defaulthalftone\n/TR /Identity\n/SA true\n", 100000), "");
     EXPECT_EQ(surplus(halftone, 600), "");
     EXPECT_EQ(surplus(halftone, 700), "20000000 operators");
