@@ -6,10 +6,13 @@
 #include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
+#include <iostream>
 #include <new>
 #include <set>
 #include <string>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "programs/pdf_print/options.h"
@@ -105,15 +108,31 @@ ZFile *openOutput(const std::string &output)
 int sendToPrinter(Teller &teller, const std::string &path)
 {
     const Arguments &arguments = *teller.arguments;
-    std::string said;
-    ProcessResult result =
-        runProcess({"lp", "-d", arguments.printer, "-t", arguments.job.title, "--", path},
-                   [&](const std::string &line) { said = line; });
+    std::string said, answer = privateFile("request");
+    ProcessResult result = runProcess(
+        {"lp", "-d", arguments.printer, "-t", arguments.job.title, "--", path},
+        [&](const std::string &line) { said = line; }, answer);
     if (!result.isStarted)
         return teller.fail(Message::PrintSystemMissing, {strerror(errno)});
     if (result.status != 0)
         return teller.fail(Message::PrintSystemRefused, {said.empty() ? "lp failed." : said});
+    if (!arguments.isQuiet)
+        std::cout << std::ifstream(answer).rdbuf() << std::flush; /* "request id is ..." */
     return STATUS_DONE;
+}
+
+/* Where the job went, and how large it is. */
+void tellResult(Teller &teller, const std::string &output, size_t pages)
+{
+    const Arguments &arguments = *teller.arguments;
+    struct stat info;
+    std::string size;
+    if (output != "-" && stat(output.c_str(), &info) == 0)
+        size = ", " + std::to_string(info.st_size) + " bytes";
+    std::string where = !arguments.printer.empty() ? "the printer " + arguments.printer
+                        : output == "-"            ? "standard output"
+                                                   : output;
+    teller.say(0, std::to_string(pages) + (pages == 1 ? " page" : " pages") + size + ": " + where);
 }
 
 /* ---- one document */
@@ -146,6 +165,8 @@ int printOne(Teller &teller)
     if (!arguments.printer.empty())
         if (int status = sendToPrinter(teller, output))
             return status;
+    if (arguments.isVerbose)
+        tellResult(teller, output, pageNumbers.size());
     return printed == Printed::INCOMPLETE ? STATUS_INCOMPLETE : STATUS_DONE;
 }
 

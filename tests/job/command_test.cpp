@@ -3,6 +3,9 @@
  */
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -93,6 +96,37 @@ TEST(PrintCommand, EveryOptionOfEveryProgramIsActedOn)
             ProgramResult result = runProgram({programs + program.name, word, "--help"}, options);
             EXPECT_EQ(result.status, 0) << program.name << " " << word << ": " << result.err;
         }
+}
+
+TEST(PrintCommand, SaysWhereTheJobWent)
+{
+    ScratchDirectory directory;
+    directory.write("a.pdf", onePagePdf(BAR));
+    ProgramOptions options;
+    options.directory = directory.path;
+    ProgramResult result = runProgram({printProgramPath(), "-v", "a.pdf"}, options);
+    std::string size = std::to_string(readFile(directory / "a.ps").size());
+    EXPECT_TRUE(result.err.ends_with("pdf_print: a.pdf: 1 page, " + size + " bytes: a.ps\n"))
+        << result.err;
+    result = runProgram({printProgramPath(), "a.pdf"}, options);
+    EXPECT_EQ(result.err, "");
+}
+
+TEST(PrintCommand, PassesOnTheRequestsNumber)
+{
+    ScratchDirectory directory;
+    directory.write("a.pdf", onePagePdf(BAR));
+    directory.write("lp", "#!/bin/sh\necho 'request id is office-7 (1 file(s))'\n");
+    std::filesystem::permissions(directory / "lp", std::filesystem::perms::owner_all);
+    ProgramOptions options;
+    options.directory = directory.path;
+    options.environment = {{"PATH", directory.path + ":" + getenv("PATH")}};
+    ProgramResult result = runProgram({printProgramPath(), "-d", "office", "a.pdf"}, options);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, "request id is office-7 (1 file(s))\n");
+    result = runProgram({printProgramPath(), "-q", "-d", "office", "a.pdf"}, options);
+    EXPECT_EQ(result.out, "");
+    EXPECT_FALSE(fileExists(directory / "a.ps"));
 }
 
 TEST(PrintCommand, WrongUseIsStatusTwo)
