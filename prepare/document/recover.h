@@ -30,7 +30,8 @@ struct FoundObjects {
  * read, or has more than 256 MB. */
 FoundObjects findObjects(const std::string &path);
 
-/* Adds what stands in object streams.  Needs the password of an encrypted document. */
+/* Adds what stands in object streams.  Needs the password of an encrypted document.  Throws
+ * LimitReached, or what libqpdf throws, where the file cannot be read even so. */
 void findCompressedObjects(FoundObjects *found, const std::string &password);
 
 /* The file with a new table of these objects at its end. */
