@@ -20,19 +20,11 @@ constexpr char PJL_LANGUAGE_EXIT[] = "\033%-12345X";
 /* What the pages of a side cover. */
 PointBox boundingBox(const PlacedSide &side)
 {
-    PointBox all = {};
-    bool isFirst = true;
-    for (const PlacedPage &page : side.pages) {
-        if (page.page->isEmpty() && side.pages.size() > 1)
-            continue;
-        PointBox box = boxAround(page.at.covered);
-        if (isFirst)
-            all = box;
-        all = {std::min(all.left, box.left), std::min(all.bottom, box.bottom),
-               std::max(all.right, box.right), std::max(all.top, box.top)};
-        isFirst = false;
-    }
-    return all;
+    std::optional<PointBox> all;
+    for (const PlacedPage &page : side.pages)
+        if (!page.page->isEmpty() || side.pages.size() == 1)
+            extend(&all, boxAround(page.at.covered));
+    return all.value_or(PointBox{});
 }
 
 /* What the header says of all sides. */
@@ -45,7 +37,7 @@ Summary summaryOf(const Options &options, const Plan &plan)
 {
     Summary summary;
     std::set<std::pair<int64_t, int64_t>> seen;
-    bool isFirst = true;
+    std::optional<PointBox> all;
     for (size_t i = 0; i < sideCount(options, plan); i++) {
         PlacedSide side = placedSide(options, plan, i);
         if (std::all_of(side.pages.begin(), side.pages.end(),
@@ -54,14 +46,9 @@ Summary summaryOf(const Options &options, const Plan &plan)
         std::pair<int64_t, int64_t> size = {side.side.width, side.side.height};
         if (seen.insert(size).second)
             summary.media.push_back(size);
-        PointBox box = boundingBox(side);
-        PointBox &all = summary.box;
-        if (isFirst)
-            all = box;
-        all = {std::min(all.left, box.left), std::min(all.bottom, box.bottom),
-               std::max(all.right, box.right), std::max(all.top, box.top)};
-        isFirst = false;
+        extend(&all, boundingBox(side));
     }
+    summary.box = all.value_or(PointBox{});
     return summary;
 }
 

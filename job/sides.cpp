@@ -39,4 +39,11 @@ PointBox boxAround(const Area &area)
             (int64_t)std::ceil(area.right - NOTHING), (int64_t)std::ceil(area.top - NOTHING)};
 }
 
+void extend(std::optional<PointBox> *all, const PointBox &box)
+{
+    PointBox before = all->value_or(box);
+    *all = {std::min(before.left, box.left), std::min(before.bottom, box.bottom),
+            std::max(before.right, box.right), std::max(before.top, box.top)};
+}
+
 } // namespace job

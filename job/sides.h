@@ -4,6 +4,7 @@
 #ifndef JOB_SIDES_H
 #define JOB_SIDES_H
 
+#include <optional>
 #include <vector>
 
 #include "job/place.h"
@@ -31,6 +32,9 @@ struct PointBox {
     int64_t left, bottom, right, top;
 };
 PointBox boxAround(const Area &area);
+
+/* Makes `all`, where there is one yet, large enough for another box. */
+void extend(std::optional<PointBox> *all, const PointBox &box);
 
 } // namespace job
 
