@@ -41,6 +41,19 @@ std::vector<std::string> heights(const std::string &pdf)
 
 } // namespace
 
+/* A page with a picture that another program decodes. */
+static std::string decodedDocument()
+{
+    PdfBuilder pdf;
+    int image = pdf.addStream("/Type /XObject /Subtype /Image /Width 8 /Height 8 /BitsPerComponent "
+                              "1 /ColorSpace /DeviceGray /Filter /JBIG2Decode",
+                              "data");
+    int content = pdf.addStream("", "/I Do");
+    pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(content) +
+                " /Resources << /XObject << /I " + ref(image) + " >> >>");
+    return pdf.build();
+}
+
 TEST(Program, TakesOnlyThePagesWanted)
 {
     Preparation made = preparePdf(pagesPdf(9), {"--pages=2-3,7,9-"});
@@ -251,21 +264,21 @@ TEST(Program, EndedByASignalLeavesNothing)
     EXPECT_EQ(directory.names(), std::vector<std::string>{"in.pdf"});
 }
 
-TEST(Program, EndedByASignalEndsWhatItCallsAndLeavesNothing)
+/* in.pdf with a picture, and a decoder for it that never ends; answers the file with the decoder's
+ * number, which is there once it has begun. */
+static std::string writeEndlessDecoding(const ScratchDirectory &directory)
 {
-    ScratchDirectory directory;
-    PdfBuilder pdf;
-    int image = pdf.addStream("/Type /XObject /Subtype /Image /Width 8 /Height 8 /BitsPerComponent "
-                              "1 /ColorSpace /DeviceGray /Filter /JBIG2Decode",
-                              "data");
-    int content = pdf.addStream("", "/I Do");
-    pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(content) +
-                " /Resources << /XObject << /I " + ref(image) + " >> >>");
-    directory.write("in.pdf", pdf.build());
-    /* A decoder that never ends. */
+    directory.write("in.pdf", decodedDocument());
     std::string begun = directory / "begun";
     directory.write("jbig2dec", "#!/bin/sh\necho $$ > " + begun + ".part\nmv " + begun + ".part " +
                                     begun + "\nsleep 600\n");
+    return begun;
+}
+
+TEST(Program, EndedByASignalEndsWhatItCallsAndLeavesNothing)
+{
+    ScratchDirectory directory;
+    std::string begun = writeEndlessDecoding(directory);
     ProgramResult result =
         runProgram({"sh", "-c",
                     "cd " + directory.path + " && chmod 755 jbig2dec && mkdir tmp && " +
@@ -282,17 +295,7 @@ TEST(Program, EndedByASignalEndsWhatItCallsAndLeavesNothing)
 TEST(Program, APreparationWithinPdfPrintEndsWithItAndSoDoesWhatItCalls)
 {
     ScratchDirectory directory;
-    PdfBuilder pdf;
-    int image = pdf.addStream("/Type /XObject /Subtype /Image /Width 8 /Height 8 /BitsPerComponent "
-                              "1 /ColorSpace /DeviceGray /Filter /JBIG2Decode",
-                              "data");
-    int content = pdf.addStream("", "/I Do");
-    pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(content) +
-                " /Resources << /XObject << /I " + ref(image) + " >> >>");
-    directory.write("in.pdf", pdf.build());
-    std::string begun = directory / "begun";
-    directory.write("jbig2dec", "#!/bin/sh\necho $$ > " + begun + ".part\nmv " + begun + ".part " +
-                                    begun + "\nsleep 600\n");
+    std::string begun = writeEndlessDecoding(directory);
     for (const char *signal : {"TERM", "INT", "HUP"}) {
         std::filesystem::remove(begun);
         ProgramResult result = runProgram(
@@ -313,14 +316,7 @@ TEST(Program, APreparationWithinPdfPrintEndsWithItAndSoDoesWhatItCalls)
 TEST(Program, APreparationWithinPdfPrintHasLimitsAndNoFilesOfIts)
 {
     ScratchDirectory directory;
-    PdfBuilder pdf;
-    int image = pdf.addStream("/Type /XObject /Subtype /Image /Width 8 /Height 8 /BitsPerComponent "
-                              "1 /ColorSpace /DeviceGray /Filter /JBIG2Decode",
-                              "data");
-    int content = pdf.addStream("", "/I Do");
-    pdf.addPage("/MediaBox [0 0 200 200] /Contents " + ref(content) +
-                " /Resources << /XObject << /I " + ref(image) + " >> >>");
-    directory.write("in.pdf", pdf.build());
+    directory.write("in.pdf", decodedDocument());
     directory.write("jbig2dec", "#!/bin/sh\nw=$PPID\nreadlink /proc/$w/fd/* > $0.files\n"
                                 "cat /proc/$w/limits > $0.limits\n"
                                 "grep PPid: /proc/$w/status > $0.parent\n");
