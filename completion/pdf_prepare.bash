@@ -46,7 +46,6 @@ _pdf_prepare() {
             --reverse
             --annotations=
             --box=
-            --booklet
             --level=
             --resolution=
             --max-time=

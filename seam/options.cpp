@@ -187,7 +187,7 @@ bool choosePagesBy(Program program, Option option, const char *value, PageRanges
     case Option::REVERSE:
         pages->isReversed = true;
         return true;
-    case Option::BOOKLET:
+    case Option::FOLDED:
         pages->isBooklet = true;
         return true;
     case Option::EACH_PAGE:

@@ -142,6 +142,8 @@ void completeArrangement(Arguments *arguments)
                "--scale.");
     if (kinds > 0 && arguments->job.isEncapsulated)
         misuse("With --eps there is one page on its own: no --n-up, --booklet and --poster.");
+    if (kinds > 0 && !arguments->pageMap.empty())
+        misuse("Pages are compared one by one: no --n-up, --booklet and --poster.");
     bool isKnown = paper.width > 0;
     if (isKnown &&
         (paper.left + paper.right > paper.width - 1 || paper.top + paper.bottom > paper.height - 1))

@@ -195,6 +195,8 @@ TEST(Arrangement, WhatDoesNotGoTogetherIsWrongUse)
          "--scale."},
         {{"--n-up=2", "--eps"},
          "With --eps there is one page on its own: no --n-up, --booklet and --poster."},
+        {{"--n-up=2", "--page-map=numbers"},
+         "Pages are compared one by one: no --n-up, --booklet and --poster."},
         {{"--margins=10"}, ""},
         {{"--margins=1mm,2mm,3mm"}, "Margins are one length, two or four, not: 1mm,2mm,3mm"},
         {{"--margins=ten"}, "Margins are lengths such as 10mm, 0.5in or 36pt, not: ten"},
